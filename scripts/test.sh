@@ -1,0 +1,27 @@
+#!/usr/bin/env bash
+# Sets up, builds and runs every test: the whole suite with warnings as
+# errors, then the unit tests again under AddressSanitizer+UBSan and under
+# ThreadSanitizer. Ends with CTest's summary; exits non-zero on any failure.
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+"$root/scripts/setup.sh" --test
+jobs=$(nproc)
+
+configure_and_build() {  # dir, cmake options...
+  local dir=$1; shift
+  cmake -S "$root" -B "$dir" -G Ninja -DVORLIX_WERROR=ON "$@" >/dev/null
+  cmake --build "$dir" -j "$jobs"
+}
+
+status=0
+if [[ "${VORLIX_SKIP_SANITIZERS:-0}" != 1 ]]; then
+  configure_and_build "$root/build-asan" -DVORLIX_ASAN=ON -DVORLIX_BENCH=OFF
+  (cd "$root/build-asan" && ASAN_OPTIONS=detect_leaks=0 UBSAN_OPTIONS=print_stacktrace=1 \
+    ctest -L unit -j "$jobs" --output-on-failure) || status=1
+  configure_and_build "$root/build-tsan" -DVORLIX_TSAN=ON -DVORLIX_BENCH=OFF
+  (cd "$root/build-tsan" && TSAN_OPTIONS="suppressions=$root/tests/tsan.supp" \
+    ctest -L unit -j "$jobs" --output-on-failure) || status=1
+fi
+configure_and_build "$root/build"
+(cd "$root/build" && ctest -j "$jobs" --output-on-failure) || status=1
+exit $status

@@ -1,0 +1,100 @@
+#include <gtest/gtest.h>
+
+#include "TRActivity.h"
+
+namespace {
+
+RunningApplication app(qint32 pid, const QString& id = QStringLiteral("org.example.App")) {
+    RunningApplication a;
+    a.processIdentifier = pid;
+    a.bundleIdentifier = id;
+    a.localizedName = QStringLiteral("App");
+    return a;
+}
+
+TRActivity activity(qint32 pid, const QString& path = QString(), const QString& title = QString()) {
+    TRActivity a;
+    if (pid != 0) a.setApplication(app(pid));
+    if (!path.isNull()) a.setDocumentPath(path);
+    if (!title.isNull()) a.setWindowTitle(title);
+    return a;
+}
+
+struct EqualityCase {
+    const char* name;
+    TRActivity left;
+    TRActivity right;
+    bool equal;
+};
+
+TEST(TRActivityEquality, DecidesWhenAnIntervalEnds) {
+    TRActivity differentLaunch = activity(42, QStringLiteral("/a"));
+    differentLaunch.setApplication(app(43, QStringLiteral("org.example.App")));
+    TRActivity sameProcessOtherName = activity(42, QStringLiteral("/a"));
+    sameProcessOtherName.setApplication(app(42, QStringLiteral("org.other.Id")));
+    TRActivity noDetails = activity(42);
+    noDetails.setDetails(std::nullopt);
+    TRActivity components = activity(42);
+    components.setPathComponents(QStringList{QStringLiteral("Inbox"), QStringLiteral("Hi")});
+    TRActivity sameComponents = activity(42);
+    sameComponents.setPathComponents(QStringList{QStringLiteral("Inbox"), QStringLiteral("Hi")});
+    TRActivity emptyComponents = activity(42);
+    emptyComponents.setPathComponents(QStringList{});
+    TRActivity emptyPath = activity(42, QStringLiteral(""));
+
+    const EqualityCase cases[] = {
+        {"same process, empty details", activity(42), activity(42), true},
+        {"no application on either side", activity(0), activity(0), true},
+        {"same path, other window title", activity(42, QStringLiteral("/a"), QStringLiteral("x")),
+         activity(42, QStringLiteral("/a"), QStringLiteral("y")), false},
+        {"two launches of one program", activity(42, QStringLiteral("/a")), differentLaunch, false},
+        {"only the pid identifies the program", activity(42, QStringLiteral("/a")),
+         sameProcessOtherName, true},
+        {"details removed on both sides", noDetails, noDetails, true},
+        {"details removed on this side only", noDetails, activity(42), false},
+        {"details removed on the other side only", activity(42), noDetails, false},
+        {"equal components in distinct lists", components, sameComponents, true},
+        {"components present on one side", components, activity(42), false},
+        {"empty components differ from absent", emptyComponents, activity(42), false},
+        {"empty path differs from absent", emptyPath, activity(42), false},
+        {"case matters", activity(42, QStringLiteral("/A")), activity(42, QStringLiteral("/a")),
+         false},
+        {"no normalisation", activity(42, QStringLiteral("caf\u00e9")),
+         activity(42, QStringLiteral("cafe\u0301")), false},
+    };
+    for (const EqualityCase& c : cases) {
+        SCOPED_TRACE(c.name);
+        EXPECT_EQ(c.left.isEqual(&c.right), c.equal);
+    }
+}
+
+TEST(TRActivityEquality, AbsentOtherIsNeverEqual) {
+    const TRActivity a = activity(1);
+    EXPECT_FALSE(a.isEqual(nullptr));
+    EXPECT_FALSE(a.details()->isEqual(nullptr));
+}
+
+TEST(TRActivityEquality, SettersCopyTheirValues) {
+    QStringList components{QStringLiteral("a")};
+    TRActivity a = activity(7);
+    a.setPathComponents(components);
+    components.append(QStringLiteral("b"));
+    EXPECT_EQ(a.pathComponents()->size(), 1);
+    TRActivity copy = a;
+    copy.setWindowTitle(QStringLiteral("changed"));
+    EXPECT_TRUE(a.windowTitle().isNull());
+}
+
+TEST(TRActivityDescription, PrintsAbsentFieldsAsNull) {
+    const TRActivity a;
+    EXPECT_EQ(a.description(),
+              QStringLiteral("application: (null)\npathComponents: (null)\ndocumentPath: (null)\n"
+                             "documentTitle: (null)\nwindowTitle: (null)"));
+    TRActivity filled = activity(5, QStringLiteral("/tmp/x"));
+    filled.setPathComponents(QStringList{QStringLiteral("a"), QStringLiteral("b")});
+    EXPECT_TRUE(filled.description().contains(QStringLiteral("pid=5")));
+    EXPECT_TRUE(filled.description().contains(QStringLiteral("pathComponents: (a, b)")));
+    EXPECT_TRUE(filled.description().contains(QStringLiteral("documentPath: /tmp/x")));
+}
+
+}  // namespace

@@ -1,0 +1,48 @@
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include "TRDurationToStringFormatter.h"
+
+namespace {
+
+struct DurationCase {
+    double seconds;
+    unsigned max;
+    const char* text;
+};
+
+TEST(TRDurationToStringFormatter, ShortTextTruncatesAndLimitsUnits) {
+    const DurationCase cases[] = {
+        {0, 2, "0s"},          {59.9, 2, "59s"},      {60, 2, "1m"},        {61, 2, "1m 1s"},
+        {3600, 2, "1h"},       {3601, 2, "1h"},       {3660, 2, "1h 1m"},   {3725, 2, "1h 2m"},
+        {3601, 3, "1h 1s"},    {3725, 3, "1h 2m 5s"}, {3660, 1, "1h"},      {125, 1, "2m"},
+        // No units wanted: hours still appear, minutes never, seconds only alone.
+        {3725, 0, "1h"},       {5, 0, "5s"},          {60, 0, ""},          {0, 0, "0s"},
+        // Negative values use the same floor arithmetic.
+        {-30, 2, "-1h 59m"},   {-30, 3, "-1h 59m 30s"}, {-3600, 2, "-1h"},  {-0.5, 2, "-1h 59m"},
+        {86400 * 3 + 1, 3, "72h 1s"}, {0.999, 2, "0s"}, {3599.99, 3, "59m 59s"},
+    };
+    for (const DurationCase& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.seconds << " max " << c.max);
+        EXPECT_EQ(TRDurationToStringFormatter::shortStringForDuration(c.seconds, c.max),
+                  QString::fromLatin1(c.text));
+    }
+}
+
+TEST(TRDurationToStringFormatter, NonNumbersAndNonFiniteValues) {
+    EXPECT_EQ(TRDurationToStringFormatter::shortStringForDuration(QVariant(QStringLiteral("60")), 2),
+              QString());
+    EXPECT_EQ(TRDurationToStringFormatter::stringForObjectValue(QVariant(QStringLiteral("60"))),
+              QStringLiteral("0"));
+    EXPECT_EQ(TRDurationToStringFormatter::stringForObjectValue(QVariant(61)), QStringLiteral("1m 1s"));
+    EXPECT_EQ(TRDurationToStringFormatter::stringFromNumber(3725), QStringLiteral("1h 2m"));
+    EXPECT_EQ(TRDurationToStringFormatter::shortStringForDuration(
+                  std::numeric_limits<double>::quiet_NaN(), 2),
+              QString());
+    EXPECT_EQ(TRDurationToStringFormatter::shortStringForDuration(
+                  std::numeric_limits<double>::infinity(), 2),
+              QString());
+}
+
+}  // namespace
