@@ -1,0 +1,70 @@
+#pragma once
+// Accessibility elements: what an application tells assistive technology.
+//
+// A small, display-server-neutral model of an accessibility tree. Attributes
+// carry the names the extraction logic asks for:
+//   "AXMainWindow", "AXFocusedWindow"  -> element (on an application element)
+//   "AXTitle"                          -> string  (a window's name)
+//   "AXDocument"                       -> string  (a document address, e.g. "file:///..." or "https://...")
+//   "AXRole"                           -> string  ("AXApplication", "AXWindow", "AXSheet", ...)
+//   "AXParent"                         -> element
+//   "AXDescription"                    -> string
+// An implementation lists only the attributes an element really has.
+//
+// Thread: every call on one element, and on the provider, comes from one
+// thread (the tracking worker); calls block for at most the implementation's
+// timeout (250 ms on Linux) when an application hangs.
+
+#include <QString>
+#include <QStringList>
+#include <memory>
+#include <optional>
+#include <variant>
+#include <vector>
+
+class AccessibilityElement;
+using AccessibilityElementRef = std::shared_ptr<AccessibilityElement>;
+
+struct AXPoint final { double x = 0, y = 0; };
+struct AXSize final { double width = 0, height = 0; };
+struct AXRect final { double x = 0, y = 0, width = 0, height = 0; };
+struct AXRange final { long position = 0, length = 0; };
+
+using AccessibilityValue =
+    std::variant<QString, double, bool, AccessibilityElementRef,
+                 std::vector<AccessibilityElementRef>, AXPoint, AXSize, AXRect, AXRange>;
+
+namespace AccessibilityRole {
+inline constexpr char kApplication[] = "AXApplication";
+inline constexpr char kWindow[] = "AXWindow";
+inline constexpr char kSheet[] = "AXSheet";
+}  // namespace AccessibilityRole
+
+class AccessibilityElement {
+public:
+    virtual ~AccessibilityElement() = default;
+
+    virtual QStringList attributeNames() = 0;
+    // nullopt when the attribute is missing or its read failed.
+    virtual std::optional<AccessibilityValue> copyAttributeValue(const QString& attribute) = 0;
+    virtual bool isAttributeSettable(const QString& attribute) = 0;
+    virtual bool setAttributeValue(const QString& attribute, const AccessibilityValue& value) = 0;
+    virtual QStringList actionNames() = 0;
+    virtual QString actionDescription(const QString& action) = 0;
+    virtual bool performAction(const QString& action) = 0;
+    // 0 when unknown.
+    virtual qint32 processIdentifier() = 0;
+};
+
+class AccessibilityProvider {
+public:
+    virtual ~AccessibilityProvider() = default;
+
+    // Whether the desktop's accessibility service is on.
+    virtual bool isEnabled() = 0;
+    // Asks the desktop to switch accessibility on; false when it refused.
+    virtual bool enable() = 0;
+    // The application element of a process, or nullptr when the process does
+    // not expose one.
+    virtual AccessibilityElementRef applicationElement(qint32 processIdentifier) = 0;
+};

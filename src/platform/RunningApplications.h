@@ -1,0 +1,21 @@
+#pragma once
+// RunningApplications: who a process is.
+//
+// Turns a process identifier into a RunningApplication: its application id
+// (desktop entry id, Flatpak or snap name; null when none is found), its
+// executable and the name to show. Results are cached per process; desktop
+// entries are read once and refreshed when the application folders change.
+//
+// Thread: the main thread only.
+
+#include <optional>
+
+#include "RunningApplication.h"
+
+class RunningApplications {
+public:
+    virtual ~RunningApplications() = default;
+
+    // nullopt when no such process runs (any more).
+    virtual std::optional<RunningApplication> runningApplication(qint32 processIdentifier) = 0;
+};

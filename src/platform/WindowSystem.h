@@ -1,0 +1,41 @@
+#pragma once
+// WindowSystem: the front window and the on-screen window list.
+//
+// What the tracking loop asks the display server once a second. The Linux
+// implementation keeps one long-lived X connection; a fake serves the unit
+// tests. Every call is cheap and non-blocking enough for the main thread
+// (a few X round trips at most). No display-server type appears here.
+//
+// Thread: the main thread only.
+
+#include <QString>
+#include <optional>
+#include <vector>
+
+struct WindowInfo final {
+    quint64 windowId = 0;
+    qint32 ownerProcessIdentifier = 0;  // 0 when the window names no process
+    QString name;                       // null when the window has no name at all
+    // 0 when the window's contents are not shared; always 1 on X11.
+    int sharingState = 1;
+};
+
+class WindowSystem {
+public:
+    virtual ~WindowSystem() = default;
+
+    // False when no display could be reached; every other call then answers
+    // nothing. Reported once by the caller, not on every tick.
+    virtual bool isAvailable() const = 0;
+
+    // The process owning the active window, or nullopt when there is no
+    // active window (also during the instant between two focus changes).
+    virtual std::optional<qint32> frontProcessIdentifier() = 0;
+
+    // The id of the active window, or nullopt.
+    virtual std::optional<quint64> activeWindow() = 0;
+
+    // Mapped windows front to back, without desktop, dock and hidden
+    // (minimised) windows.
+    virtual std::vector<WindowInfo> windowList() = 0;
+};
