@@ -6,6 +6,7 @@
 #include <cstdio>
 
 #include "TRLocations.h"
+#include "Translations.h"
 
 namespace {
 
@@ -22,6 +23,7 @@ int main(int argc, char* argv[]) {
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("vorlix-helper"));
     QCoreApplication::setApplicationVersion(QStringLiteral(VORLIX_VERSION));
+    installTranslations(app);
 
     QCommandLineParser parser;
     parser.setApplicationDescription(

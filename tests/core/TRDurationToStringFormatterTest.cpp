@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <QTranslator>
 #include <limits>
 
 #include "TRDurationToStringFormatter.h"
@@ -43,6 +44,26 @@ TEST(TRDurationToStringFormatter, NonNumbersAndNonFiniteValues) {
     EXPECT_EQ(TRDurationToStringFormatter::shortStringForDuration(
                   std::numeric_limits<double>::infinity(), 2),
               QString());
+}
+
+}  // namespace
+
+namespace {
+
+TEST(TRDurationToStringFormatter, UnitFormatsComeFromTheTranslation) {
+    int argc = 1;
+    char name[] = "core_tests";
+    char* argv[] = {name, nullptr};
+    QCoreApplication app(argc, argv);
+    QTranslator german;
+    ASSERT_TRUE(german.load(QStringLiteral(":/i18n/vorlix_de.qm")));
+    QCoreApplication::installTranslator(&german);
+    EXPECT_EQ(TRDurationToStringFormatter::shortStringForDuration(3725.0, 3),
+              QStringLiteral("1 Std. 2 Min. 5 Sek."));
+    EXPECT_EQ(TRDurationToStringFormatter::shortStringForDuration(0.0, 2), QStringLiteral("0 Sek."));
+    QCoreApplication::removeTranslator(&german);
+    EXPECT_EQ(TRDurationToStringFormatter::shortStringForDuration(3725.0, 3),
+              QStringLiteral("1h 2m 5s"));
 }
 
 }  // namespace
