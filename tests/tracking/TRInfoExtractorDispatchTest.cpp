@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
+#include <future>
 
 #include "ExtractionFixture.h"
 #include "TRApplicationInfoExtractor.h"
@@ -217,6 +218,36 @@ TEST_F(TRInfoExtractorCallTest, SkipsTheExtractorButNotTheTreeWhenScriptedTracki
     std::optional<TRActivity> none;
     EXPECT_EQ(TRInfoExtractor::completeActivity(none, false), nullptr);
     EXPECT_EQ(m_accessibility.applicationElementRequests(), 1);
+}
+
+TEST_F(TRInfoExtractorCallTest, HandsEachTickFromTheMainThreadToAWorkerAndBack) {
+    auto application = FakeAccessibilityElement::create();
+    auto tree = FakeAccessibilityElement::window(QStringLiteral("Tree"));
+    application->set(QStringLiteral("AXMainWindow"), AccessibilityElementRef(tree));
+    m_accessibility.add(42, application);
+    m_applications.add(makeApplication(42, QStringLiteral("org.example.Editor")));
+    m_windows.setFrontProcess(42);
+    m_windows.setWindows({WindowInfo{1, 42, QStringLiteral("List"), 1}});
+    auto scripted = m_scripting.application(42);
+    scripted->answer(QStringLiteral("pADc"),
+                     FakeScriptedApplication::referenceTo(QStringLiteral("docu[1]")));
+
+    for (int second = 0; second < 20; ++second) {
+        SCOPED_TRACE(second);
+        const QString path = QStringLiteral("/doc/%1").arg(second);
+        scripted->answer(QStringLiteral("docu[1].ppth"), ScriptValue{path});
+        std::optional<TRActivity> activity = TRInfoExtractor::currentActivity();
+        ASSERT_TRUE(activity.has_value());
+        EXPECT_EQ(activity->windowTitle(), QStringLiteral("List"));
+        const TRApplicationInfoExtractor* ran =
+            std::async(std::launch::async, [&activity] {
+                return TRInfoExtractor::completeActivity(activity, false);
+            }).get();
+        ASSERT_NE(ran, nullptr);
+        EXPECT_EQ(ran->name(), QStringLiteral("TRGenericInfoExtractor"));
+        EXPECT_EQ(activity->windowTitle(), QStringLiteral("Tree"));
+        EXPECT_EQ(activity->documentPath(), path);
+    }
 }
 
 }  // namespace
