@@ -16,7 +16,9 @@ namespace {
 
 volatile std::sig_atomic_t g_interrupted = 0;
 
-void onInterrupt(int) { g_interrupted = 1; }
+void onInterrupt(int) {
+    g_interrupted = 1;
+}
 
 QString shown(const QString& value) {
     if (value.isNull()) return QStringLiteral("(none)");

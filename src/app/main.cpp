@@ -39,7 +39,9 @@ struct PlatformObjects final {
     }
 };
 
-PlatformObjects createPlatformObjects() { return {}; }
+PlatformObjects createPlatformObjects() {
+    return {};
+}
 
 }  // namespace
 

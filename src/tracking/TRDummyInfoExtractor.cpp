@@ -2,7 +2,9 @@
 
 void TRDummyInfoExtractor::writeDetailsForActivity(TRActivity& /*activity*/) const {}
 
-QString TRDummyInfoExtractor::name() const { return QStringLiteral("TRDummyInfoExtractor"); }
+QString TRDummyInfoExtractor::name() const {
+    return QStringLiteral("TRDummyInfoExtractor");
+}
 
 const TRDummyInfoExtractor& TRDummyInfoExtractor::instance() {
     static const TRDummyInfoExtractor extractor;

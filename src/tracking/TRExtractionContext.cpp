@@ -9,11 +9,15 @@ quint64 g_generation = 0;
 
 }  // namespace
 
-const TRExtractionContext& TRExtractionContext::shared() { return g_context; }
+const TRExtractionContext& TRExtractionContext::shared() {
+    return g_context;
+}
 
 void TRExtractionContext::setShared(const TRExtractionContext& context) {
     g_context = context;
     ++g_generation;
 }
 
-quint64 TRExtractionContext::generation() { return g_generation; }
+quint64 TRExtractionContext::generation() {
+    return g_generation;
+}

@@ -51,4 +51,6 @@ bool TRExtractorRegistry::waitsForExtractor(const TRExtractorTables::RegistryEnt
     return builtExtractorNamed(QString::fromLatin1(entry.extractorName)) == nullptr;
 }
 
-void registerDefaultExtractors() { TRExtractorRegistry::shared(); }
+void registerDefaultExtractors() {
+    TRExtractorRegistry::shared();
+}

@@ -169,7 +169,9 @@ QSet<QString> toSet(std::span<const char* const> names) {
 
 }  // namespace
 
-std::span<const RegistryEntry> registryEntries() { return kRegistry; }
+std::span<const RegistryEntry> registryEntries() {
+    return kRegistry;
+}
 
 const QSet<QString>& excludedBundleIdentifiers() {
     static const QSet<QString> set = toSet(kExcludedBundleIdentifiers);
@@ -181,12 +183,15 @@ const QSet<QString>& excludedExecutableNames() {
     return set;
 }
 
-std::span<const DesktopAgent> linuxDesktopAgents() { return kDesktopAgents; }
+std::span<const DesktopAgent> linuxDesktopAgents() {
+    return kDesktopAgents;
+}
 
 const QSet<QString>& linuxDesktopAgentNames() {
     static const QSet<QString> set = [] {
         QSet<QString> names;
-        for (const DesktopAgent& agent : kDesktopAgents) names.insert(QString::fromLatin1(agent.name));
+        for (const DesktopAgent& agent : kDesktopAgents)
+            names.insert(QString::fromLatin1(agent.name));
         return names;
     }();
     return set;

@@ -17,14 +17,18 @@ ScriptReference appended(ScriptReference reference, const ScriptStep& step) {
     return reference;
 }
 
-ScriptStep property(const char* code) { return ScriptStep::property(QString::fromLatin1(code)); }
+ScriptStep property(const char* code) {
+    return ScriptStep::property(QString::fromLatin1(code));
+}
 ScriptStep element(const char* code, int index) {
     return ScriptStep::element(QString::fromLatin1(code), index);
 }
 
 }  // namespace
 
-QString TRGenericInfoExtractor::name() const { return QStringLiteral("TRGenericInfoExtractor"); }
+QString TRGenericInfoExtractor::name() const {
+    return QStringLiteral("TRGenericInfoExtractor");
+}
 
 const TRGenericInfoExtractor& TRGenericInfoExtractor::instance() {
     static const TRGenericInfoExtractor extractor;

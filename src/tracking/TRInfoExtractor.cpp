@@ -9,8 +9,8 @@
 #include "TRExtractorRegistry.h"
 #include "TRExtractorTables.h"
 #include "TRGenericInfoExtractor.h"
-#include "TRLocations.h"
 #include "TRInfoExtractorAccessibility.h"
+#include "TRLocations.h"
 #include "WindowSystem.h"
 
 namespace {
@@ -64,8 +64,9 @@ void fillWindowTitleFromWindowList(TRActivity& activity, qint32 processIdentifie
 bool TRInfoExtractor::isExcludedApplication(const RunningApplication& application) {
     if (application.processIdentifier == QCoreApplication::applicationPid()) return true;
     const QString& id = application.bundleIdentifier;
-    const QString executable =
-        application.executablePath.isEmpty() ? QString() : QFileInfo(application.executablePath).fileName();
+    const QString executable = application.executablePath.isEmpty()
+                                   ? QString()
+                                   : QFileInfo(application.executablePath).fileName();
     if (!id.isEmpty()) {
         if (id == QLatin1String(TRLocations::kHelperBundleIdentifier)) return true;
         if (TRExtractorTables::excludedBundleIdentifiers().contains(id)) return true;
@@ -98,8 +99,9 @@ std::optional<TRActivity> TRInfoExtractor::currentActivity() {
 void TRInfoExtractor::completeActivityFromAccessibility(TRActivity& activity) {
     const RunningApplication* application = activity.runningApplication();
     if (application == nullptr) return;
-    const std::optional<TRActivityDetails> found = TRInfoExtractorAccessibility::detailsOfFrontWindows(
-        TRExtractionContext::shared().accessibility, application->processIdentifier);
+    const std::optional<TRActivityDetails> found =
+        TRInfoExtractorAccessibility::detailsOfFrontWindows(
+            TRExtractionContext::shared().accessibility, application->processIdentifier);
     if (!found) return;
     TRActivityDetails merged = *found;
     // Only a non-empty title or document from the tree outranks the window

@@ -12,13 +12,16 @@ constexpr int kMaximumSheetDepth = 16;
 
 AccessibilityElementRef elementAttribute(const char* attribute,
                                          const AccessibilityElementRef& element) {
-    const auto value = UIElementUtilities::valueOfAttribute(QString::fromLatin1(attribute), element);
-    const AccessibilityElementRef* found = value ? std::get_if<AccessibilityElementRef>(&*value) : nullptr;
+    const auto value =
+        UIElementUtilities::valueOfAttribute(QString::fromLatin1(attribute), element);
+    const AccessibilityElementRef* found =
+        value ? std::get_if<AccessibilityElementRef>(&*value) : nullptr;
     return found ? *found : nullptr;
 }
 
 QString stringAttribute(const char* attribute, const AccessibilityElementRef& element) {
-    const auto value = UIElementUtilities::valueOfAttribute(QString::fromLatin1(attribute), element);
+    const auto value =
+        UIElementUtilities::valueOfAttribute(QString::fromLatin1(attribute), element);
     const QString* found = value ? std::get_if<QString>(&*value) : nullptr;
     return found ? *found : QString();
 }
@@ -54,7 +57,8 @@ std::optional<TRActivityDetails> detailsOfFrontWindows(AccessibilityProvider* pr
         const QString title = stringAttribute(UIElementUtilities::kTitleAttribute, window);
         if (!title.isNull() && details.windowTitle().isNull()) details.setWindowTitle(title);
         const QString document = stringAttribute(kDocumentAttribute, window);
-        if (!document.isNull() && details.documentPath().isNull()) details.setDocumentPath(document);
+        if (!document.isNull() && details.documentPath().isNull())
+            details.setDocumentPath(document);
     }
     return details;
 }

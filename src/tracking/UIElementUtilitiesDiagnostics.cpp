@@ -11,7 +11,9 @@ namespace {
 // A tree whose parents loop must not hang a diagnosis.
 constexpr int kMaximumLineageDepth = 64;
 
-QString orNullText(const QString& s) { return s.isNull() ? QStringLiteral("(null)") : s; }
+QString orNullText(const QString& s) {
+    return s.isNull() ? QStringLiteral("(null)") : s;
+}
 
 QString elementDescription(const AccessibilityElementRef& element) {
     if (!element) return QStringLiteral("(null)");
@@ -109,9 +111,9 @@ QString stringDescriptionOfAXValue(const AccessibilityValue& value, bool verbose
                                  s->height);
     }
     if (const auto* r = std::get_if<AXRect>(&value)) {
-        return QString::asprintf(verbose ? "<AXRectValue  x=%g y=%g w=%g h=%g>"
-                                         : "x=%g y=%g w=%g h=%g",
-                                 r->x, r->y, r->width, r->height);
+        return QString::asprintf(
+            verbose ? "<AXRectValue  x=%g y=%g w=%g h=%g>" : "x=%g y=%g w=%g h=%g", r->x, r->y,
+            r->width, r->height);
     }
     if (const auto* g = std::get_if<AXRange>(&value)) {
         return QString::asprintf(verbose ? "<AXRangeValue pos=%ld len=%ld>" : "pos=%ld len=%ld",
@@ -167,11 +169,13 @@ QString stringDescriptionOfUIElement(const AccessibilityElementRef& element) {
         const QString settable =
             canSetAttribute(attribute, element) ? QStringLiteral(" (W)") : QString();
         const QString value = descriptionOfValue(valueOfAttribute(attribute, element), true);
-        text += QStringLiteral("   %1%2:  \u201C%3\u201D\n").arg(attribute, settable, orNullText(value));
+        text += QStringLiteral("   %1%2:  \u201C%3\u201D\n")
+                    .arg(attribute, settable, orNullText(value));
     }
     text += QStringLiteral("\nActions:\n");
     for (const QString& action : actionNamesOfUIElement(element).value_or(QStringList())) {
-        text += QStringLiteral("   %1 - %2\n").arg(action, orNullText(descriptionOfAction(action, element)));
+        text += QStringLiteral("   %1 - %2\n")
+                    .arg(action, orNullText(descriptionOfAction(action, element)));
     }
     return text;
 }

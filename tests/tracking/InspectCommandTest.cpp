@@ -39,9 +39,10 @@ protected:
 TEST_F(InspectCommandTest, PrintsWhatWillBeRecordedOnce) {
     editorInFront(QStringLiteral("org.xfce.mousepad"));
     auto application = FakeAccessibilityElement::create();
-    application->set(QStringLiteral("AXMainWindow"),
-                     AccessibilityElementRef(FakeAccessibilityElement::window(
-                         QStringLiteral("notes.txt - Mousepad"), QStringLiteral("file:///home/u/notes.txt"))));
+    application->set(
+        QStringLiteral("AXMainWindow"),
+        AccessibilityElementRef(FakeAccessibilityElement::window(
+            QStringLiteral("notes.txt - Mousepad"), QStringLiteral("file:///home/u/notes.txt"))));
     m_accessibility.add(kPid, application);
 
     EXPECT_EQ(run({QStringLiteral("--once")}, platform()), 0);
@@ -64,22 +65,32 @@ TEST_F(InspectCommandTest, NamesTheExtractorAndWhatItChanged) {
         QStringList wantLines;
     };
     const Case cases[] = {
-        {"a document name from the generic extractor", QStringLiteral("org.example.Editor"),
+        {"a document name from the generic extractor",
+         QStringLiteral("org.example.Editor"),
          [this] {
              auto scripted = m_scripting.application(kPid);
-             scripted->answer(QStringLiteral("pADc"), FakeScriptedApplication::referenceTo(QStringLiteral("docu[1]")));
-             scripted->answer(QStringLiteral("docu[1].pnam"), ScriptValue{QStringLiteral("Untitled 1")});
+             scripted->answer(QStringLiteral("pADc"),
+                              FakeScriptedApplication::referenceTo(QStringLiteral("docu[1]")));
+             scripted->answer(QStringLiteral("docu[1].pnam"),
+                              ScriptValue{QStringLiteral("Untitled 1")});
          },
          {QStringLiteral("document title: Untitled 1"),
           QStringLiteral("extractor: TRGenericInfoExtractor")}},
-        {"details removed for an application that has quit", QStringLiteral("org.example.Editor"),
+        {"details removed for an application that has quit",
+         QStringLiteral("org.example.Editor"),
          [this] { m_scripting.application(kPid)->setRunning(false); },
          {QStringLiteral("details: removed (the application is recorded without what it shows)")}},
-        {"the dummy extractor", QStringLiteral("com.apple.frontrow"), [] {},
+        {"the dummy extractor",
+         QStringLiteral("com.apple.frontrow"),
+         [] {},
          {QStringLiteral("extractor: TRDummyInfoExtractor")}},
-        {"an application without id", QString(), [] {},
+        {"an application without id",
+         QString(),
+         [] {},
          {QStringLiteral("id: (none)"), QStringLiteral("extractor: TRGenericInfoExtractor")}},
-        {"an excluded agent", QStringLiteral("xfce4-panel"), [] {},
+        {"an excluded agent",
+         QStringLiteral("xfce4-panel"),
+         [] {},
          {QStringLiteral("application: (not tracked: the helper itself or one of the desktop's own "
                          "agents)"),
           QStringLiteral("id: xfce4-panel"), QStringLiteral("pid: 4321")}},
@@ -93,7 +104,8 @@ TEST_F(InspectCommandTest, NamesTheExtractorAndWhatItChanged) {
         EXPECT_EQ(run({QStringLiteral("--once")}, platform()), 0);
         const QStringList lines = m_out.split(QLatin1Char('\n'));
         for (const QString& want : c.wantLines) {
-            EXPECT_TRUE(lines.contains(want)) << want.toStdString() << "\nin:\n" << m_out.toStdString();
+            EXPECT_TRUE(lines.contains(want)) << want.toStdString() << "\nin:\n"
+                                              << m_out.toStdString();
         }
     }
 }
@@ -107,15 +119,23 @@ TEST_F(InspectCommandTest, SaysWhyItCannotLook) {
         const char* wantErr;
     };
     const Case cases[] = {
-        {"no platform objects in this build", {QStringLiteral("--once")},
-         [] { return TRExtractionContext(); }, 1, "no window system"},
-        {"no display", {QStringLiteral("--once")},
+        {"no platform objects in this build",
+         {QStringLiteral("--once")},
+         [] { return TRExtractionContext(); },
+         1,
+         "no window system"},
+        {"no display",
+         {QStringLiteral("--once")},
          [this] {
              m_windows.setAvailable(false);
              return platform();
          },
-         1, "cannot reach the X display"},
-        {"an unknown argument", {QStringLiteral("--twice")}, [this] { return platform(); }, 2,
+         1,
+         "cannot reach the X display"},
+        {"an unknown argument",
+         {QStringLiteral("--twice")},
+         [this] { return platform(); },
+         2,
          "unknown argument \"--twice\""},
     };
     for (const Case& c : cases) {
@@ -147,7 +167,9 @@ TEST_F(InspectCommandTest, LooksOnceASecondUntilInterrupted) {
 
     EXPECT_EQ(run({}, platform()), 0);
 
-    EXPECT_EQ(m_out.count(QStringLiteral("\n--- ")) + (m_out.startsWith(QStringLiteral("--- ")) ? 1 : 0), 2)
+    EXPECT_EQ(
+        m_out.count(QStringLiteral("\n--- ")) + (m_out.startsWith(QStringLiteral("--- ")) ? 1 : 0),
+        2)
         << m_out.toStdString();
     EXPECT_EQ(m_out.count(QStringLiteral("application: Mousepad\n")), 2);
 }

@@ -9,16 +9,28 @@ namespace {
 
 constexpr qint32 kPid = 100;
 
-ScriptValue str(const char* s) { return ScriptValue{QString::fromUtf8(s)}; }
-ScriptValue url(const char* s) { return ScriptValue{QUrl(QString::fromUtf8(s))}; }
+ScriptValue str(const char* s) {
+    return ScriptValue{QString::fromUtf8(s)};
+}
+ScriptValue url(const char* s) {
+    return ScriptValue{QUrl(QString::fromUtf8(s))};
+}
 ScriptValue fileRef(const char* s) {
     return ScriptValue{ScriptFileReference{QUrl(QString::fromUtf8(s))}};
 }
-ScriptValue ref(const char* s) { return FakeScriptedApplication::referenceTo(QString::fromUtf8(s)); }
-ScriptValue number(double d) { return ScriptValue{d}; }
-ScriptValue list() { return ScriptValue{ScriptList{str("a")}}; }
+ScriptValue ref(const char* s) {
+    return FakeScriptedApplication::referenceTo(QString::fromUtf8(s));
+}
+ScriptValue number(double d) {
+    return ScriptValue{d};
+}
+ScriptValue list() {
+    return ScriptValue{ScriptList{str("a")}};
+}
 
-QString q(const char* s) { return s ? QString::fromUtf8(s) : QString(); }
+QString q(const char* s) {
+    return s ? QString::fromUtf8(s) : QString();
+}
 
 struct Answer {
     const char* reference;
@@ -46,9 +58,8 @@ QStringList requests(std::initializer_list<const char*> texts) {
     return out;
 }
 
-const QStringList kAllAddresses = requests(
-    {"docu[1].ppth", "docu[1].file", "docu[1].Dpth", "docu[1].pURL", "docu[1].url ",
-     "docu[1].FTPc"});
+const QStringList kAllAddresses = requests({"docu[1].ppth", "docu[1].file", "docu[1].Dpth",
+                                            "docu[1].pURL", "docu[1].url ", "docu[1].FTPc"});
 
 // The current document's request, then the first `count` address requests.
 QStringList addressRequests(int count) {
@@ -123,7 +134,8 @@ TEST_F(TRGenericInfoExtractorTest, AsksForTheDocumentsAddressesInTheirOrder) {
          .wantDocumentPath = "https://example.org/ok",
          .wantRequests = addressRequests(4)},
         {.name = "an empty path is usable and ends the search",
-         .answers = {{"pADc", ref("docu[1]")}, {"docu[1].ppth", str("")},
+         .answers = {{"pADc", ref("docu[1]")},
+                     {"docu[1].ppth", str("")},
                      {"docu[1].pnam", str("Name")}},
          .wantDocumentPath = "",
          .wantRequests = requests({"pADc", "docu[1].ppth"})},
@@ -134,16 +146,17 @@ TEST_F(TRGenericInfoExtractorTest, AsksForTheDocumentsAddressesInTheirOrder) {
 TEST_F(TRGenericInfoExtractorTest, FindsTheDocumentThroughThreeReferences) {
     const GenericCase cases[] = {
         {.name = "current document not a reference: document 1",
-         .answers = {{"pADc", str("not a reference")}, {"docu[1]", ref("docu[1]")},
+         .answers = {{"pADc", str("not a reference")},
+                     {"docu[1]", ref("docu[1]")},
                      {"docu[1].ppth", str("/a")}},
          .wantDocumentPath = "/a",
          .wantRequests = requests({"pADc", "docu[1]", "docu[1].ppth"})},
         {.name = "neither: window 1's document",
-         .answers = {{"cwin[1].docu", ref("cwin[1].docu")}, {"cwin[1].docu.pURL", str("https://w/")}},
+         .answers = {{"cwin[1].docu", ref("cwin[1].docu")},
+                     {"cwin[1].docu.pURL", str("https://w/")}},
          .wantDocumentPath = "https://w/",
          .wantRequests = requests({"pADc", "docu[1]", "cwin[1].docu", "cwin[1].docu.ppth",
-                                   "cwin[1].docu.file", "cwin[1].docu.Dpth",
-                                   "cwin[1].docu.pURL"})},
+                                   "cwin[1].docu.file", "cwin[1].docu.Dpth", "cwin[1].docu.pURL"})},
         {.name = "no document at all: window 1's name",
          .answers = {{"cwin[1].pnam", str("Front window")}},
          .wantWindowTitle = "Front window",
@@ -164,17 +177,20 @@ TEST_F(TRGenericInfoExtractorTest, FallsBackToNamesWithoutOverwritingWhatWasFoun
 
     const GenericCase cases[] = {
         {.name = "the document's name, and no window name is asked",
-         .answers = {{"pADc", ref("docu[1]")}, {"docu[1].pnam", str("Report")},
+         .answers = {{"pADc", ref("docu[1]")},
+                     {"docu[1].pnam", str("Report")},
                      {"cwin[1].pnam", str("Window")}},
          .wantDocumentTitle = "Report",
          .wantRequests = withName},
         {.name = "a document name that is no string: the window name",
-         .answers = {{"pADc", ref("docu[1]")}, {"docu[1].pnam", number(1)},
+         .answers = {{"pADc", ref("docu[1]")},
+                     {"docu[1].pnam", number(1)},
                      {"cwin[1].pnam", str("Window")}},
          .wantWindowTitle = "Window",
          .wantRequests = withWindowName},
         {.name = "a document title already there: its name is not asked",
-         .answers = {{"pADc", ref("docu[1]")}, {"docu[1].pnam", str("Other")},
+         .answers = {{"pADc", ref("docu[1]")},
+                     {"docu[1].pnam", str("Other")},
                      {"cwin[1].pnam", str("Window")}},
          .documentTitle = "Kept",
          .wantDocumentTitle = "Kept",
@@ -230,10 +246,12 @@ TEST_F(TRGenericInfoExtractorTest, LeavesTheDetailsAloneWhenNobodyCanBeAsked) {
     const Case cases[] = {
         {"an application that answers every request with an error",
          [this](TRActivity&) { m_scripting.application(kPid)->setUnscriptable(true); }},
-        {"a process without a scripting target", [](TRActivity& a) {
+        {"a process without a scripting target",
+         [](TRActivity& a) {
              a.setApplication(makeApplication(kPid + 1, QStringLiteral("org.example.Editor")));
          }},
-        {"no running application", [](TRActivity& a) {
+        {"no running application",
+         [](TRActivity& a) {
              TRActivity bare;
              bare.setWindowTitle(a.windowTitle());
              a = bare;

@@ -10,7 +10,9 @@ constexpr qint32 kPid = 42;
 
 using Element = std::shared_ptr<FakeAccessibilityElement>;
 
-QString q(const char* s) { return s ? QString::fromUtf8(s) : QString(); }
+QString q(const char* s) {
+    return s ? QString::fromUtf8(s) : QString();
+}
 
 Element window(const char* title, const char* document = nullptr) {
     return FakeAccessibilityElement::window(q(title), q(document));
@@ -18,8 +20,10 @@ Element window(const char* title, const char* document = nullptr) {
 
 Element applicationWith(const Element& mainWindow, const Element& focusedWindow) {
     auto application = FakeAccessibilityElement::create();
-    application->set(QStringLiteral("AXRole"), QString::fromLatin1(AccessibilityRole::kApplication));
-    if (mainWindow) application->set(QStringLiteral("AXMainWindow"), AccessibilityElementRef(mainWindow));
+    application->set(QStringLiteral("AXRole"),
+                     QString::fromLatin1(AccessibilityRole::kApplication));
+    if (mainWindow)
+        application->set(QStringLiteral("AXMainWindow"), AccessibilityElementRef(mainWindow));
     if (focusedWindow) {
         application->set(QStringLiteral("AXFocusedWindow"), AccessibilityElementRef(focusedWindow));
     }
@@ -31,7 +35,8 @@ protected:
     // The worker-side step for an activity whose window list gave `listTitle`.
     TRActivity complete(const Element& application, const char* listTitle = nullptr) {
         if (application) m_accessibility.add(kPid, application);
-        TRActivity activity = makeActivity(makeApplication(kPid, QStringLiteral("org.example.Editor")));
+        TRActivity activity =
+            makeActivity(makeApplication(kPid, QStringLiteral("org.example.Editor")));
         if (listTitle) activity.setWindowTitle(q(listTitle));
         TRInfoExtractor::completeActivityFromAccessibility(activity);
         return activity;
@@ -56,7 +61,8 @@ TEST_F(TRInfoExtractorAccessibilityTest, LetsTheMainWindowWinAndTheFocusedWindow
     wrongKinds->set(QStringLiteral("AXDocument"), true);
     auto notAnElement = FakeAccessibilityElement::create();
     notAnElement->set(QStringLiteral("AXMainWindow"), QStringLiteral("a string"));
-    notAnElement->set(QStringLiteral("AXFocusedWindow"), AccessibilityElementRef(window("Focused")));
+    notAnElement->set(QStringLiteral("AXFocusedWindow"),
+                      AccessibilityElementRef(window("Focused")));
     auto same = window("Both", "file:///both.txt");
 
     const TreeCase cases[] = {
@@ -165,7 +171,8 @@ TEST_F(TRInfoExtractorAccessibilityTest, LeavesTheWindowListAloneWhenAccessibili
     EXPECT_EQ(m_accessibility.applicationElementRequests(), 0);
 
     TRExtractionContext::setShared(TRExtractionContext());
-    TRActivity noProvider = makeActivity(makeApplication(kPid, QStringLiteral("org.example.Editor")));
+    TRActivity noProvider =
+        makeActivity(makeApplication(kPid, QStringLiteral("org.example.Editor")));
     noProvider.setWindowTitle(QStringLiteral("List"));
     TRInfoExtractor::completeActivityFromAccessibility(noProvider);
     EXPECT_EQ(noProvider.windowTitle(), QStringLiteral("List"));

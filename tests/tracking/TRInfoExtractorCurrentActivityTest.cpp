@@ -11,7 +11,9 @@ namespace {
 
 constexpr qint32 kPid = 42;
 
-QString q(const char* s) { return s ? QString::fromUtf8(s) : QString(); }
+QString q(const char* s) {
+    return s ? QString::fromUtf8(s) : QString();
+}
 
 WindowInfo window(qint32 pid, const char* name, int sharingState = 1) {
     WindowInfo info;
@@ -37,18 +39,23 @@ TEST_F(TRInfoExtractorCurrentActivityTest, ReturnsNothingForApplicationsThatAreN
         bool excluded;
     };
     std::vector<Case> cases = {
-        {QStringLiteral("the helper's own id"), QStringLiteral("info.mallowby.VorlixHelper"), {}, true},
+        {QStringLiteral("the helper's own id"),
+         QStringLiteral("info.mallowby.VorlixHelper"),
+         {},
+         true},
         {QStringLiteral("the dock"), QStringLiteral("com.apple.dock"), {}, true},
         {QStringLiteral("the dock in another case"), QStringLiteral("com.apple.Dock"), {}, false},
         {QStringLiteral("ccc_helper, whatever its id"), QStringLiteral("org.example.Backup"),
          QStringLiteral("ccc_helper"), true},
         {QStringLiteral("ccc_helper as an id only"), QStringLiteral("ccc_helper"), {}, false},
         {QStringLiteral("a longer executable name"), {}, QStringLiteral("ccc_helper2"), false},
-        {QStringLiteral("an agent in another case"), QStringLiteral("Dunst"), QStringLiteral("Dunst"), false},
+        {QStringLiteral("an agent in another case"), QStringLiteral("Dunst"),
+         QStringLiteral("Dunst"), false},
         {QStringLiteral("the file manager that also draws the desktop"), QStringLiteral("pcmanfm"),
          QStringLiteral("pcmanfm"), false},
         {QStringLiteral("no id and no executable"), {}, {}, false},
-        {QStringLiteral("an ordinary editor"), QStringLiteral("org.gnome.gedit"), QStringLiteral("gedit"), false},
+        {QStringLiteral("an ordinary editor"), QStringLiteral("org.gnome.gedit"),
+         QStringLiteral("gedit"), false},
     };
     for (const QString& id : TRExtractorTables::excludedBundleIdentifiers()) {
         cases.push_back({QStringLiteral("excluded id ") + id, id, {}, true});
@@ -83,18 +90,24 @@ TEST_F(TRInfoExtractorCurrentActivityTest, TakesTheTitleOfTheFirstQualifyingWind
     };
     const Case cases[] = {
         {"the front window of the process",
-         {window(kPid, "Front"), window(kPid, "Behind")}, "Front"},
+         {window(kPid, "Front"), window(kPid, "Behind")},
+         "Front"},
         {"other processes' windows are passed over",
-         {window(7, "Other"), window(kPid, "Mine")}, "Mine"},
+         {window(7, "Other"), window(kPid, "Mine")},
+         "Mine"},
         {"a window that is not shared is skipped",
-         {window(kPid, "Private", 0), window(7, "Other"), window(kPid, "Shared")}, "Shared"},
+         {window(kPid, "Private", 0), window(7, "Other"), window(kPid, "Shared")},
+         "Shared"},
         {"an activity window is passed over",
-         {window(kPid, "Activity window for Mail"), window(kPid, "Inbox")}, "Inbox"},
+         {window(kPid, "Activity window for Mail"), window(kPid, "Inbox")},
+         "Inbox"},
         {"the prefix test is case-sensitive",
          {window(kPid, "activity window for Mail"), window(kPid, "Inbox")},
          "activity window for Mail"},
         {"an empty name qualifies", {window(kPid, ""), window(kPid, "Named")}, ""},
-        {"a window without a name is skipped", {window(kPid, nullptr), window(kPid, "Named")}, "Named"},
+        {"a window without a name is skipped",
+         {window(kPid, nullptr), window(kPid, "Named")},
+         "Named"},
         {"no qualifying window leaves no title",
          {window(kPid, "Hidden", 0), window(kPid, "Activity window for X"), window(7, "Other")},
          nullptr},
@@ -132,13 +145,13 @@ TEST_F(TRInfoExtractorCurrentActivityTest, GivesAnActivityWithoutApplicationWhen
         const char* wantTitle;
     };
     const Case cases[] = {
-        {"a process without an application record",
-         [this] { m_applications.setFailing(true); }, "Window"},
+        {"a process without an application record", [this] { m_applications.setFailing(true); },
+         "Window"},
         {"a display that cannot be reached", [this] { m_windows.setAvailable(false); }, nullptr},
-        {"no window system at all",
-         [] { TRExtractionContext::setShared(TRExtractionContext()); }, nullptr},
-        {"no active window on the first tick",
-         [this] { m_windows.setFrontProcess(std::nullopt); }, nullptr},
+        {"no window system at all", [] { TRExtractionContext::setShared(TRExtractionContext()); },
+         nullptr},
+        {"no active window on the first tick", [this] { m_windows.setFrontProcess(std::nullopt); },
+         nullptr},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -164,13 +177,11 @@ TEST_F(TRInfoExtractorCurrentActivityTest, BridgesOneTickWithoutAnActiveWindow) 
         qint32 wantPid;
     };
     const Tick ticks[] = {
-        {kPid, kPid},          // in front
-        {std::nullopt, kPid},  // focus passing between two windows
-        {kPid, kPid},
-        {std::nullopt, kPid},  // a gap again is bridged again
-        {std::nullopt, 0},     // two ticks in a row: really no active window
-        {std::nullopt, 0},
-        {kPid, kPid},
+        {kPid, kPid},                                // in front
+        {std::nullopt, kPid},                        // focus passing between two windows
+        {kPid, kPid},         {std::nullopt, kPid},  // a gap again is bridged again
+        {std::nullopt, 0},                           // two ticks in a row: really no active window
+        {std::nullopt, 0},    {kPid, kPid},
     };
     int second = 0;
     for (const Tick& tick : ticks) {

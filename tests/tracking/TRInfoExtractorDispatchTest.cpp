@@ -14,7 +14,9 @@ namespace {
 
 constexpr char kGeneric[] = "TRGenericInfoExtractor";
 
-QString q(const char* s) { return QString::fromUtf8(s); }
+QString q(const char* s) {
+    return QString::fromUtf8(s);
+}
 
 class NamedExtractor final : public TRApplicationInfoExtractor {
 public:
@@ -47,9 +49,12 @@ TEST(TRExtractorRegistry, MatchesExactlyReplacesAndIgnoresUnusableRegistrations)
         const TRApplicationInfoExtractor* want;
     };
     const Case cases[] = {
-        {"org.example.App", &first},    {"org.example.app", nullptr},
-        {"ORG.EXAMPLE.APP", nullptr},   {"org.example.App ", nullptr},
-        {"", nullptr},                  {"org.example.Null", nullptr},
+        {"org.example.App", &first},
+        {"org.example.app", nullptr},
+        {"ORG.EXAMPLE.APP", nullptr},
+        {"org.example.App ", nullptr},
+        {"", nullptr},
+        {"org.example.Null", nullptr},
         {"org.example.Later", &second},
     };
     for (const Case& c : cases) {
@@ -171,10 +176,12 @@ public:
 
 TEST_F(TRInfoExtractorCallTest, RunsTheAccessibilityStepBeforeTheRegisteredExtractor) {
     static RecordingExtractor recording;
-    TRInfoExtractor::addApplicationInfoExtractor(&recording, QStringLiteral("org.example.Recorded"));
+    TRInfoExtractor::addApplicationInfoExtractor(&recording,
+                                                 QStringLiteral("org.example.Recorded"));
     auto application = FakeAccessibilityElement::create();
-    application->set(QStringLiteral("AXMainWindow"),
-                     AccessibilityElementRef(FakeAccessibilityElement::window(QStringLiteral("Tree"))));
+    application->set(
+        QStringLiteral("AXMainWindow"),
+        AccessibilityElementRef(FakeAccessibilityElement::window(QStringLiteral("Tree"))));
     m_accessibility.add(42, application);
     TRActivity activity = makeActivity(makeApplication(42, QStringLiteral("org.example.Recorded")));
     activity.setWindowTitle(QStringLiteral("List"));

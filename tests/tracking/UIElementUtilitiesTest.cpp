@@ -8,7 +8,9 @@ namespace {
 using namespace UIElementUtilities;
 using Element = std::shared_ptr<FakeAccessibilityElement>;
 
-QString q(const char* s) { return QString::fromUtf8(s); }
+QString q(const char* s) {
+    return QString::fromUtf8(s);
+}
 
 Element element(const char* role, const char* title = nullptr) {
     auto e = FakeAccessibilityElement::create();
@@ -94,7 +96,8 @@ TEST(UIElementUtilities, ParsesAStringByTheKindOfTheCurrentValue) {
         {"rectangle", AXRect{}, "x=1 y=2 w=3 h=4", AXRect{1, 2, 3, 4}},
         {"range", AXRange{}, "pos=7 len=12", AXRange{7, 12}},
         {"a point that half parses", AXPoint{9, 9}, "x=4 z=1", AXPoint{4, 0}},
-        {"string as it is", AccessibilityValue(q("old")), " new value ", AccessibilityValue(q(" new value "))},
+        {"string as it is", AccessibilityValue(q("old")), " new value ",
+         AccessibilityValue(q(" new value "))},
         {"another number as a float", 1.0, "0.1", static_cast<double>(0.1f)},
         {"a boolean", false, "1", true},
     };
@@ -127,10 +130,11 @@ TEST(UIElementUtilities, DescribesAnElementWithItsLineageAttributesAndActions) {
     button->addAction(q("AXPress"), q("press"));
 
     EXPECT_EQ(lineageOfUIElement(button),
-              (QStringList{q("<AXApplication: \u201CEditor\u201D>"), q("<AXWindow: \u201CDoc\u201D>"),
-                           q("<AXButton: \u201COK\u201D>")}));
-    const QString lineage = q("<AXApplication: \u201CEditor\u201D>\n <AXWindow: \u201CDoc\u201D>\n"
-                              "  <AXButton: \u201COK\u201D>\n");
+              (QStringList{q("<AXApplication: \u201CEditor\u201D>"),
+                           q("<AXWindow: \u201CDoc\u201D>"), q("<AXButton: \u201COK\u201D>")}));
+    const QString lineage =
+        q("<AXApplication: \u201CEditor\u201D>\n <AXWindow: \u201CDoc\u201D>\n"
+          "  <AXButton: \u201COK\u201D>\n");
     EXPECT_EQ(lineageDescriptionOfUIElement(button), lineage);
     EXPECT_EQ(stringDescriptionOfUIElement(button),
               lineage + q("\nAttributes:\n"
