@@ -15,7 +15,8 @@
 
 namespace {
 
-// Windows the helper's own tooling opens; never the user's work.
+// Auxiliary windows named this way never stand for what the user works on;
+// the process's next window does.
 constexpr char kIgnoredWindowNamePrefix[] = "Activity window for";
 
 // The process in front on the last tick, kept across one tick without an
