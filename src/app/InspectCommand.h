@@ -1,0 +1,31 @@
+#pragma once
+// `vorlix-helper inspect [--once]`: shows what the helper sees.
+//
+// Once a second until interrupted (Ctrl-C), or once with --once, prints the
+// front application as the tracking loop would record it: name, id,
+// executable, pid, window title, document path (and document title or path
+// components when an extractor set them), and which extractor ran. This is
+// how a user checks what will be recorded; titles and paths go to the
+// terminal only, never to a log.
+//
+// Both extraction steps run on the calling thread, one after the other, so
+// the platform objects see a single thread, as they require.
+//
+// Thread: the main thread, with a QCoreApplication.
+
+#include <QString>
+#include <QStringList>
+#include <QTextStream>
+
+#include "TRExtractionContext.h"
+
+// `arguments` are those after "inspect". Installs `platform` as the
+// extraction context. Returns the process exit code: 0 after --once or an
+// interrupt, 1 when there is no window system to ask, 2 for a usage error.
+int runInspectCommand(const QStringList& arguments, const TRExtractionContext& platform);
+int runInspectCommand(const QStringList& arguments, const TRExtractionContext& platform,
+                      QTextStream& out, QTextStream& err);
+
+// One look at the front application through the installed context, as the
+// text block that `inspect` prints.
+QString inspectFrontActivity();

@@ -1,0 +1,12 @@
+#include "TRDummyInfoExtractor.h"
+
+void TRDummyInfoExtractor::writeDetailsForActivity(TRActivity& /*activity*/) const {}
+
+QString TRDummyInfoExtractor::name() const {
+    return QStringLiteral("TRDummyInfoExtractor");
+}
+
+const TRDummyInfoExtractor& TRDummyInfoExtractor::instance() {
+    static const TRDummyInfoExtractor extractor;
+    return extractor;
+}

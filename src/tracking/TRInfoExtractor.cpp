@@ -1,0 +1,149 @@
+#include "TRInfoExtractor.h"
+
+#include <QCoreApplication>
+#include <QFileInfo>
+
+#include "RunningApplications.h"
+#include "StringAdditions.h"
+#include "TRExtractionContext.h"
+#include "TRExtractorRegistry.h"
+#include "TRExtractorTables.h"
+#include "TRGenericInfoExtractor.h"
+#include "TRInfoExtractorAccessibility.h"
+#include "TRLocations.h"
+#include "WindowSystem.h"
+
+namespace {
+
+// Auxiliary windows named this way never stand for what the user works on;
+// the process's next window does.
+constexpr char kIgnoredWindowNamePrefix[] = "Activity window for";
+
+// The process in front on the last tick, kept across one tick without an
+// active window. Main thread only.
+struct FrontProcessMemory final {
+    quint64 generation = 0;
+    std::optional<qint32> processIdentifier;
+    bool bridgedGap = false;
+};
+
+FrontProcessMemory g_front;
+
+std::optional<qint32> frontProcessBridgingGap(WindowSystem& windowSystem) {
+    const quint64 generation = TRExtractionContext::generation();
+    if (g_front.generation != generation) g_front = FrontProcessMemory{generation, {}, false};
+    const std::optional<qint32> front = windowSystem.frontProcessIdentifier();
+    if (front) {
+        g_front.processIdentifier = front;
+        g_front.bridgedGap = false;
+        return front;
+    }
+    if (g_front.processIdentifier && !g_front.bridgedGap) {
+        g_front.bridgedGap = true;
+        return g_front.processIdentifier;
+    }
+    g_front.processIdentifier.reset();
+    return std::nullopt;
+}
+
+// The first window of the process, front to back, that is shared and has a
+// name not starting with the ignored prefix; an empty name counts.
+void fillWindowTitleFromWindowList(TRActivity& activity, qint32 processIdentifier,
+                                   WindowSystem& windowSystem) {
+    const QString ignoredPrefix = QString::fromLatin1(kIgnoredWindowNamePrefix);
+    for (const WindowInfo& window : windowSystem.windowList()) {
+        if (window.ownerProcessIdentifier != processIdentifier) continue;
+        if (window.sharingState == 0 || window.name.isNull()) continue;
+        if (StringAdditions::startsWith(window.name, ignoredPrefix)) continue;
+        activity.setWindowTitle(window.name);
+        return;
+    }
+}
+
+}  // namespace
+
+bool TRInfoExtractor::isExcludedApplication(const RunningApplication& application) {
+    if (application.processIdentifier == QCoreApplication::applicationPid()) return true;
+    const QString& id = application.bundleIdentifier;
+    const QString executable = application.executablePath.isEmpty()
+                                   ? QString()
+                                   : QFileInfo(application.executablePath).fileName();
+    if (!id.isEmpty()) {
+        if (id == QLatin1String(TRLocations::kHelperBundleIdentifier)) return true;
+        if (TRExtractorTables::excludedBundleIdentifiers().contains(id)) return true;
+        if (TRExtractorTables::linuxDesktopAgentNames().contains(id)) return true;
+    }
+    if (!executable.isEmpty()) {
+        if (TRExtractorTables::excludedExecutableNames().contains(executable)) return true;
+        if (TRExtractorTables::linuxDesktopAgentNames().contains(executable)) return true;
+    }
+    return false;
+}
+
+std::optional<TRActivity> TRInfoExtractor::currentActivity() {
+    const TRExtractionContext& context = TRExtractionContext::shared();
+    TRActivity activity;
+    if (context.windowSystem == nullptr || !context.windowSystem->isAvailable()) return activity;
+    const std::optional<qint32> front = frontProcessBridgingGap(*context.windowSystem);
+    if (!front) return activity;
+    if (*front == QCoreApplication::applicationPid()) return std::nullopt;
+    if (context.runningApplications != nullptr) {
+        if (auto application = context.runningApplications->runningApplication(*front)) {
+            if (isExcludedApplication(*application)) return std::nullopt;
+            activity.setApplication(*application);
+        }
+    }
+    fillWindowTitleFromWindowList(activity, *front, *context.windowSystem);
+    return activity;
+}
+
+void TRInfoExtractor::completeActivityFromAccessibility(TRActivity& activity) {
+    const RunningApplication* application = activity.runningApplication();
+    if (application == nullptr) return;
+    const std::optional<TRActivityDetails> found =
+        TRInfoExtractorAccessibility::detailsOfFrontWindows(
+            TRExtractionContext::shared().accessibility, application->processIdentifier);
+    if (!found) return;
+    TRActivityDetails merged = *found;
+    // Only a non-empty title or document from the tree outranks the window
+    // list; otherwise the window list's title (when it had one) stays.
+    const bool treeAnswered = !merged.documentPath().isEmpty() || !merged.windowTitle().isEmpty();
+    if (!treeAnswered && !activity.windowTitle().isNull()) {
+        merged.setWindowTitle(activity.windowTitle());
+    }
+    activity.setWindowTitle(merged.windowTitle());
+    activity.setDocumentPath(merged.documentPath());
+}
+
+const TRApplicationInfoExtractor& TRInfoExtractor::callInfoExtractorForActivity(
+    TRActivity& activity) {
+    completeActivityFromAccessibility(activity);
+    const TRApplicationInfoExtractor& extractor = extractorForActivity(activity);
+    extractor.writeDetailsForActivity(activity);
+    return extractor;
+}
+
+const TRApplicationInfoExtractor* TRInfoExtractor::completeActivity(
+    std::optional<TRActivity>& activity, bool scriptedTrackingDisabled) {
+    if (!activity) return nullptr;
+    if (scriptedTrackingDisabled) {
+        completeActivityFromAccessibility(*activity);
+        return nullptr;
+    }
+    return &callInfoExtractorForActivity(*activity);
+}
+
+const TRApplicationInfoExtractor& TRInfoExtractor::extractorForActivity(
+    const TRActivity& activity) {
+    const RunningApplication* application = activity.runningApplication();
+    const QString id = application != nullptr ? application->bundleIdentifier : QString();
+    if (const auto* registered = TRExtractorRegistry::shared().extractorForBundleIdentifier(id)) {
+        return *registered;
+    }
+    return TRGenericInfoExtractor::instance();
+}
+
+void TRInfoExtractor::addApplicationInfoExtractor(const TRApplicationInfoExtractor* extractor,
+                                                  const QString& bundleIdentifier) {
+    TRExtractorRegistry::shared().addApplicationInfoExtractor(extractor, bundleIdentifier);
+}

@@ -1,0 +1,307 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "ExtractionFixture.h"
+#include "TRGenericInfoExtractor.h"
+
+namespace {
+
+constexpr qint32 kPid = 100;
+
+ScriptValue str(const char* s) {
+    return ScriptValue{QString::fromUtf8(s)};
+}
+ScriptValue url(const char* s) {
+    return ScriptValue{QUrl(QString::fromUtf8(s))};
+}
+ScriptValue fileRef(const char* s) {
+    return ScriptValue{ScriptFileReference{QUrl(QString::fromUtf8(s))}};
+}
+ScriptValue ref(const char* s) {
+    return FakeScriptedApplication::referenceTo(QString::fromUtf8(s));
+}
+ScriptValue number(double d) {
+    return ScriptValue{d};
+}
+ScriptValue list() {
+    return ScriptValue{ScriptList{str("a")}};
+}
+
+QString q(const char* s) {
+    return s ? QString::fromUtf8(s) : QString();
+}
+
+struct Answer {
+    const char* reference;
+    ScriptValue value;
+};
+
+struct GenericCase {
+    const char* name;
+    std::vector<Answer> answers;
+    // What the front-window step left (null: absent).
+    const char* documentPath = nullptr;
+    const char* documentTitle = nullptr;
+    const char* windowTitle = nullptr;
+    const char* bundleIdentifier = "org.example.Editor";
+    // Expected outcome.
+    const char* wantDocumentPath = nullptr;
+    const char* wantDocumentTitle = nullptr;
+    const char* wantWindowTitle = nullptr;
+    QStringList wantRequests;
+};
+
+QStringList requests(std::initializer_list<const char*> texts) {
+    QStringList out;
+    for (const char* t : texts) out.append(QString::fromUtf8(t));
+    return out;
+}
+
+const QStringList kAllAddresses = requests({"docu[1].ppth", "docu[1].file", "docu[1].Dpth",
+                                            "docu[1].pURL", "docu[1].url ", "docu[1].FTPc"});
+
+// The current document's request, then the first `count` address requests.
+QStringList addressRequests(int count) {
+    QStringList out{QStringLiteral("pADc")};
+    out.append(kAllAddresses.mid(0, count));
+    return out;
+}
+
+class TRGenericInfoExtractorTest : public ExtractionTest {
+protected:
+    void run(const GenericCase& c) {
+        SCOPED_TRACE(c.name);
+        TRExtractionContext::setShared(TRExtractionContext());
+        FakeScriptingTargets scripting;
+        TRExtractionContext context;
+        context.scriptingTargets = &scripting;
+        TRExtractionContext::setShared(context);
+        auto application = scripting.application(kPid);
+        for (const Answer& a : c.answers) application->answer(q(a.reference), a.value);
+
+        TRActivity activity = makeActivity(makeApplication(kPid, q(c.bundleIdentifier)));
+        if (c.documentPath) activity.setDocumentPath(q(c.documentPath));
+        if (c.documentTitle) activity.setDocumentTitle(q(c.documentTitle));
+        if (c.windowTitle) activity.setWindowTitle(q(c.windowTitle));
+        TRGenericInfoExtractor::instance().writeDetailsForActivity(activity);
+
+        ASSERT_TRUE(activity.details().has_value());
+        EXPECT_EQ(activity.documentPath(), q(c.wantDocumentPath));
+        EXPECT_EQ(activity.documentPath().isNull(), c.wantDocumentPath == nullptr);
+        EXPECT_EQ(activity.documentTitle(), q(c.wantDocumentTitle));
+        EXPECT_EQ(activity.windowTitle(), q(c.wantWindowTitle));
+        EXPECT_EQ(application->requests(), c.wantRequests);
+    }
+};
+
+TEST_F(TRGenericInfoExtractorTest, AsksForTheDocumentsAddressesInTheirOrder) {
+    const GenericCase cases[] = {
+        {.name = "the path wins, read from the reference the application answered",
+         .answers = {{"pADc", ref("docu[7]")},
+                     {"docu[7].ppth", str("/home/u/a.txt")},
+                     {"docu[7].file", fileRef("file:///home/u/b.txt")},
+                     {"docu[7].pURL", str("https://example.org/")}},
+         .wantDocumentPath = "/home/u/a.txt",
+         .wantRequests = requests({"pADc", "docu[7].ppth"})},
+        {.name = "a file reference gives its file URL's full string",
+         .answers = {{"pADc", ref("docu[1]")},
+                     {"docu[1].file", fileRef("file:///home/u/a%20b.txt")}},
+         .wantDocumentPath = "file:///home/u/a%20b.txt",
+         .wantRequests = requests({"pADc", "docu[1].ppth", "docu[1].file"})},
+        {.name = "the file path after path and file",
+         .answers = {{"pADc", ref("docu[1]")}, {"docu[1].Dpth", str("/srv/c.txt")}},
+         .wantDocumentPath = "/srv/c.txt",
+         .wantRequests = requests({"pADc", "docu[1].ppth", "docu[1].file", "docu[1].Dpth"})},
+        {.name = "the URL after the file path",
+         .answers = {{"pADc", ref("docu[1]")}, {"docu[1].pURL", url("https://example.org/x?y=1")}},
+         .wantDocumentPath = "https://example.org/x?y=1",
+         .wantRequests = addressRequests(4)},
+        {.name = "the alternative URL after the URL",
+         .answers = {{"pADc", ref("docu[1]")}, {"docu[1].url ", str("https://example.org/alt")}},
+         .wantDocumentPath = "https://example.org/alt",
+         .wantRequests = addressRequests(5)},
+        {.name = "the alternative path last",
+         .answers = {{"pADc", ref("docu[1]")}, {"docu[1].FTPc", str("/ftp/d.txt")}},
+         .wantDocumentPath = "/ftp/d.txt",
+         .wantRequests = addressRequests(6)},
+        {.name = "values of the wrong kind count as absent",
+         .answers = {{"pADc", ref("docu[1]")},
+                     {"docu[1].ppth", number(3)},
+                     {"docu[1].file", list()},
+                     {"docu[1].Dpth", ref("docu[2]")},
+                     {"docu[1].pURL", str("https://example.org/ok")}},
+         .wantDocumentPath = "https://example.org/ok",
+         .wantRequests = addressRequests(4)},
+        {.name = "an empty path is usable and ends the search",
+         .answers = {{"pADc", ref("docu[1]")},
+                     {"docu[1].ppth", str("")},
+                     {"docu[1].pnam", str("Name")}},
+         .wantDocumentPath = "",
+         .wantRequests = requests({"pADc", "docu[1].ppth"})},
+    };
+    for (const GenericCase& c : cases) run(c);
+}
+
+TEST_F(TRGenericInfoExtractorTest, FindsTheDocumentThroughThreeReferences) {
+    const GenericCase cases[] = {
+        {.name = "current document not a reference: document 1",
+         .answers = {{"pADc", str("not a reference")},
+                     {"docu[1]", ref("docu[1]")},
+                     {"docu[1].ppth", str("/a")}},
+         .wantDocumentPath = "/a",
+         .wantRequests = requests({"pADc", "docu[1]", "docu[1].ppth"})},
+        {.name = "neither: window 1's document",
+         .answers = {{"cwin[1].docu", ref("cwin[1].docu")},
+                     {"cwin[1].docu.pURL", str("https://w/")}},
+         .wantDocumentPath = "https://w/",
+         .wantRequests = requests({"pADc", "docu[1]", "cwin[1].docu", "cwin[1].docu.ppth",
+                                   "cwin[1].docu.file", "cwin[1].docu.Dpth", "cwin[1].docu.pURL"})},
+        {.name = "no document at all: window 1's name",
+         .answers = {{"cwin[1].pnam", str("Front window")}},
+         .wantWindowTitle = "Front window",
+         .wantRequests = requests({"pADc", "docu[1]", "cwin[1].docu", "cwin[1].pnam"})},
+    };
+    for (const GenericCase& c : cases) run(c);
+}
+
+TEST_F(TRGenericInfoExtractorTest, FallsBackToNamesWithoutOverwritingWhatWasFound) {
+    QStringList documentThenNames = kAllAddresses;
+    documentThenNames.prepend(QStringLiteral("pADc"));
+    QStringList withName = documentThenNames;
+    withName.append(QStringLiteral("docu[1].pnam"));
+    QStringList withWindowName = withName;
+    withWindowName.append(QStringLiteral("cwin[1].pnam"));
+    QStringList skippingDocumentName = documentThenNames;
+    skippingDocumentName.append(QStringLiteral("cwin[1].pnam"));
+
+    const GenericCase cases[] = {
+        {.name = "the document's name, and no window name is asked",
+         .answers = {{"pADc", ref("docu[1]")},
+                     {"docu[1].pnam", str("Report")},
+                     {"cwin[1].pnam", str("Window")}},
+         .wantDocumentTitle = "Report",
+         .wantRequests = withName},
+        {.name = "a document name that is no string: the window name",
+         .answers = {{"pADc", ref("docu[1]")},
+                     {"docu[1].pnam", number(1)},
+                     {"cwin[1].pnam", str("Window")}},
+         .wantWindowTitle = "Window",
+         .wantRequests = withWindowName},
+        {.name = "a document title already there: its name is not asked",
+         .answers = {{"pADc", ref("docu[1]")},
+                     {"docu[1].pnam", str("Other")},
+                     {"cwin[1].pnam", str("Window")}},
+         .documentTitle = "Kept",
+         .wantDocumentTitle = "Kept",
+         .wantWindowTitle = "Window",
+         .wantRequests = skippingDocumentName},
+        {.name = "a window title from the front-window step: steps 1 to 4 only",
+         .answers = {{"pADc", ref("docu[1]")}, {"cwin[1].pnam", str("Window")}},
+         .windowTitle = "From the tree",
+         .wantWindowTitle = "From the tree",
+         .wantRequests = documentThenNames + QStringList{QStringLiteral("docu[1].pnam")}},
+        {.name = "a document path from the front-window step: nothing is asked",
+         .answers = {{"pADc", ref("docu[1]")}, {"docu[1].ppth", str("/other")}},
+         .documentPath = "file:///from/tree",
+         .wantDocumentPath = "file:///from/tree",
+         .wantRequests = {}},
+        {.name = "an empty document path does not count as found",
+         .answers = {{"pADc", ref("docu[1]")}, {"docu[1].ppth", str("/found")}},
+         .documentPath = "",
+         .wantDocumentPath = "/found",
+         .wantRequests = requests({"pADc", "docu[1].ppth"})},
+        {.name = "Adium names its last window",
+         .answers = {{"cwin[1].pnam", str("First")}, {"cwin[-1].pnam", str("Last")}},
+         .bundleIdentifier = "com.adiumX.adiumX",
+         .wantWindowTitle = "Last",
+         .wantRequests = requests({"pADc", "docu[1]", "cwin[1].docu", "cwin[-1].pnam"})},
+        {.name = "the exception is exact: another case of the id names window 1",
+         .answers = {{"cwin[1].pnam", str("First")}, {"cwin[-1].pnam", str("Last")}},
+         .bundleIdentifier = "com.adiumx.adiumx",
+         .wantWindowTitle = "First",
+         .wantRequests = requests({"pADc", "docu[1]", "cwin[1].docu", "cwin[1].pnam"})},
+    };
+    for (const GenericCase& c : cases) run(c);
+}
+
+TEST_F(TRGenericInfoExtractorTest, RemovesTheDetailsOfAnApplicationThatHasQuit) {
+    auto application = m_scripting.application(kPid);
+    application->setRunning(false);
+    TRActivity activity = makeActivity(makeApplication(kPid, QStringLiteral("org.example.Editor")));
+    activity.setWindowTitle(QStringLiteral("Title"));
+
+    TRGenericInfoExtractor::instance().writeDetailsForActivity(activity);
+
+    EXPECT_FALSE(activity.details().has_value());
+    ASSERT_NE(activity.runningApplication(), nullptr);
+    EXPECT_TRUE(application->requests().isEmpty());
+}
+
+TEST_F(TRGenericInfoExtractorTest, LeavesTheDetailsAloneWhenNobodyCanBeAsked) {
+    struct Case {
+        const char* name;
+        std::function<void(TRActivity&)> prepare;
+    };
+    const Case cases[] = {
+        {"an application that answers every request with an error",
+         [this](TRActivity&) { m_scripting.application(kPid)->setUnscriptable(true); }},
+        {"a process without a scripting target",
+         [](TRActivity& a) {
+             a.setApplication(makeApplication(kPid + 1, QStringLiteral("org.example.Editor")));
+         }},
+        {"no running application",
+         [](TRActivity& a) {
+             TRActivity bare;
+             bare.setWindowTitle(a.windowTitle());
+             a = bare;
+         }},
+        {"no scripting on this desktop",
+         [](TRActivity&) { TRExtractionContext::setShared(TRExtractionContext()); }},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        SetUp();
+        m_scripting.application(kPid)->setUnscriptable(false);
+        TRActivity activity =
+            makeActivity(makeApplication(kPid, QStringLiteral("org.example.Editor")));
+        activity.setWindowTitle(QStringLiteral("Title"));
+        c.prepare(activity);
+        const std::optional<TRActivityDetails> before = activity.details();
+
+        TRGenericInfoExtractor::instance().writeDetailsForActivity(activity);
+
+        ASSERT_TRUE(activity.details().has_value());
+        EXPECT_TRUE(activity.details()->isEqual(&*before));
+    }
+}
+
+TEST(TRGenericInfoExtractorWriteDocumentPath, AcceptsStringsUrlsAndFileReferencesOnly) {
+    struct Case {
+        const char* name;
+        ScriptValue value;
+        bool usable;
+        const char* path;
+    };
+    const Case cases[] = {
+        {"a string as it is", str("~/notes/a b.txt"), true, "~/notes/a b.txt"},
+        {"an empty string", str(""), true, ""},
+        {"a URL as its full string", url("https://example.org/a%20b?q=1#f"), true,
+         "https://example.org/a%20b?q=1#f"},
+        {"a file reference as its URL", fileRef("file:///tmp/x%C3%A9.txt"), true,
+         "file:///tmp/x%C3%A9.txt"},
+        {"a number", number(4), false, nullptr},
+        {"a list", list(), false, nullptr},
+        {"an object reference", ref("docu[1]"), false, nullptr},
+        {"nothing", ScriptValue{ScriptMissing{}}, false, nullptr},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        TRActivity activity;
+        EXPECT_EQ(TRGenericInfoExtractor::writeDocumentPath(c.value, activity), c.usable);
+        EXPECT_EQ(activity.documentPath(), q(c.path));
+        EXPECT_EQ(activity.documentPath().isNull(), c.path == nullptr);
+    }
+}
+
+}  // namespace

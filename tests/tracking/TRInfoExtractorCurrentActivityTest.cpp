@@ -1,0 +1,204 @@
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <functional>
+
+#include "ExtractionFixture.h"
+#include "TRExtractorTables.h"
+#include "TRInfoExtractor.h"
+
+namespace {
+
+constexpr qint32 kPid = 42;
+
+QString q(const char* s) {
+    return s ? QString::fromUtf8(s) : QString();
+}
+
+WindowInfo window(qint32 pid, const char* name, int sharingState = 1) {
+    WindowInfo info;
+    info.ownerProcessIdentifier = pid;
+    info.name = q(name);
+    info.sharingState = sharingState;
+    return info;
+}
+
+class TRInfoExtractorCurrentActivityTest : public ExtractionTest {
+protected:
+    void frontIs(const RunningApplication& application) {
+        m_applications.add(application);
+        m_windows.setFrontProcess(application.processIdentifier);
+    }
+};
+
+TEST_F(TRInfoExtractorCurrentActivityTest, ReturnsNothingForApplicationsThatAreNeverTracked) {
+    struct Case {
+        QString name;
+        QString id;
+        QString executable;
+        bool excluded;
+    };
+    std::vector<Case> cases = {
+        {QStringLiteral("the helper's own id"),
+         QStringLiteral("info.mallowby.VorlixHelper"),
+         {},
+         true},
+        {QStringLiteral("the dock"), QStringLiteral("com.apple.dock"), {}, true},
+        {QStringLiteral("the dock in another case"), QStringLiteral("com.apple.Dock"), {}, false},
+        {QStringLiteral("ccc_helper, whatever its id"), QStringLiteral("org.example.Backup"),
+         QStringLiteral("ccc_helper"), true},
+        {QStringLiteral("ccc_helper as an id only"), QStringLiteral("ccc_helper"), {}, false},
+        {QStringLiteral("a longer executable name"), {}, QStringLiteral("ccc_helper2"), false},
+        {QStringLiteral("an agent in another case"), QStringLiteral("Dunst"),
+         QStringLiteral("Dunst"), false},
+        {QStringLiteral("the file manager that also draws the desktop"), QStringLiteral("pcmanfm"),
+         QStringLiteral("pcmanfm"), false},
+        {QStringLiteral("no id and no executable"), {}, {}, false},
+        {QStringLiteral("an ordinary editor"), QStringLiteral("org.gnome.gedit"),
+         QStringLiteral("gedit"), false},
+    };
+    for (const QString& id : TRExtractorTables::excludedBundleIdentifiers()) {
+        cases.push_back({QStringLiteral("excluded id ") + id, id, {}, true});
+    }
+    for (const auto& agent : TRExtractorTables::linuxDesktopAgents()) {
+        cases.push_back({QStringLiteral("agent id ") + q(agent.name), q(agent.name), {}, true});
+        cases.push_back({QStringLiteral("agent executable ") + q(agent.name),
+                         QStringLiteral("org.example.Other"), q(agent.name), true});
+    }
+    EXPECT_EQ(TRExtractorTables::excludedBundleIdentifiers().size(), 21);
+
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name.toStdString());
+        frontIs(makeApplication(kPid, c.id, c.executable));
+        EXPECT_EQ(TRInfoExtractor::currentActivity().has_value(), !c.excluded);
+    }
+}
+
+TEST_F(TRInfoExtractorCurrentActivityTest, ReturnsNothingWhenTheHelperItselfIsInFront) {
+    const qint32 ownPid = static_cast<qint32>(QCoreApplication::applicationPid());
+    m_windows.setFrontProcess(ownPid);
+    EXPECT_FALSE(TRInfoExtractor::currentActivity().has_value());
+    m_applications.add(makeApplication(ownPid, QString(), QStringLiteral("vorlix-helper")));
+    EXPECT_FALSE(TRInfoExtractor::currentActivity().has_value());
+}
+
+TEST_F(TRInfoExtractorCurrentActivityTest, TakesTheTitleOfTheFirstQualifyingWindowOfTheProcess) {
+    struct Case {
+        const char* name;
+        std::vector<WindowInfo> windows;
+        const char* wantTitle;
+    };
+    const Case cases[] = {
+        {"the front window of the process",
+         {window(kPid, "Front"), window(kPid, "Behind")},
+         "Front"},
+        {"other processes' windows are passed over",
+         {window(7, "Other"), window(kPid, "Mine")},
+         "Mine"},
+        {"a window that is not shared is skipped",
+         {window(kPid, "Private", 0), window(7, "Other"), window(kPid, "Shared")},
+         "Shared"},
+        {"an activity window is passed over",
+         {window(kPid, "Activity window for Mail"), window(kPid, "Inbox")},
+         "Inbox"},
+        {"the prefix test is case-sensitive",
+         {window(kPid, "activity window for Mail"), window(kPid, "Inbox")},
+         "activity window for Mail"},
+        {"an empty name qualifies", {window(kPid, ""), window(kPid, "Named")}, ""},
+        {"a window without a name is skipped",
+         {window(kPid, nullptr), window(kPid, "Named")},
+         "Named"},
+        {"no qualifying window leaves no title",
+         {window(kPid, "Hidden", 0), window(kPid, "Activity window for X"), window(7, "Other")},
+         nullptr},
+        {"no windows at all", {}, nullptr},
+    };
+    frontIs(makeApplication(kPid, QStringLiteral("org.example.Editor")));
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        m_windows.setWindows(c.windows);
+        const auto activity = TRInfoExtractor::currentActivity();
+        ASSERT_TRUE(activity.has_value());
+        ASSERT_TRUE(activity->details().has_value());
+        EXPECT_EQ(activity->windowTitle(), q(c.wantTitle));
+        EXPECT_EQ(activity->windowTitle().isNull(), c.wantTitle == nullptr);
+        EXPECT_TRUE(activity->documentPath().isNull());
+        EXPECT_EQ(activity->processIdentifier(), kPid);
+    }
+}
+
+TEST_F(TRInfoExtractorCurrentActivityTest, AsksNothingOfTheApplicationOnTheMainThread) {
+    frontIs(makeApplication(kPid, QStringLiteral("org.example.Editor")));
+    m_accessibility.add(kPid, FakeAccessibilityElement::create());
+    m_scripting.application(kPid);
+
+    ASSERT_TRUE(TRInfoExtractor::currentActivity().has_value());
+
+    EXPECT_EQ(m_accessibility.applicationElementRequests(), 0);
+    EXPECT_EQ(m_scripting.targetRequests(), 0);
+}
+
+TEST_F(TRInfoExtractorCurrentActivityTest, GivesAnActivityWithoutApplicationWhenNoneIsKnown) {
+    struct Case {
+        const char* name;
+        std::function<void()> prepare;
+        const char* wantTitle;
+    };
+    const Case cases[] = {
+        {"a process without an application record", [this] { m_applications.setFailing(true); },
+         "Window"},
+        {"a display that cannot be reached", [this] { m_windows.setAvailable(false); }, nullptr},
+        {"no window system at all", [] { TRExtractionContext::setShared(TRExtractionContext()); },
+         nullptr},
+        {"no active window on the first tick", [this] { m_windows.setFrontProcess(std::nullopt); },
+         nullptr},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        SetUp();
+        m_applications.setFailing(false);
+        m_windows.setAvailable(true);
+        frontIs(makeApplication(kPid, QStringLiteral("org.example.Editor")));
+        m_windows.setWindows({window(kPid, "Window")});
+        c.prepare();
+
+        const auto activity = TRInfoExtractor::currentActivity();
+
+        ASSERT_TRUE(activity.has_value());
+        EXPECT_EQ(activity->runningApplication(), nullptr);
+        EXPECT_EQ(activity->windowTitle(), q(c.wantTitle));
+    }
+}
+
+TEST_F(TRInfoExtractorCurrentActivityTest, BridgesOneTickWithoutAnActiveWindow) {
+    frontIs(makeApplication(kPid, QStringLiteral("org.example.Editor")));
+    struct Tick {
+        std::optional<qint32> front;
+        qint32 wantPid;
+    };
+    const Tick ticks[] = {
+        {kPid, kPid},                                // in front
+        {std::nullopt, kPid},                        // focus passing between two windows
+        {kPid, kPid},         {std::nullopt, kPid},  // a gap again is bridged again
+        {std::nullopt, 0},                           // two ticks in a row: really no active window
+        {std::nullopt, 0},    {kPid, kPid},
+    };
+    int second = 0;
+    for (const Tick& tick : ticks) {
+        SCOPED_TRACE(second++);
+        m_windows.setFrontProcess(tick.front);
+        const auto activity = TRInfoExtractor::currentActivity();
+        ASSERT_TRUE(activity.has_value());
+        EXPECT_EQ(activity->processIdentifier(), tick.wantPid);
+    }
+}
+
+TEST_F(TRInfoExtractorCurrentActivityTest, ForgetsTheLastProcessWhenThePlatformObjectsChange) {
+    frontIs(makeApplication(kPid, QStringLiteral("org.example.Editor")));
+    ASSERT_EQ(TRInfoExtractor::currentActivity()->processIdentifier(), kPid);
+    SetUp();
+    m_windows.setFrontProcess(std::nullopt);
+    EXPECT_EQ(TRInfoExtractor::currentActivity()->processIdentifier(), 0);
+}
+
+}  // namespace

@@ -1,0 +1,260 @@
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <future>
+
+#include "ExtractionFixture.h"
+#include "TRApplicationInfoExtractor.h"
+#include "TRDummyInfoExtractor.h"
+#include "TRExtractorRegistry.h"
+#include "TRExtractorTables.h"
+#include "TRInfoExtractor.h"
+
+namespace {
+
+constexpr char kGeneric[] = "TRGenericInfoExtractor";
+
+QString q(const char* s) {
+    return QString::fromUtf8(s);
+}
+
+class NamedExtractor final : public TRApplicationInfoExtractor {
+public:
+    explicit NamedExtractor(const char* name) : m_name(q(name)) {}
+    void writeDetailsForActivity(TRActivity&) const override {}
+    QString name() const override { return m_name; }
+
+private:
+    QString m_name;
+};
+
+QString chosenFor(const QString& bundleIdentifier) {
+    TRActivity activity = makeActivity(makeApplication(7, bundleIdentifier));
+    return TRInfoExtractor::extractorForActivity(activity).name();
+}
+
+TEST(TRExtractorRegistry, MatchesExactlyReplacesAndIgnoresUnusableRegistrations) {
+    const NamedExtractor first("First");
+    const NamedExtractor second("Second");
+    TRExtractorRegistry registry;
+    registry.addApplicationInfoExtractor(&first, QStringLiteral("org.example.App"));
+    registry.addApplicationInfoExtractor(&first, QString());
+    registry.addApplicationInfoExtractor(&first, QStringLiteral(""));
+    registry.addApplicationInfoExtractor(nullptr, QStringLiteral("org.example.Null"));
+    registry.addApplicationInfoExtractor(&first, QStringLiteral("org.example.Later"));
+    registry.addApplicationInfoExtractor(&second, QStringLiteral("org.example.Later"));
+
+    struct Case {
+        const char* id;
+        const TRApplicationInfoExtractor* want;
+    };
+    const Case cases[] = {
+        {"org.example.App", &first},
+        {"org.example.app", nullptr},
+        {"ORG.EXAMPLE.APP", nullptr},
+        {"org.example.App ", nullptr},
+        {"", nullptr},
+        {"org.example.Null", nullptr},
+        {"org.example.Later", &second},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.id);
+        EXPECT_EQ(registry.extractorForBundleIdentifier(q(c.id)), c.want);
+    }
+    EXPECT_EQ(registry.extractorForBundleIdentifier(QString()), nullptr);
+}
+
+TEST(TRInfoExtractorDispatch, SendsEveryTableEntryToItsExtractorOrToTheGenericOneWhileItWaits) {
+    registerDefaultExtractors();
+    for (const TRExtractorTables::RegistryEntry& entry : TRExtractorTables::registryEntries()) {
+        SCOPED_TRACE(entry.bundleIdentifier);
+        const bool waits = TRExtractorRegistry::waitsForExtractor(entry);
+        EXPECT_EQ(chosenFor(q(entry.bundleIdentifier)),
+                  waits ? q(kGeneric) : q(entry.extractorName));
+    }
+}
+
+TEST(TRInfoExtractorDispatch, KeepsTheOriginalTableExactly) {
+    const std::pair<const char*, const char*> original[] = {
+        {"com.apple.Safari", "TRSafariInfoExtractor"},
+        {"com.google.Chrome", "TRChromeInfoExtractor"},
+        {"com.google.Chrome.canary", "TRChromeInfoExtractor"},
+        {"org.chromium.Chromium", "TRChromeInfoExtractor"},
+        {"com.operasoftware.Opera", "TROperaInfoExtractor"},
+        {"com.apple.mail", "TRMailInfoExtractor"},
+        {"com.postbox-inc.postbox", "TRPostboxInfoExtractor"},
+        {"com.apple.finder", "TRFinderInfoExtractor"},
+        {"com.apple.Terminal", "TRTerminalInfoExtractor"},
+        {"com.googlecode.iterm2", "TRTerminalInfoExtractor"},
+        {"com.apple.dt.Xcode", "TRXcodeInfoExtractor"},
+        {"com.evernote.Evernote", "TREvernoteInfoExtractor"},
+        {"com.red-sweater.marsedit", "TRMarsEditInfoExtractor"},
+        {"com.panic.Coda", "TRCodaInfoExtractor"},
+        {"com.apple.frontrow", "TRDummyInfoExtractor"},
+    };
+    std::vector<std::pair<QString, QString>> inTable;
+    for (const auto& entry : TRExtractorTables::registryEntries()) {
+        if (entry.origin == TRExtractorTables::Origin::Original) {
+            inTable.emplace_back(q(entry.bundleIdentifier), q(entry.extractorName));
+        }
+    }
+    ASSERT_EQ(inTable.size(), std::size(original));
+    for (size_t i = 0; i < inTable.size(); ++i) {
+        SCOPED_TRACE(original[i].first);
+        EXPECT_EQ(inTable[i].first, q(original[i].first));
+        EXPECT_EQ(inTable[i].second, q(original[i].second));
+    }
+}
+
+TEST(TRInfoExtractorDispatch, GroupsTheSameApplicationsUnderOneExtractor) {
+    registerDefaultExtractors();
+    auto extractorNameInTable = [](const char* id) {
+        for (const auto& entry : TRExtractorTables::registryEntries()) {
+            if (q(entry.bundleIdentifier) == q(id)) return q(entry.extractorName);
+        }
+        return QString();
+    };
+    const std::pair<const char*, const char*> sameExtractor[] = {
+        {"com.google.Chrome", "com.google.Chrome.canary"},
+        {"com.google.Chrome", "org.chromium.Chromium"},
+        {"com.google.Chrome", "chromium"},
+        {"com.google.Chrome", "google-chrome"},
+        {"com.apple.Terminal", "com.googlecode.iterm2"},
+        {"com.apple.Terminal", "xterm"},
+        {"com.apple.Terminal", "org.gnome.Terminal"},
+        {"com.apple.Terminal", "org.kde.konsole"},
+        {"com.apple.Terminal", "xfce4-terminal"},
+        {"com.apple.finder", "org.gnome.Nautilus"},
+    };
+    for (const auto& [a, b] : sameExtractor) {
+        SCOPED_TRACE(QStringLiteral("%1 / %2").arg(q(a), q(b)).toStdString());
+        EXPECT_FALSE(extractorNameInTable(b).isEmpty());
+        EXPECT_EQ(extractorNameInTable(a), extractorNameInTable(b));
+        EXPECT_EQ(chosenFor(q(a)), chosenFor(q(b)));
+    }
+}
+
+TEST(TRInfoExtractorDispatch, SendsUnknownAndMissingIdsToTheGenericExtractor) {
+    registerDefaultExtractors();
+    EXPECT_EQ(chosenFor(QStringLiteral("com.apple.frontrow")), q("TRDummyInfoExtractor"));
+    const char* generic[] = {"org.example.Unknown", "com.apple.Frontrow", "COM.APPLE.FRONTROW",
+                             "firefox-esr", ""};
+    for (const char* id : generic) {
+        SCOPED_TRACE(id);
+        EXPECT_EQ(chosenFor(q(id)), q(kGeneric));
+    }
+    EXPECT_EQ(chosenFor(QString()), q(kGeneric));
+    TRActivity noApplication;
+    EXPECT_EQ(TRInfoExtractor::extractorForActivity(noApplication).name(), q(kGeneric));
+}
+
+TEST(TRInfoExtractorDispatch, NamesOnlyExtractorClassesThatTheTableKnows) {
+    for (const TRApplicationInfoExtractor* extractor : TRExtractorRegistry::builtExtractors()) {
+        SCOPED_TRACE(extractor->name().toStdString());
+        bool named = false;
+        for (const auto& entry : TRExtractorTables::registryEntries()) {
+            named = named || q(entry.extractorName) == extractor->name();
+        }
+        EXPECT_TRUE(named);
+    }
+}
+
+class TRInfoExtractorCallTest : public ExtractionTest {};
+
+// Records what the details looked like when the extractor was called.
+class RecordingExtractor final : public TRApplicationInfoExtractor {
+public:
+    void writeDetailsForActivity(TRActivity& activity) const override {
+        ++calls;
+        seenWindowTitle = activity.windowTitle();
+        activity.setDocumentTitle(QStringLiteral("written"));
+    }
+    QString name() const override { return QStringLiteral("RecordingExtractor"); }
+    mutable int calls = 0;
+    mutable QString seenWindowTitle;
+};
+
+TEST_F(TRInfoExtractorCallTest, RunsTheAccessibilityStepBeforeTheRegisteredExtractor) {
+    static RecordingExtractor recording;
+    TRInfoExtractor::addApplicationInfoExtractor(&recording,
+                                                 QStringLiteral("org.example.Recorded"));
+    auto application = FakeAccessibilityElement::create();
+    application->set(
+        QStringLiteral("AXMainWindow"),
+        AccessibilityElementRef(FakeAccessibilityElement::window(QStringLiteral("Tree"))));
+    m_accessibility.add(42, application);
+    TRActivity activity = makeActivity(makeApplication(42, QStringLiteral("org.example.Recorded")));
+    activity.setWindowTitle(QStringLiteral("List"));
+
+    const TRApplicationInfoExtractor& ran = TRInfoExtractor::callInfoExtractorForActivity(activity);
+
+    EXPECT_EQ(&ran, &recording);
+    EXPECT_EQ(recording.calls, 1);
+    EXPECT_EQ(recording.seenWindowTitle, QStringLiteral("Tree"));
+    EXPECT_EQ(activity.documentTitle(), QStringLiteral("written"));
+}
+
+TEST_F(TRInfoExtractorCallTest, SendsNoRequestToAnApplicationWithTheDummyExtractor) {
+    auto scripted = m_scripting.application(42);
+    scripted->answer(QStringLiteral("cwin[1].pnam"), ScriptValue{QStringLiteral("Window")});
+    TRActivity activity = makeActivity(makeApplication(42, QStringLiteral("com.apple.frontrow")));
+    activity.setWindowTitle(QStringLiteral("Full screen"));
+    const TRActivity before = activity;
+
+    EXPECT_EQ(&TRInfoExtractor::callInfoExtractorForActivity(activity),
+              &TRDummyInfoExtractor::instance());
+    EXPECT_TRUE(scripted->requests().isEmpty());
+    EXPECT_TRUE(activity.isEqual(&before));
+}
+
+TEST_F(TRInfoExtractorCallTest, SkipsTheExtractorButNotTheTreeWhenScriptedTrackingIsOff) {
+    auto scripted = m_scripting.application(42);
+    auto application = FakeAccessibilityElement::create();
+    application->set(QStringLiteral("AXMainWindow"),
+                     AccessibilityElementRef(FakeAccessibilityElement::window(
+                         QStringLiteral("Tree"), QStringLiteral("file:///doc.txt"))));
+    m_accessibility.add(42, application);
+
+    std::optional<TRActivity> activity =
+        makeActivity(makeApplication(42, QStringLiteral("org.example.Editor")));
+    EXPECT_EQ(TRInfoExtractor::completeActivity(activity, true), nullptr);
+    EXPECT_TRUE(scripted->requests().isEmpty());
+    EXPECT_EQ(activity->windowTitle(), QStringLiteral("Tree"));
+    EXPECT_EQ(activity->documentPath(), QStringLiteral("file:///doc.txt"));
+
+    std::optional<TRActivity> none;
+    EXPECT_EQ(TRInfoExtractor::completeActivity(none, false), nullptr);
+    EXPECT_EQ(m_accessibility.applicationElementRequests(), 1);
+}
+
+TEST_F(TRInfoExtractorCallTest, HandsEachTickFromTheMainThreadToAWorkerAndBack) {
+    auto application = FakeAccessibilityElement::create();
+    auto tree = FakeAccessibilityElement::window(QStringLiteral("Tree"));
+    application->set(QStringLiteral("AXMainWindow"), AccessibilityElementRef(tree));
+    m_accessibility.add(42, application);
+    m_applications.add(makeApplication(42, QStringLiteral("org.example.Editor")));
+    m_windows.setFrontProcess(42);
+    m_windows.setWindows({WindowInfo{1, 42, QStringLiteral("List"), 1}});
+    auto scripted = m_scripting.application(42);
+    scripted->answer(QStringLiteral("pADc"),
+                     FakeScriptedApplication::referenceTo(QStringLiteral("docu[1]")));
+
+    for (int second = 0; second < 20; ++second) {
+        SCOPED_TRACE(second);
+        const QString path = QStringLiteral("/doc/%1").arg(second);
+        scripted->answer(QStringLiteral("docu[1].ppth"), ScriptValue{path});
+        std::optional<TRActivity> activity = TRInfoExtractor::currentActivity();
+        ASSERT_TRUE(activity.has_value());
+        EXPECT_EQ(activity->windowTitle(), QStringLiteral("List"));
+        const TRApplicationInfoExtractor* ran =
+            std::async(std::launch::async, [&activity] {
+                return TRInfoExtractor::completeActivity(activity, false);
+            }).get();
+        ASSERT_NE(ran, nullptr);
+        EXPECT_EQ(ran->name(), QStringLiteral("TRGenericInfoExtractor"));
+        EXPECT_EQ(activity->windowTitle(), QStringLiteral("Tree"));
+        EXPECT_EQ(activity->documentPath(), path);
+    }
+}
+
+}  // namespace
