@@ -1,19 +1,40 @@
 // vorlix-helper: records where the time at the computer goes, privately.
+//
+// Starts tracking at once and runs until asked to quit: SIGTERM and SIGINT
+// end tracking (the interval in progress is stored and the store saved) and
+// exit 0. One helper per user; a second start says so and exits 1.
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
-#include <QTextStream>
+#include <QLoggingCategory>
 #include <cstdio>
 
-#include "TRLocations.h"
+#include "AppLog.h"
+#include "SingleInstance.h"
+#include "TRInfoLogger.h"
+#include "TrackingWiring.h"
+#include "UnixSignals.h"
+
+Q_LOGGING_CATEGORY(lcApp, "vorlix.app", QtInfoMsg)
 
 namespace {
 
-void printLocations() {
-    QTextStream out(stdout);
-    out << "vorlix-helper " << VORLIX_VERSION << '\n'
-        << "data folder: " << TRLocations::dataFolderPath() << '\n'
-        << "settings file: " << TRLocations::settingsFilePath() << '\n';
+constexpr int kExitAlreadyRunning = 1;
+
+void parseCommandLine(QCoreApplication& app) {
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("Records, privately, how you spend your time at the computer."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    parser.process(app);
+}
+
+// Quitting, whatever asked for it: end tracking, which stores the interval
+// in progress and saves.
+void applicationShouldTerminate(TrackingWiring& wiring) {
+    wiring.logger->endTracking();
+    qCInfo(lcApp) << "terminating";
 }
 
 }  // namespace
@@ -22,14 +43,30 @@ int main(int argc, char* argv[]) {
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("vorlix-helper"));
     QCoreApplication::setApplicationVersion(QStringLiteral(VORLIX_VERSION));
+    parseCommandLine(app);
 
-    QCommandLineParser parser;
-    parser.setApplicationDescription(
-        QStringLiteral("Records, privately, how you spend your time at the computer."));
-    parser.addHelpOption();
-    parser.addVersionOption();
-    parser.process(app);
+    SingleInstance instance;
+    switch (instance.acquire()) {
+    case SingleInstance::Result::Acquired:
+        break;
+    case SingleInstance::Result::HeldByAnother:
+        std::fprintf(stderr, "vorlix-helper: already running for this user (pid %lld)\n",
+                     static_cast<long long>(instance.holderPid()));
+        return kExitAlreadyRunning;
+    case SingleInstance::Result::Failed:
+        qCWarning(lcApp) << "cannot take the single-instance lock; carrying on";
+        break;
+    }
 
-    printLocations();
-    return 0;
+    UnixSignals signals;
+    QObject::connect(&signals, &UnixSignals::terminationRequested, &app, [](int signalNumber) {
+        qCInfo(lcApp) << "received signal" << signalNumber;
+        QCoreApplication::quit();
+    });
+
+    const std::unique_ptr<TrackingWiring> wiring = wireTracking();
+    QObject::connect(&app, &QCoreApplication::aboutToQuit, &app,
+                     [&wiring] { applicationShouldTerminate(*wiring); });
+    wiring->logger->setShouldTrack(true);
+    return QCoreApplication::exec();
 }
