@@ -1,0 +1,87 @@
+// Idle time from a real X server (Xvfb's MIT-SCREEN-SAVER) and, where the
+// extension cannot be used, from a mocked GNOME idle monitor.
+
+#include <gtest/gtest.h>
+
+#include <QDBusMessage>
+#include <QStandardPaths>
+#include <QThread>
+
+#include "LinuxIdleTimeSource.h"
+#include "PrivateDBus.h"
+#include "XvfbServer.h"
+
+namespace {
+
+const QByteArray kNoDisplay = QByteArrayLiteral(":4093");
+
+}  // namespace
+
+TEST(LinuxIdleTimeSourceTest, MeasuresIdleOnXServerAndResetsOnInput) {
+    XvfbServer xvfb;
+    QString whyNot;
+    if (!xvfb.start(&whyNot)) {
+        GTEST_SKIP() << whyNot.toStdString();
+    }
+    const QString xdotool = QStandardPaths::findExecutable(QStringLiteral("xdotool"));
+    if (xdotool.isEmpty()) {
+        GTEST_SKIP() << "xdotool is not installed";
+    }
+    LinuxIdleTimeSource source(xvfb.display().toUtf8());
+    ASSERT_EQ(source.method(), LinuxIdleTimeSource::Method::X11ScreenSaver);
+    ASSERT_TRUE(source.isAvailable());
+
+    ASSERT_TRUE(xvfb.run(xdotool, {QStringLiteral("key"), QStringLiteral("shift")}));
+    QThread::msleep(1300);
+    const double before = source.secondsSinceLastInput();
+    EXPECT_GE(before, 1.2);
+    EXPECT_LT(before, 10.0);
+
+    ASSERT_TRUE(xvfb.run(xdotool, {QStringLiteral("key"), QStringLiteral("shift")}));
+    EXPECT_LT(source.secondsSinceLastInput(), 0.5);
+}
+
+TEST(LinuxIdleTimeSourceTest, FallsBackToGnomeIdleMonitorWithoutX) {
+    PrivateDBus bus(PrivateDBus::Type::Session);
+    QString whyNot;
+    const QString idleMonitor = QStringLiteral("org.gnome.Mutter.IdleMonitor");
+    if (!bus.start(&whyNot) ||
+        !bus.startMock(idleMonitor,
+                       {QStringLiteral("--template"),
+                        QStringLiteral(VORLIX_TEST_HARNESS_DIR "/mutter_idle_monitor.py")},
+                       &whyNot)) {
+        GTEST_SKIP() << whyNot.toStdString();
+    }
+    LinuxIdleTimeSource source(kNoDisplay, bus.connection());
+    ASSERT_EQ(source.method(), LinuxIdleTimeSource::Method::MutterIdleMonitor);
+
+    const struct {
+        qulonglong milliseconds;
+        double seconds;
+    } cases[] = {{0, 0.0}, {1500, 1.5}, {151000, 151.0}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.milliseconds);
+        const QDBusMessage reply = bus.call(
+            idleMonitor, QStringLiteral("/org/gnome/Mutter/IdleMonitor/Core"),
+            QStringLiteral("org.freedesktop.DBus.Mock"), QStringLiteral("SetIdletime"),
+            {QVariant::fromValue(c.milliseconds)});
+        ASSERT_EQ(reply.type(), QDBusMessage::ReplyMessage) << reply.errorMessage().toStdString();
+        EXPECT_DOUBLE_EQ(source.secondsSinceLastInput(), c.seconds);
+    }
+
+    // The service goes away: the user counts as active rather than idle.
+    bus.stop();
+    EXPECT_EQ(source.secondsSinceLastInput(), 0.0);
+}
+
+TEST(LinuxIdleTimeSourceTest, NeverIdleWhenNothingCanMeasureIt) {
+    PrivateDBus bus(PrivateDBus::Type::Session);
+    QString whyNot;
+    if (!bus.start(&whyNot)) {
+        GTEST_SKIP() << whyNot.toStdString();
+    }
+    LinuxIdleTimeSource source(kNoDisplay, bus.connection());
+    EXPECT_EQ(source.method(), LinuxIdleTimeSource::Method::None);
+    EXPECT_FALSE(source.isAvailable());
+    EXPECT_EQ(source.secondsSinceLastInput(), 0.0);
+}
