@@ -152,10 +152,27 @@ void TRInfoLogger::trackingHandler() {
         if (!extractionDisabled) {
             source->callInfoExtractorForActivity(activity ? &*activity : nullptr);
         }
-        QMetaObject::invokeMethod(
-            this, [this, activity = std::move(activity)]() mutable { decide(std::move(activity)); },
-            Qt::QueuedConnection);
+        {
+            std::lock_guard lock(m_decisionsMutex);
+            m_pendingDecisions.push_back(std::move(activity));
+        }
+        QMetaObject::invokeMethod(this, "deliverDecisions", Qt::QueuedConnection);
     });
+}
+
+void TRInfoLogger::deliverDecisions() {
+    for (;;) {
+        std::optional<TRActivity> activity;
+        {
+            std::lock_guard lock(m_decisionsMutex);
+            if (m_pendingDecisions.empty()) {
+                return;
+            }
+            activity = std::move(m_pendingDecisions.front());
+            m_pendingDecisions.pop_front();
+        }
+        decide(std::move(activity));
+    }
 }
 
 TRInfoLogger::Settings TRInfoLogger::readSettings() const {
@@ -246,7 +263,8 @@ double TRInfoLogger::idleSeconds(const Settings& settings) const {
     }
     const RunningApplication* application =
         m_previousActivity ? m_previousActivity->runningApplication() : nullptr;
-    if (application && TRMediaPlayers::isMediaPlayer(application->bundleIdentifier)) {
+    // identifier(): a player without a desktop entry is known by its executable.
+    if (application && TRMediaPlayers::isMediaPlayer(application->identifier())) {
         return 0.0;
     }
     return std::max(0.0, m_deps.idleTimeSource->secondsSinceLastInput());

@@ -25,8 +25,10 @@
 #include <QObject>
 #include <QSettings>
 #include <QTimer>
+#include <deque>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 
 #include "PowerAndSessionEvents.h"
@@ -113,6 +115,10 @@ public:
     void sessionDidBecomeActive() override;
     void sessionDidResignActive() override;
 
+private Q_SLOTS:
+    // Runs the decision steps the worker has handed back (main thread).
+    void deliverDecisions();
+
 private:
     struct Settings {
         bool suspendUponIdle = true;
@@ -146,4 +152,8 @@ private:
     QDateTime m_lastDecisionDate;
     qint64 m_lastDecisionMonotonicMs = 0;
     QDateTime m_backdateFloor;
+    // Activities the worker has finished with, waiting for their decision
+    // step; a mutex (not the event queue) carries them between the threads.
+    std::mutex m_decisionsMutex;
+    std::deque<std::optional<TRActivity>> m_pendingDecisions;
 };

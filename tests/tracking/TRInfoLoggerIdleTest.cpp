@@ -73,13 +73,29 @@ TEST_F(TrackingTest, GoingIdleEndsIntervalAtLastInput) {
 }
 
 TEST_F(TrackingTest, MediaPlayerInFrontKeepsIntervalRunning) {
-    const QString players[] = {QStringLiteral("org.videolan.vlc"), QStringLiteral("vlc"),
-                               QStringLiteral("io.mpv.Mpv"),
-                               QStringLiteral("com.apple.QuickTimePlayerX")};
-    for (const QString& player : players) {
-        SCOPED_TRACE(player.toStdString());
+    const auto byExecutable = [](const QString& path) {
+        RunningApplication application;
+        application.processIdentifier = 77;
+        application.executablePath = path;
+        TRActivity activity;
+        activity.setApplication(application);
+        return activity;
+    };
+    const struct {
+        const char* name;
+        TRActivity player;
+    } cases[] = {
+        {"org.videolan.vlc", FakeActivitySource::activityFor(77, QStringLiteral("org.videolan.vlc"))},
+        {"vlc", FakeActivitySource::activityFor(77, QStringLiteral("vlc"))},
+        {"io.mpv.Mpv", FakeActivitySource::activityFor(77, QStringLiteral("io.mpv.Mpv"))},
+        {"com.apple.QuickTimePlayerX",
+         FakeActivitySource::activityFor(77, QStringLiteral("com.apple.QuickTimePlayerX"))},
+        {"mpv without a desktop entry", byExecutable(QStringLiteral("/usr/bin/mpv"))},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
         restart();
-        startOn(FakeActivitySource::activityFor(77, player));
+        startOn(c.player);
         const QDateTime start = clock.now();
         for (int s = 2; s <= 600; ++s) {
             SCOPED_TRACE(secondTrace(s));
