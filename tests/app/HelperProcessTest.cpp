@@ -14,7 +14,10 @@
 #include <csignal>
 #include <memory>
 
+#include "LogindMock.h"
+#include "PrivateDBus.h"
 #include "QtTestPrinters.h"
+#include "XvfbServer.h"
 
 namespace {
 
@@ -33,9 +36,10 @@ public:
     void start(const QStringList& arguments = {}) {
         m_process.start(QStringLiteral(VORLIX_HELPER_PATH), arguments);
     }
-    bool waitForOutput(const QString& text, int timeoutMs = 10000) {
+    // Waits until stderr holds `text` at least `times` times.
+    bool waitForOutput(const QString& text, int times = 1, int timeoutMs = 10000) {
         QDeadlineTimer deadline(timeoutMs);
-        while (!errors().contains(text)) {
+        while (errors().count(text) < times) {
             if (deadline.hasExpired() || m_process.state() == QProcess::NotRunning) {
                 return false;
             }
@@ -149,6 +153,47 @@ TEST_F(HelperProcessTest, HelpAndVersionAnswerAndExit) {
         EXPECT_TRUE(helper.output().contains(QString::fromLatin1(c.expected)));
         EXPECT_FALSE(helper.errors().contains(QStringLiteral("tracking started")));
     }
+}
+
+TEST_F(HelperProcessTest, SleepAndWakeReachRunningHelper) {
+    PrivateDBus bus(PrivateDBus::Type::System);
+    XvfbServer xvfb;
+    QString whyNot;
+    if (!xvfb.start(&whyNot) || !bus.start(&whyNot) ||
+        !LogindMock::start(bus, QStringLiteral("c1"), true, &whyNot)) {
+        GTEST_SKIP() << whyNot.toStdString();
+    }
+    const auto inhibitors = [&bus] {
+        return LogindMock::sleepDelayInhibitors(bus, QStringLiteral("VorlixHelper"));
+    };
+    m_environment.insert(QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"), bus.address());
+    m_environment.insert(QStringLiteral("DISPLAY"), xvfb.display());
+    auto helper = startTracking();
+    EXPECT_TRUE(helper->errors().contains(QStringLiteral("idle time from the X screen saver")))
+        << helper->errors().toStdString();
+    EXPECT_EQ(inhibitors(), 1);
+
+    const struct {
+        bool goingToSleep;
+        const char* logLine;
+        int inhibitorsAfter;
+    } steps[] = {{true, "tracking stopped; store saved", 0}, {false, "machine woke up", 1}};
+    for (const auto& step : steps) {
+        SCOPED_TRACE(step.goingToSleep ? "PrepareForSleep(true)" : "PrepareForSleep(false)");
+        ASSERT_TRUE(LogindMock::emitPrepareForSleep(bus, step.goingToSleep));
+        EXPECT_TRUE(helper->waitForOutput(QString::fromLatin1(step.logLine)))
+            << helper->errors().toStdString();
+        QDeadlineTimer deadline(5000);
+        while (inhibitors() != step.inhibitorsAfter && !deadline.hasExpired()) {
+            QThread::msleep(20);
+        }
+        EXPECT_EQ(inhibitors(), step.inhibitorsAfter);
+    }
+    EXPECT_TRUE(helper->waitForOutput(QStringLiteral("tracking started"), 2))
+        << "tracking resumed after the wake";
+    helper->signal(SIGTERM);
+    ASSERT_TRUE(helper->waitForExit());
+    EXPECT_EQ(helper->exitCode(), 0);
 }
 
 }  // namespace

@@ -4,9 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
-#include <QDBusArgument>
-#include <QDBusMessage>
-#include <QDBusObjectPath>
 #include <QDeadlineTimer>
 #include <QSettings>
 #include <QTemporaryDir>
@@ -16,6 +13,7 @@
 #include "FakeActivityRecorder.h"
 #include "FakeActivitySource.h"
 #include "FakeIdleTimeSource.h"
+#include "LogindMock.h"
 #include "LogindPowerAndSessionEvents.h"
 #include "PrivateDBus.h"
 #include "QtTestPrinters.h"
@@ -24,39 +22,12 @@
 
 namespace {
 
-const QString kLogind = QStringLiteral("org.freedesktop.login1");
-const QString kManagerPath = QStringLiteral("/org/freedesktop/login1");
-const QString kManager = QStringLiteral("org.freedesktop.login1.Manager");
-const QString kMock = QStringLiteral("org.freedesktop.DBus.Mock");
 const QString kSessionPath = QStringLiteral("/org/freedesktop/login1/session/c1");
 
 PrivateDBus* gBus = nullptr;
 QString gSkipReason;
 
-// Asks the mock how many inhibitors are held right now.
-int inhibitorCount() {
-    const QDBusMessage reply = gBus->call(kLogind, kManagerPath, kManager,
-                                          QStringLiteral("ListInhibitors"));
-    if (reply.type() != QDBusMessage::ReplyMessage) {
-        return -1;
-    }
-    const QDBusArgument list = reply.arguments().constFirst().value<QDBusArgument>();
-    int count = 0;
-    list.beginArray();
-    while (!list.atEnd()) {
-        list.beginStructure();
-        QString what, who, why, mode;
-        uint uid = 0, pid = 0;
-        list >> what >> who >> why >> mode >> uid >> pid;
-        list.endStructure();
-        if (who == QLatin1String("VorlixHelper") && what == QLatin1String("sleep") &&
-            mode == QLatin1String("delay")) {
-            ++count;
-        }
-    }
-    list.endArray();
-    return count;
-}
+int inhibitorCount() { return LogindMock::sleepDelayInhibitors(*gBus, QStringLiteral("VorlixHelper")); }
 
 bool waitUntil(const std::function<bool()>& condition, int timeoutMs = 5000) {
     QDeadlineTimer deadline(timeoutMs);
@@ -71,20 +42,11 @@ bool waitUntil(const std::function<bool()>& condition, int timeoutMs = 5000) {
 }
 
 void emitPrepareForSleep(bool goingToSleep) {
-    const QDBusMessage reply = gBus->call(
-        kLogind, kManagerPath, kMock, QStringLiteral("EmitSignal"),
-        {kManager, QStringLiteral("PrepareForSleep"), QStringLiteral("b"),
-         QVariant::fromValue(QVariantList{goingToSleep})});
-    ASSERT_EQ(reply.type(), QDBusMessage::ReplyMessage) << reply.errorMessage().toStdString();
+    ASSERT_TRUE(LogindMock::emitPrepareForSleep(*gBus, goingToSleep));
 }
 
 void setSessionActive(bool active) {
-    QVariantMap properties;
-    properties.insert(QStringLiteral("Active"), active);
-    const QDBusMessage reply =
-        gBus->call(kLogind, kSessionPath, kMock, QStringLiteral("UpdateProperties"),
-                   {QStringLiteral("org.freedesktop.login1.Session"), properties});
-    ASSERT_EQ(reply.type(), QDBusMessage::ReplyMessage) << reply.errorMessage().toStdString();
+    ASSERT_TRUE(LogindMock::setSessionActive(*gBus, QStringLiteral("c1"), active));
 }
 
 // A recorder that, at every save, asks logind whether our inhibitor is
@@ -114,17 +76,10 @@ protected:
     static void SetUpTestSuite() {
         gBus = new PrivateDBus(PrivateDBus::Type::System);
         if (!gBus->start(&gSkipReason) ||
-            !gBus->startMock(kLogind, {QStringLiteral("--template"), QStringLiteral("logind")},
-                             &gSkipReason)) {
+            !LogindMock::start(*gBus, QStringLiteral("c1"), true, &gSkipReason)) {
             return;
         }
-        gBus->call(kLogind, kManagerPath, kMock, QStringLiteral("AddSession"),
-                   {QStringLiteral("c1"), QStringLiteral("seat0"), 1000u, QStringLiteral("user"),
-                    true});
-        gBus->call(kLogind, kManagerPath, kMock, QStringLiteral("AddMethod"),
-                   {kManager, QStringLiteral("GetSessionByPID"), QStringLiteral("u"),
-                    QStringLiteral("o"),
-                    QStringLiteral("ret = dbus.ObjectPath('%1')").arg(kSessionPath)});
+        gSkipReason.clear();
     }
     static void TearDownTestSuite() {
         delete gBus;

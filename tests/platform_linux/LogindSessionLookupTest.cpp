@@ -4,17 +4,14 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
-#include <QDBusMessage>
 #include <QDeadlineTimer>
 #include <QThread>
 
+#include "LogindMock.h"
 #include "LogindPowerAndSessionEvents.h"
 #include "PrivateDBus.h"
 
 namespace {
-
-const QString kLogind = QStringLiteral("org.freedesktop.login1");
-const QString kMock = QStringLiteral("org.freedesktop.DBus.Mock");
 
 class RecordingObserver final : public PowerAndSessionObserver {
 public:
@@ -30,14 +27,9 @@ protected:
     void SetUp() override {
         QString whyNot;
         if (!m_bus.start(&whyNot) ||
-            !m_bus.startMock(kLogind, {QStringLiteral("--template"), QStringLiteral("logind")},
-                             &whyNot)) {
+            !LogindMock::start(m_bus, QStringLiteral("c7"), false, &whyNot)) {
             GTEST_SKIP() << whyNot.toStdString();
         }
-        m_bus.call(kLogind, QStringLiteral("/org/freedesktop/login1"), kMock,
-                   QStringLiteral("AddSession"),
-                   {QStringLiteral("c7"), QStringLiteral("seat0"), 1000u, QStringLiteral("user"),
-                    true});
         m_savedSessionId = qgetenv("XDG_SESSION_ID");
     }
     void TearDown() override { qputenv("XDG_SESSION_ID", m_savedSessionId); }
@@ -77,12 +69,8 @@ TEST_F(LogindSessionLookupTest, ReportsOnlyChangesOfActive) {
     RecordingObserver observer;
     events.setObserver(&observer);
     ASSERT_TRUE(events.start());
-    const QString path = QStringLiteral("/org/freedesktop/login1/session/c7");
     for (const bool active : {true, false, false, true}) {
-        QVariantMap properties;
-        properties.insert(QStringLiteral("Active"), active);
-        m_bus.call(kLogind, path, kMock, QStringLiteral("UpdateProperties"),
-                   {QStringLiteral("org.freedesktop.login1.Session"), properties});
+        ASSERT_TRUE(LogindMock::setSessionActive(m_bus, QStringLiteral("c7"), active));
     }
     QDeadlineTimer deadline(5000);
     while (observer.events.size() < 2 && !deadline.hasExpired()) {
