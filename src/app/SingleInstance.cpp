@@ -1,11 +1,11 @@
 #include "SingleInstance.h"
 
-#include <QDir>
-#include <QFile>
-#include <cerrno>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <unistd.h>
+#include <QDir>
+#include <QFile>
+#include <cerrno>
 
 #include "TRLocations.h"
 
@@ -21,8 +21,7 @@ QString SingleInstance::lockFilePath() const {
     if (!runtime.isEmpty()) {
         return QDir(runtime).filePath(name + QStringLiteral(".lock"));
     }
-    return QDir(QDir::tempPath())
-        .filePath(QStringLiteral("%1-%2.lock").arg(name).arg(::getuid()));
+    return QDir(QDir::tempPath()).filePath(QStringLiteral("%1-%2.lock").arg(name).arg(::getuid()));
 }
 
 SingleInstance::Result SingleInstance::acquire() {

@@ -47,15 +47,15 @@ int main(int argc, char* argv[]) {
 
     SingleInstance instance;
     switch (instance.acquire()) {
-    case SingleInstance::Result::Acquired:
-        break;
-    case SingleInstance::Result::HeldByAnother:
-        std::fprintf(stderr, "vorlix-helper: already running for this user (pid %lld)\n",
-                     static_cast<long long>(instance.holderPid()));
-        return kExitAlreadyRunning;
-    case SingleInstance::Result::Failed:
-        qCWarning(lcApp) << "cannot take the single-instance lock; carrying on";
-        break;
+        case SingleInstance::Result::Acquired:
+            break;
+        case SingleInstance::Result::HeldByAnother:
+            std::fprintf(stderr, "vorlix-helper: already running for this user (pid %lld)\n",
+                         static_cast<long long>(instance.holderPid()));
+            return kExitAlreadyRunning;
+        case SingleInstance::Result::Failed:
+            qCWarning(lcApp) << "cannot take the single-instance lock; carrying on";
+            break;
     }
 
     UnixSignals signals;

@@ -73,7 +73,9 @@ TRInfoLogger::~TRInfoLogger() {
     gSharedInstance.testAndSetOrdered(this, nullptr);
 }
 
-TRInfoLogger* TRInfoLogger::sharedInstance() { return gSharedInstance.loadAcquire(); }
+TRInfoLogger* TRInfoLogger::sharedInstance() {
+    return gSharedInstance.loadAcquire();
+}
 
 void TRInfoLogger::setShouldTrack(bool shouldTrack) {
     m_shouldTrack = shouldTrack;
@@ -134,7 +136,9 @@ void TRInfoLogger::resetState() {
     m_backdateFloor = QDateTime();
 }
 
-void TRInfoLogger::flushChanges() { m_deps.recorder->save(); }
+void TRInfoLogger::flushChanges() {
+    m_deps.recorder->save();
+}
 
 void TRInfoLogger::trackingHandler() {
     if (m_logTaskRunning) {
@@ -147,17 +151,17 @@ void TRInfoLogger::trackingHandler() {
     const bool extractionDisabled =
         application && m_deps.recorder->applescriptTrackingDisabled(*application);
     TRActivitySource* source = m_deps.activitySource;
-    m_activityQueue->async([this, source, activity = std::move(activity),
-                            extractionDisabled]() mutable {
-        if (!extractionDisabled) {
-            source->callInfoExtractorForActivity(activity ? &*activity : nullptr);
-        }
-        {
-            std::lock_guard lock(m_decisionsMutex);
-            m_pendingDecisions.push_back(std::move(activity));
-        }
-        QMetaObject::invokeMethod(this, "deliverDecisions", Qt::QueuedConnection);
-    });
+    m_activityQueue->async(
+        [this, source, activity = std::move(activity), extractionDisabled]() mutable {
+            if (!extractionDisabled) {
+                source->callInfoExtractorForActivity(activity ? &*activity : nullptr);
+            }
+            {
+                std::lock_guard lock(m_decisionsMutex);
+                m_pendingDecisions.push_back(std::move(activity));
+            }
+            QMetaObject::invokeMethod(this, "deliverDecisions", Qt::QueuedConnection);
+        });
 }
 
 void TRInfoLogger::deliverDecisions() {
@@ -186,7 +190,9 @@ TRInfoLogger::Settings TRInfoLogger::readSettings() const {
     return settings;
 }
 
-bool TRInfoLogger::shouldSuspendTrackingUponIdle() const { return readSettings().suspendUponIdle; }
+bool TRInfoLogger::shouldSuspendTrackingUponIdle() const {
+    return readSettings().suspendUponIdle;
+}
 
 double TRInfoLogger::idleTimeThresholdForSuspendingTracking() const {
     return readSettings().idleThreshold;

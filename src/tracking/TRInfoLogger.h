@@ -42,11 +42,11 @@ class TRSerialQueue;
 class TRStatusMenuDelegate;
 
 struct TRInfoLoggerDependencies {
-    TRActivitySource* activitySource = nullptr;  // required
-    TRActivityRecorder* recorder = nullptr;      // required
-    IdleTimeSource* idleTimeSource = nullptr;    // required
-    const TRClock* clock = nullptr;              // required
-    TRStatusMenuDelegate* statusMenu = nullptr;  // none: nothing is shown
+    TRActivitySource* activitySource = nullptr;              // required
+    TRActivityRecorder* recorder = nullptr;                  // required
+    IdleTimeSource* idleTimeSource = nullptr;                // required
+    const TRClock* clock = nullptr;                          // required
+    TRStatusMenuDelegate* statusMenu = nullptr;              // none: nothing is shown
     PowerAndSessionEvents* powerAndSessionEvents = nullptr;  // none: never notified
     // Opens the helper's settings; defaults to TRLocations::helperSettings.
     std::function<std::unique_ptr<QSettings>()> openSettings;

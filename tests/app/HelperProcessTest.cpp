@@ -48,7 +48,9 @@ public:
         return true;
     }
     bool waitForExit(int timeoutMs = 10000) { return m_process.waitForFinished(timeoutMs); }
-    void signal(int signalNumber) { ::kill(static_cast<pid_t>(m_process.processId()), signalNumber); }
+    void signal(int signalNumber) {
+        ::kill(static_cast<pid_t>(m_process.processId()), signalNumber);
+    }
 
     QString errors() {
         m_errors += QString::fromUtf8(m_process.readAllStandardError());
@@ -71,27 +73,34 @@ protected:
         for (const char* folder : {"runtime", "config", "data", "cache"}) {
             ASSERT_TRUE(home.mkpath(QString::fromLatin1(folder)));
         }
-        QFile::setPermissions(home.filePath(QStringLiteral("runtime")),
-                              QFileDevice::ReadOwner | QFileDevice::WriteOwner |
-                                  QFileDevice::ExeOwner);
+        QFile::setPermissions(
+            home.filePath(QStringLiteral("runtime")),
+            QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
         m_environment = QProcessEnvironment::systemEnvironment();
-        for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "XDG_SESSION_ID", "QT_LOGGING_RULES"}) {
+        for (const char* name :
+             {"DISPLAY", "WAYLAND_DISPLAY", "XDG_SESSION_ID", "QT_LOGGING_RULES"}) {
             m_environment.remove(QString::fromLatin1(name));
         }
-        const QString noBus = QStringLiteral("unix:path=") + home.filePath(QStringLiteral("no-bus"));
+        const QString noBus =
+            QStringLiteral("unix:path=") + home.filePath(QStringLiteral("no-bus"));
         m_environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), noBus);
         m_environment.insert(QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"), noBus);
         m_environment.insert(QStringLiteral("HOME"), home.path());
-        m_environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), home.filePath(QStringLiteral("runtime")));
-        m_environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home.filePath(QStringLiteral("config")));
-        m_environment.insert(QStringLiteral("XDG_DATA_HOME"), home.filePath(QStringLiteral("data")));
-        m_environment.insert(QStringLiteral("XDG_CACHE_HOME"), home.filePath(QStringLiteral("cache")));
+        m_environment.insert(QStringLiteral("XDG_RUNTIME_DIR"),
+                             home.filePath(QStringLiteral("runtime")));
+        m_environment.insert(QStringLiteral("XDG_CONFIG_HOME"),
+                             home.filePath(QStringLiteral("config")));
+        m_environment.insert(QStringLiteral("XDG_DATA_HOME"),
+                             home.filePath(QStringLiteral("data")));
+        m_environment.insert(QStringLiteral("XDG_CACHE_HOME"),
+                             home.filePath(QStringLiteral("cache")));
     }
 
     std::unique_ptr<Helper> startTracking() {
         auto helper = std::make_unique<Helper>(m_environment);
         helper->start();
-        EXPECT_TRUE(helper->waitForOutput(QStringLiteral("tracking started"))) << helper->errors().toStdString();
+        EXPECT_TRUE(helper->waitForOutput(QStringLiteral("tracking started")))
+            << helper->errors().toStdString();
         return helper;
     }
 
@@ -124,7 +133,8 @@ TEST_F(HelperProcessTest, TerminationSignalEndsTrackingAndSaves) {
         EXPECT_EQ(helper->exitCode(), 0);
         const QString errors = helper->errors();
         const qsizetype stopped = errors.indexOf(QStringLiteral("tracking stopped; store saved"));
-        EXPECT_GT(stopped, errors.indexOf(QStringLiteral("received signal"))) << errors.toStdString();
+        EXPECT_GT(stopped, errors.indexOf(QStringLiteral("received signal")))
+            << errors.toStdString();
         EXPECT_GT(errors.indexOf(QStringLiteral("terminating")), stopped);
     }
 }

@@ -7,7 +7,9 @@
 #include <QStringList>
 #include <ostream>
 
-inline void PrintTo(const QString& value, std::ostream* out) { *out << value.toStdString(); }
+inline void PrintTo(const QString& value, std::ostream* out) {
+    *out << value.toStdString();
+}
 inline void PrintTo(const QDateTime& value, std::ostream* out) {
     *out << (value.isValid() ? value.toString(Qt::ISODateWithMs).toStdString() : "(none)");
 }

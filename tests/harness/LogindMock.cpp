@@ -14,9 +14,13 @@ const QString kManagerPath = QStringLiteral("/org/freedesktop/login1");
 const QString kManager = QStringLiteral("org.freedesktop.login1.Manager");
 const QString kMock = QStringLiteral("org.freedesktop.DBus.Mock");
 
-QString service() { return QString::fromLatin1(kService); }
+QString service() {
+    return QString::fromLatin1(kService);
+}
 
-bool succeeded(const QDBusMessage& reply) { return reply.type() == QDBusMessage::ReplyMessage; }
+bool succeeded(const QDBusMessage& reply) {
+    return reply.type() == QDBusMessage::ReplyMessage;
+}
 
 }  // namespace
 
@@ -30,18 +34,17 @@ bool start(PrivateDBus& bus, const QString& sessionId, bool answerGetSessionByPI
                        whyNot)) {
         return false;
     }
-    if (!succeeded(bus.call(service(), kManagerPath, kMock, QStringLiteral("AddSession"),
-                            {sessionId, QStringLiteral("seat0"), 1000u, QStringLiteral("user"),
-                             true}))) {
+    if (!succeeded(
+            bus.call(service(), kManagerPath, kMock, QStringLiteral("AddSession"),
+                     {sessionId, QStringLiteral("seat0"), 1000u, QStringLiteral("user"), true}))) {
         *whyNot = QStringLiteral("the logind mock refused AddSession");
         return false;
     }
     if (answerGetSessionByPID &&
-        !succeeded(bus.call(service(), kManagerPath, kMock, QStringLiteral("AddMethod"),
-                            {kManager, QStringLiteral("GetSessionByPID"), QStringLiteral("u"),
-                             QStringLiteral("o"),
-                             QStringLiteral("ret = dbus.ObjectPath('%1')")
-                                 .arg(sessionPath(sessionId))}))) {
+        !succeeded(bus.call(
+            service(), kManagerPath, kMock, QStringLiteral("AddMethod"),
+            {kManager, QStringLiteral("GetSessionByPID"), QStringLiteral("u"), QStringLiteral("o"),
+             QStringLiteral("ret = dbus.ObjectPath('%1')").arg(sessionPath(sessionId))}))) {
         *whyNot = QStringLiteral("the logind mock refused AddMethod");
         return false;
     }

@@ -13,8 +13,7 @@ inline constexpr char kService[] = "org.freedesktop.login1";
 
 // Starts the mock and adds session `sessionId` (active) for uid 1000. With
 // answerGetSessionByPID, GetSessionByPID returns that session for any pid.
-bool start(PrivateDBus& bus, const QString& sessionId, bool answerGetSessionByPID,
-           QString* whyNot);
+bool start(PrivateDBus& bus, const QString& sessionId, bool answerGetSessionByPID, QString* whyNot);
 QString sessionPath(const QString& sessionId);
 
 // Returns false when the mock refused the call.

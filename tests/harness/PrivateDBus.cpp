@@ -31,7 +31,9 @@ const char kConfigTemplate[] = R"(<!DOCTYPE busconfig PUBLIC
 
 PrivateDBus::PrivateDBus(Type type) : m_type(type) {}
 
-PrivateDBus::~PrivateDBus() { stop(); }
+PrivateDBus::~PrivateDBus() {
+    stop();
+}
 
 bool PrivateDBus::start(QString* whyNot) {
     const QString daemon = QStandardPaths::findExecutable(QStringLiteral("dbus-daemon"));
@@ -45,11 +47,11 @@ bool PrivateDBus::start(QString* whyNot) {
         *whyNot = QStringLiteral("cannot write the bus configuration");
         return false;
     }
-    file.write(QString::fromLatin1(kConfigTemplate)
-                   .arg(m_type == Type::System ? QStringLiteral("system")
-                                               : QStringLiteral("session"),
-                        m_dir.filePath(QStringLiteral("bus_socket")))
-                   .toUtf8());
+    file.write(
+        QString::fromLatin1(kConfigTemplate)
+            .arg(m_type == Type::System ? QStringLiteral("system") : QStringLiteral("session"),
+                 m_dir.filePath(QStringLiteral("bus_socket")))
+            .toUtf8());
     file.close();
     m_daemon = std::make_unique<QProcess>();
     m_daemon->setProcessChannelMode(QProcess::ForwardedErrorChannel);
@@ -63,8 +65,7 @@ bool PrivateDBus::start(QString* whyNot) {
     return !m_address.isEmpty();
 }
 
-bool PrivateDBus::startMock(const QString& busName, const QStringList& arguments,
-                            QString* whyNot) {
+bool PrivateDBus::startMock(const QString& busName, const QStringList& arguments, QString* whyNot) {
     if (!QFile::exists(QString::fromLatin1(kDBusMockPython))) {
         *whyNot = QStringLiteral("python3 is not installed");
         return false;
@@ -88,8 +89,8 @@ bool PrivateDBus::startMock(const QString& busName, const QStringList& arguments
     }
     m_mocks.push_back(std::move(mock));
     if (!waitForName(busName, 15000)) {
-        *whyNot = QStringLiteral("dbusmock never took %1 (is python3-dbusmock installed?)")
-                      .arg(busName);
+        *whyNot =
+            QStringLiteral("dbusmock never took %1 (is python3-dbusmock installed?)").arg(busName);
         return false;
     }
     return true;

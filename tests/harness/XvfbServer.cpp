@@ -2,7 +2,9 @@
 
 #include <QStandardPaths>
 
-XvfbServer::~XvfbServer() { stop(); }
+XvfbServer::~XvfbServer() {
+    stop();
+}
 
 bool XvfbServer::start(QString* whyNot) {
     const QString xvfb = QStandardPaths::findExecutable(QStringLiteral("Xvfb"));
@@ -12,10 +14,10 @@ bool XvfbServer::start(QString* whyNot) {
     }
     m_process = std::make_unique<QProcess>();
     m_process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    m_process->start(xvfb, {QStringLiteral("-screen"), QStringLiteral("0"),
-                            QStringLiteral("1280x1024x24"), QStringLiteral("-nolisten"),
-                            QStringLiteral("tcp"), QStringLiteral("-noreset"),
-                            QStringLiteral("-displayfd"), QStringLiteral("1")});
+    m_process->start(
+        xvfb, {QStringLiteral("-screen"), QStringLiteral("0"), QStringLiteral("1280x1024x24"),
+               QStringLiteral("-nolisten"), QStringLiteral("tcp"), QStringLiteral("-noreset"),
+               QStringLiteral("-displayfd"), QStringLiteral("1")});
     if (!m_process->waitForStarted(5000) || !m_process->waitForReadyRead(10000)) {
         *whyNot = QStringLiteral("Xvfb did not start");
         return false;

@@ -56,24 +56,31 @@ TEST(LinuxIdleTimeSourceTest, FallsBackToSessionBusServicesWithoutX) {
         LinuxIdleTimeSource::Method method;
         std::vector<Reading> readings;
     } cases[] = {
-        {"GNOME idle monitor (milliseconds)", "org.gnome.Mutter.IdleMonitor",
-         "/org/gnome/Mutter/IdleMonitor/Core", "mutter_idle_monitor.py", "SetIdletime",
-         LinuxIdleTimeSource::Method::MutterIdleMonitor, {{0, 0.0}, {1500, 1.5}, {151000, 151.0}}},
-        {"freedesktop screen saver (seconds)", "org.freedesktop.ScreenSaver",
-         "/org/freedesktop/ScreenSaver", "freedesktop_screensaver.py", "SetSessionIdleTime",
-         LinuxIdleTimeSource::Method::FreedesktopScreenSaver, {{0, 0.0}, {2, 2.0}, {151, 151.0}}},
+        {"GNOME idle monitor (milliseconds)",
+         "org.gnome.Mutter.IdleMonitor",
+         "/org/gnome/Mutter/IdleMonitor/Core",
+         "mutter_idle_monitor.py",
+         "SetIdletime",
+         LinuxIdleTimeSource::Method::MutterIdleMonitor,
+         {{0, 0.0}, {1500, 1.5}, {151000, 151.0}}},
+        {"freedesktop screen saver (seconds)",
+         "org.freedesktop.ScreenSaver",
+         "/org/freedesktop/ScreenSaver",
+         "freedesktop_screensaver.py",
+         "SetSessionIdleTime",
+         LinuxIdleTimeSource::Method::FreedesktopScreenSaver,
+         {{0, 0.0}, {2, 2.0}, {151, 151.0}}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         PrivateDBus bus(PrivateDBus::Type::Session);
         QString whyNot;
         const QString service = QString::fromLatin1(c.service);
-        if (!bus.start(&whyNot) ||
-            !bus.startMock(service,
-                           {QStringLiteral("--template"),
-                            QStringLiteral(VORLIX_TEST_HARNESS_DIR "/") +
-                                QString::fromLatin1(c.templateFile)},
-                           &whyNot)) {
+        if (!bus.start(&whyNot) || !bus.startMock(service,
+                                                  {QStringLiteral("--template"),
+                                                   QStringLiteral(VORLIX_TEST_HARNESS_DIR "/") +
+                                                       QString::fromLatin1(c.templateFile)},
+                                                  &whyNot)) {
             GTEST_SKIP() << whyNot.toStdString();
         }
         LinuxIdleTimeSource source(kNoDisplay, bus.connection());
@@ -83,10 +90,9 @@ TEST(LinuxIdleTimeSourceTest, FallsBackToSessionBusServicesWithoutX) {
             const QVariant value = c.method == LinuxIdleTimeSource::Method::MutterIdleMonitor
                                        ? QVariant::fromValue(qulonglong(reading.stored))
                                        : QVariant::fromValue(reading.stored);
-            const QDBusMessage reply =
-                bus.call(service, QString::fromLatin1(c.path),
-                         QStringLiteral("org.freedesktop.DBus.Mock"),
-                         QString::fromLatin1(c.setter), {value});
+            const QDBusMessage reply = bus.call(service, QString::fromLatin1(c.path),
+                                                QStringLiteral("org.freedesktop.DBus.Mock"),
+                                                QString::fromLatin1(c.setter), {value});
             ASSERT_EQ(reply.type(), QDBusMessage::ReplyMessage)
                 << reply.errorMessage().toStdString();
             EXPECT_DOUBLE_EQ(source.secondsSinceLastInput(), reading.seconds);

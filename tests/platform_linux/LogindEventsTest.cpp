@@ -27,7 +27,9 @@ const QString kSessionPath = QStringLiteral("/org/freedesktop/login1/session/c1"
 PrivateDBus* gBus = nullptr;
 QString gSkipReason;
 
-int inhibitorCount() { return LogindMock::sleepDelayInhibitors(*gBus, QStringLiteral("VorlixHelper")); }
+int inhibitorCount() {
+    return LogindMock::sleepDelayInhibitors(*gBus, QStringLiteral("VorlixHelper"));
+}
 
 bool waitUntil(const std::function<bool()>& condition, int timeoutMs = 5000) {
     QDeadlineTimer deadline(timeoutMs);

@@ -48,18 +48,21 @@ TEST_F(TrackingTest, IntervalEndsWhenFrontActivityChanges) {
             expectInterval(recorder.stored()[0], 101, start, clock.now());
         }
         if (c.next) {
-            EXPECT_EQ(logger->previousActivityStartDate(), c.ends || !c.first ? clock.now() : start);
+            EXPECT_EQ(logger->previousActivityStartDate(),
+                      c.ends || !c.first ? clock.now() : start);
         }
     }
 }
 
 TEST_F(TrackingTest, NewDocumentUnderSameWindowTitleEndsInterval) {
-    source.setExtractedDetails(detailsWith(QStringLiteral("/home/u/a.txt"), QStringLiteral("Editor")));
+    source.setExtractedDetails(
+        detailsWith(QStringLiteral("/home/u/a.txt"), QStringLiteral("Editor")));
     startOn(appC());
     const QDateTime start = clock.now();
     activeSeconds(3);
     EXPECT_TRUE(recorder.stored().empty());
-    source.setExtractedDetails(detailsWith(QStringLiteral("/home/u/b.txt"), QStringLiteral("Editor")));
+    source.setExtractedDetails(
+        detailsWith(QStringLiteral("/home/u/b.txt"), QStringLiteral("Editor")));
     activeSeconds(1);
     ASSERT_EQ(recorder.stored().size(), 1u);
     expectInterval(recorder.stored()[0], 303, start, clock.now());

@@ -4,7 +4,9 @@
 
 namespace {
 
-std::string secondTrace(int second) { return "second " + std::to_string(second); }
+std::string secondTrace(int second) {
+    return "second " + std::to_string(second);
+}
 
 }  // namespace
 
@@ -85,7 +87,8 @@ TEST_F(TrackingTest, MediaPlayerInFrontKeepsIntervalRunning) {
         const char* name;
         TRActivity player;
     } cases[] = {
-        {"org.videolan.vlc", FakeActivitySource::activityFor(77, QStringLiteral("org.videolan.vlc"))},
+        {"org.videolan.vlc",
+         FakeActivitySource::activityFor(77, QStringLiteral("org.videolan.vlc"))},
         {"vlc", FakeActivitySource::activityFor(77, QStringLiteral("vlc"))},
         {"io.mpv.Mpv", FakeActivitySource::activityFor(77, QStringLiteral("io.mpv.Mpv"))},
         {"com.apple.QuickTimePlayerX",

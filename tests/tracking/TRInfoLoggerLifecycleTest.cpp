@@ -13,8 +13,8 @@ TEST_F(TrackingTest, StopStoresIntervalOnlyFromOneSecond) {
     };
     const Case cases[] = {{0.5, false}, {0.999, false}, {1.0, true}, {5.0, true}};
     for (const Case& c : cases) {
-        SCOPED_TRACE(QStringLiteral("stop %1 s after the interval began").arg(c.afterSeconds)
-                         .toStdString());
+        SCOPED_TRACE(
+            QStringLiteral("stop %1 s after the interval began").arg(c.afterSeconds).toStdString());
         restart();
         startOn(appA());
         const QDateTime start = clock.now();
@@ -140,9 +140,8 @@ TEST_F(TrackingTest, SleepStoresAndSavesBeforeLettingMachineSleep) {
 
     const bool released = events.willSleep([this] { recorder.note(QStringLiteral("release")); });
     EXPECT_TRUE(released);
-    EXPECT_EQ(recorder.journal(),
-              QStringList({QStringLiteral("store"), QStringLiteral("save"),
-                           QStringLiteral("release")}));
+    EXPECT_EQ(recorder.journal(), QStringList({QStringLiteral("store"), QStringLiteral("save"),
+                                               QStringLiteral("release")}));
     ASSERT_EQ(recorder.stored().size(), 1u);
     expectInterval(recorder.stored()[0], 101, start, clock.now());
     EXPECT_FALSE(logger->isTracking());

@@ -10,11 +10,11 @@
 #include <memory>
 
 #include "FakeActivityRecorder.h"
-#include "QtTestPrinters.h"
 #include "FakeActivitySource.h"
 #include "FakeIdleTimeSource.h"
 #include "FakePowerAndSessionEvents.h"
 #include "FakeStatusMenu.h"
+#include "QtTestPrinters.h"
 #include "SimulatedClock.h"
 #include "TRInfoLogger.h"
 
@@ -40,9 +40,15 @@ protected:
     // Starts tracking on `activity` with input now, and runs the first tick.
     void startOn(const TRActivity& activity);
 
-    static TRActivity appA() { return FakeActivitySource::activityFor(101, QStringLiteral("xterm")); }
-    static TRActivity appB() { return FakeActivitySource::activityFor(202, QStringLiteral("chromium")); }
-    static TRActivity appC() { return FakeActivitySource::activityFor(303, QStringLiteral("mousepad")); }
+    static TRActivity appA() {
+        return FakeActivitySource::activityFor(101, QStringLiteral("xterm"));
+    }
+    static TRActivity appB() {
+        return FakeActivitySource::activityFor(202, QStringLiteral("chromium"));
+    }
+    static TRActivity appC() {
+        return FakeActivitySource::activityFor(303, QStringLiteral("mousepad"));
+    }
 
     QTemporaryDir settingsDir;
     SimulatedClock clock;

@@ -127,24 +127,24 @@ std::optional<double> LinuxIdleTimeSource::queryX11() {
 
 std::optional<double> LinuxIdleTimeSource::queryDBus(Method method) {
     const DBusIdleCall& call = callFor(method);
-    const QDBusMessage message = QDBusMessage::createMethodCall(
-        QLatin1String(call.service), QLatin1String(call.path), QLatin1String(call.interface),
-        QLatin1String(call.method));
+    const QDBusMessage message =
+        QDBusMessage::createMethodCall(QLatin1String(call.service), QLatin1String(call.path),
+                                       QLatin1String(call.interface), QLatin1String(call.method));
     return idleSecondsFromReply(m_sessionBus.call(message, QDBus::Block, kDBusTimeoutMs), method);
 }
 
 double LinuxIdleTimeSource::secondsSinceLastInput() {
     std::optional<double> seconds;
     switch (m_method) {
-    case Method::X11ScreenSaver:
-        seconds = queryX11();
-        break;
-    case Method::MutterIdleMonitor:
-    case Method::FreedesktopScreenSaver:
-        seconds = queryDBus(m_method);
-        break;
-    case Method::None:
-        return 0.0;
+        case Method::X11ScreenSaver:
+            seconds = queryX11();
+            break;
+        case Method::MutterIdleMonitor:
+        case Method::FreedesktopScreenSaver:
+            seconds = queryDBus(m_method);
+            break;
+        case Method::None:
+            return 0.0;
     }
     if (!seconds) {
         // Lost the display or the service: report it once, count as active.

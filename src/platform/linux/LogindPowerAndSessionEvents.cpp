@@ -1,10 +1,10 @@
 #include "LogindPowerAndSessionEvents.h"
 
+#include <unistd.h>
 #include <QDBusMessage>
 #include <QDBusObjectPath>
 #include <QDBusVariant>
 #include <QPointer>
-#include <unistd.h>
 
 #include "LinuxPlatformLog.h"
 
@@ -55,9 +55,9 @@ bool LogindPowerAndSessionEvents::start() {
         qCWarning(lcPlatformLinux) << "no logind session found: session switches go unnoticed";
         return true;
     }
-    m_systemBus.connect(
-        kLogindService, m_sessionPath, kPropertiesInterface, QStringLiteral("PropertiesChanged"),
-        this, SLOT(onSessionPropertiesChanged(QString, QVariantMap, QStringList)));
+    m_systemBus.connect(kLogindService, m_sessionPath, kPropertiesInterface,
+                        QStringLiteral("PropertiesChanged"), this,
+                        SLOT(onSessionPropertiesChanged(QString, QVariantMap, QStringList)));
     m_sessionActive = readSessionActive().value_or(true);
     qCInfo(lcPlatformLinux) << "following logind session" << m_sessionPath
                             << (m_sessionActive ? "(active)" : "(inactive)");
