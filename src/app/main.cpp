@@ -1,47 +1,45 @@
 // vorlix-helper: records where the time at the computer goes, privately.
+//
+// Starts tracking at once and runs until asked to quit: SIGTERM and SIGINT
+// end tracking (the interval in progress is stored and the store saved) and
+// exit 0. One helper per user; a second start says so and exits 1.
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
-#include <QTextStream>
+#include <QLoggingCategory>
 #include <cstdio>
 #include <cstring>
 #include <memory>
 
-#include "AccessibilityElement.h"
+#include "AppLog.h"
 #include "InspectCommand.h"
-#include "RunningApplications.h"
-#include "ScriptingTarget.h"
-#include "TRExtractionContext.h"
-#include "TRLocations.h"
+#include "PlatformObjects.h"
+#include "SingleInstance.h"
+#include "TRInfoLogger.h"
+#include "TrackingWiring.h"
 #include "Translations.h"
-#include "WindowSystem.h"
+#include "UnixSignals.h"
+
+Q_LOGGING_CATEGORY(lcApp, "vorlix.app", QtInfoMsg)
 
 namespace {
 
-void printLocations() {
-    QTextStream out(stdout);
-    out << "vorlix-helper " << VORLIX_VERSION << '\n'
-        << "data folder: " << TRLocations::dataFolderPath() << '\n'
-        << "settings file: " << TRLocations::settingsFilePath() << '\n';
+constexpr int kExitAlreadyRunning = 1;
+
+void parseCommandLine(QCoreApplication& app) {
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("Records, privately, how you spend your time at the computer."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    parser.process(app);
 }
 
-// The desktop's platform objects, owned for the life of the process. Empty
-// until the desktop's implementations are wired in here; every user of them
-// then reports that there is nothing to ask.
-struct PlatformObjects final {
-    std::unique_ptr<WindowSystem> windowSystem;
-    std::unique_ptr<RunningApplications> runningApplications;
-    std::unique_ptr<AccessibilityProvider> accessibility;
-    std::unique_ptr<ScriptingTargets> scriptingTargets;
-
-    TRExtractionContext context() const {
-        return {windowSystem.get(), runningApplications.get(), accessibility.get(),
-                scriptingTargets.get()};
-    }
-};
-
-PlatformObjects createPlatformObjects() {
-    return {};
+// Quitting, whatever asked for it: end tracking, which stores the interval
+// in progress and saves.
+void applicationShouldTerminate(TrackingWiring& wiring) {
+    wiring.logger->endTracking();
+    qCInfo(lcApp) << "terminating";
 }
 
 }  // namespace
@@ -57,13 +55,30 @@ int main(int argc, char* argv[]) {
         return runInspectCommand(QCoreApplication::arguments().mid(2), platform.context());
     }
 
-    QCommandLineParser parser;
-    parser.setApplicationDescription(
-        QStringLiteral("Records, privately, how you spend your time at the computer."));
-    parser.addHelpOption();
-    parser.addVersionOption();
-    parser.process(app);
+    parseCommandLine(app);
 
-    printLocations();
-    return 0;
+    SingleInstance instance;
+    switch (instance.acquire()) {
+        case SingleInstance::Result::Acquired:
+            break;
+        case SingleInstance::Result::HeldByAnother:
+            std::fprintf(stderr, "vorlix-helper: already running for this user (pid %lld)\n",
+                         static_cast<long long>(instance.holderPid()));
+            return kExitAlreadyRunning;
+        case SingleInstance::Result::Failed:
+            qCWarning(lcApp) << "cannot take the single-instance lock; carrying on";
+            break;
+    }
+
+    UnixSignals signals;
+    QObject::connect(&signals, &UnixSignals::terminationRequested, &app, [](int signalNumber) {
+        qCInfo(lcApp) << "received signal" << signalNumber;
+        QCoreApplication::quit();
+    });
+
+    const std::unique_ptr<TrackingWiring> wiring = wireTracking();
+    QObject::connect(&app, &QCoreApplication::aboutToQuit, &app,
+                     [&wiring] { applicationShouldTerminate(*wiring); });
+    wiring->logger->setShouldTrack(true);
+    return QCoreApplication::exec();
 }

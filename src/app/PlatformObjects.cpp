@@ -1,0 +1,5 @@
+#include "PlatformObjects.h"
+
+PlatformObjects createPlatformObjects() {
+    return {};
+}

@@ -1,0 +1,3 @@
+#include "LinuxPlatformLog.h"
+
+Q_LOGGING_CATEGORY(lcPlatformLinux, "vorlix.platform.linux", QtInfoMsg)

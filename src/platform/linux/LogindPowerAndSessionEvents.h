@@ -1,0 +1,61 @@
+#pragma once
+// LogindPowerAndSessionEvents: sleep, wake and session switches from
+// systemd-logind on the system bus.
+//
+// - Sleep: holds a "delay" sleep inhibitor while running. On
+//   PrepareForSleep(true) the observer gets a SleepPermit; releasing it
+//   closes the inhibitor's file descriptor, which lets the machine sleep
+//   (logind waits at most its InhibitDelayMaxSec). On PrepareForSleep(false)
+//   the inhibitor is taken again, then the observer hears of the wake.
+// - Session: the "Active" property of the helper's own session, found with
+//   GetSessionByPID(our pid), else GetSession($XDG_SESSION_ID), followed
+//   through PropertiesChanged.
+// What could not be set up (no system bus, no session) is logged once by
+// start() and then simply never reported. Main thread.
+
+#include <QDBusConnection>
+#include <QDBusUnixFileDescriptor>
+#include <QObject>
+#include <QString>
+#include <QStringList>
+#include <QVariantMap>
+#include <optional>
+
+#include "PowerAndSessionEvents.h"
+
+class LogindPowerAndSessionEvents final : public QObject, public PowerAndSessionEvents {
+    Q_OBJECT
+
+public:
+    explicit LogindPowerAndSessionEvents(
+        const QDBusConnection& systemBus = QDBusConnection::systemBus(), QObject* parent = nullptr);
+    ~LogindPowerAndSessionEvents() override;
+
+    // Subscribes, takes the inhibitor and resolves the session. Returns false
+    // when the system bus is unreachable.
+    bool start();
+
+    void setObserver(PowerAndSessionObserver* observer) override { m_observer = observer; }
+
+    bool holdsSleepInhibitor() const { return m_inhibitor.has_value(); }
+    // The D-Bus path of our session, empty when none was found.
+    QString sessionPath() const { return m_sessionPath; }
+
+private Q_SLOTS:
+    void onPrepareForSleep(bool goingToSleep);
+    void onSessionPropertiesChanged(const QString& interface, const QVariantMap& changed,
+                                    const QStringList& invalidated);
+
+private:
+    void takeSleepInhibitor();
+    void releaseSleepInhibitor();
+    QString resolveSessionPath() const;
+    std::optional<bool> readSessionActive() const;
+    void applySessionActive(bool active);
+
+    QDBusConnection m_systemBus;
+    PowerAndSessionObserver* m_observer = nullptr;
+    std::optional<QDBusUnixFileDescriptor> m_inhibitor;
+    QString m_sessionPath;
+    bool m_sessionActive = true;
+};

@@ -1,0 +1,342 @@
+#include "TRInfoLogger.h"
+
+#include <QAtomicPointer>
+#include <algorithm>
+#include <cmath>
+
+#include "IdleTimeSource.h"
+#include "TRActivityRecorder.h"
+#include "TRActivitySource.h"
+#include "TRClock.h"
+#include "TRLocations.h"
+#include "TRMediaPlayers.h"
+#include "TRSerialQueue.h"
+#include "TRStatusMenuDelegate.h"
+#include "TRTrackingLog.h"
+
+namespace {
+
+QAtomicPointer<TRInfoLogger> gSharedInstance;
+
+const QString kShouldSuspendKey = QStringLiteral("shouldSuspendTrackingUponIdle");
+const QString kIdleThresholdKey = QStringLiteral("idleTimeThresholdForSuspendingTracking");
+const QString kAskAfterIdleKey = QStringLiteral("askAfterIdle");
+
+QDateTime minusSeconds(const QDateTime& date, double seconds) {
+    return date.addMSecs(-std::llround(seconds * 1000.0));
+}
+
+// A stored value that is not a boolean or a number counts as absent.
+bool boolSetting(const QSettings& settings, const QString& key, bool fallback) {
+    const QVariant value = settings.value(key);
+    if (!value.isValid()) {
+        return fallback;
+    }
+    const QString text = value.toString().trimmed().toLower();
+    if (text == QLatin1String("true") || text == QLatin1String("1")) {
+        return true;
+    }
+    if (text == QLatin1String("false") || text == QLatin1String("0")) {
+        return false;
+    }
+    return fallback;
+}
+
+double doubleSetting(const QSettings& settings, const QString& key, double fallback) {
+    bool ok = false;
+    const double value = settings.value(key).toDouble(&ok);
+    return ok && std::isfinite(value) ? value : fallback;
+}
+
+}  // namespace
+
+TRInfoLogger::TRInfoLogger(TRInfoLoggerDependencies dependencies, QObject* parent)
+    : QObject(parent),
+      m_deps(std::move(dependencies)),
+      m_activityQueue(std::make_unique<TRSerialQueue>(
+          QString::fromUtf8(TRLocations::kHelperBundleIdentifier))) {
+    Q_ASSERT(m_deps.activitySource && m_deps.recorder && m_deps.idleTimeSource && m_deps.clock);
+    if (!m_deps.openSettings) {
+        m_deps.openSettings = &TRLocations::helperSettings;
+    }
+    gSharedInstance.testAndSetOrdered(nullptr, this);
+}
+
+TRInfoLogger::~TRInfoLogger() {
+    if (m_deps.powerAndSessionEvents) {
+        m_deps.powerAndSessionEvents->setObserver(nullptr);
+    }
+    endTracking();
+    // Finish the worker before the members its tasks use go away; a decision
+    // step still queued for this object is dropped with it.
+    m_activityQueue.reset();
+    gSharedInstance.testAndSetOrdered(this, nullptr);
+}
+
+TRInfoLogger* TRInfoLogger::sharedInstance() {
+    return gSharedInstance.loadAcquire();
+}
+
+void TRInfoLogger::setShouldTrack(bool shouldTrack) {
+    m_shouldTrack = shouldTrack;
+    qCInfo(lcTracking) << (shouldTrack ? "tracking switched on" : "private mode: tracking off");
+    if (shouldTrack) {
+        beginTracking();
+    } else {
+        endTracking();
+    }
+}
+
+void TRInfoLogger::beginTracking() {
+    if (m_trackingTimer || !m_shouldTrack) {
+        return;
+    }
+    resetState();
+    m_trackingTimer = std::make_unique<QTimer>();
+    m_trackingTimer->setInterval(kTrackingIntervalMs);
+    connect(m_trackingTimer.get(), &QTimer::timeout, this, &TRInfoLogger::trackingHandler);
+    m_saveTimer = std::make_unique<QTimer>();
+    m_saveTimer->setInterval(kSaveIntervalMs);
+    connect(m_saveTimer.get(), &QTimer::timeout, this, &TRInfoLogger::flushChanges);
+    if (m_deps.runTimers) {
+        m_trackingTimer->start();
+        m_saveTimer->start();
+    }
+    if (m_deps.powerAndSessionEvents) {
+        m_deps.powerAndSessionEvents->setObserver(this);
+    }
+    qCInfo(lcTracking) << "tracking started";
+}
+
+void TRInfoLogger::endTracking() {
+    const bool wasTracking = m_trackingTimer != nullptr;
+    m_trackingTimer.reset();
+    m_saveTimer.reset();
+    const QDateTime now = m_deps.clock->now();
+    if (m_logTaskRunning) {
+        // The tick in flight keeps its activity; its interval is lost.
+        m_activityQueue->sync();
+    } else if (!m_userWasIdle && m_previousActivityStartDate.isValid() &&
+               m_previousActivityStartDate.msecsTo(now) >= kMinimumStoredIntervalMs) {
+        store(now);
+    }
+    resetState();
+    flushChanges();
+    if (wasTracking) {
+        qCInfo(lcTracking) << "tracking stopped; store saved";
+    }
+}
+
+void TRInfoLogger::resetState() {
+    m_previousActivity.reset();
+    m_previousActivityStartDate = QDateTime();
+    m_idleStartDate = QDateTime();
+    m_userWasIdle = true;
+    m_lastDecisionDate = QDateTime();
+    m_backdateFloor = QDateTime();
+}
+
+void TRInfoLogger::flushChanges() {
+    m_deps.recorder->save();
+}
+
+void TRInfoLogger::trackingHandler() {
+    if (m_logTaskRunning) {
+        qCDebug(lcTracking) << "tick skipped: the previous one is still running";
+        return;
+    }
+    m_logTaskRunning = true;
+    std::optional<TRActivity> activity = m_deps.activitySource->currentActivity();
+    const RunningApplication* application = activity ? activity->runningApplication() : nullptr;
+    const bool extractionDisabled =
+        application && m_deps.recorder->applescriptTrackingDisabled(*application);
+    TRActivitySource* source = m_deps.activitySource;
+    m_activityQueue->async(
+        [this, source, activity = std::move(activity), extractionDisabled]() mutable {
+            source->callInfoExtractorForActivity(activity ? &*activity : nullptr,
+                                                 extractionDisabled);
+            {
+                std::lock_guard lock(m_decisionsMutex);
+                m_pendingDecisions.push_back(std::move(activity));
+            }
+            QMetaObject::invokeMethod(this, "deliverDecisions", Qt::QueuedConnection);
+        });
+}
+
+void TRInfoLogger::deliverDecisions() {
+    for (;;) {
+        std::optional<TRActivity> activity;
+        {
+            std::lock_guard lock(m_decisionsMutex);
+            if (m_pendingDecisions.empty()) {
+                return;
+            }
+            activity = std::move(m_pendingDecisions.front());
+            m_pendingDecisions.pop_front();
+        }
+        decide(std::move(activity));
+    }
+}
+
+TRInfoLogger::Settings TRInfoLogger::readSettings() const {
+    Settings settings;
+    const std::unique_ptr<QSettings> stored = m_deps.openSettings();
+    if (stored) {
+        settings.suspendUponIdle = boolSetting(*stored, kShouldSuspendKey, true);
+        settings.idleThreshold = doubleSetting(*stored, kIdleThresholdKey, 150.0);
+        settings.askAfterIdle = boolSetting(*stored, kAskAfterIdleKey, false);
+    }
+    return settings;
+}
+
+bool TRInfoLogger::shouldSuspendTrackingUponIdle() const {
+    return readSettings().suspendUponIdle;
+}
+
+double TRInfoLogger::idleTimeThresholdForSuspendingTracking() const {
+    return readSettings().idleThreshold;
+}
+
+void TRInfoLogger::decide(std::optional<TRActivity> activity) {
+    const QDateTime now = m_deps.clock->now();
+    endIntervalOnClockJump(now);
+    applyActivityChange(activity, now);
+
+    const Settings settings = readSettings();
+    const double idle = idleSeconds(settings);
+    const double threshold = settings.idleThreshold;
+    bool idleStateChanged = false;
+    if (threshold >= idle && m_userWasIdle) {
+        returnFromIdle(settings, idle, now);
+        idleStateChanged = true;
+    } else if (idle > threshold && !m_userWasIdle) {
+        goIdle(idle, now);
+        idleStateChanged = true;
+    }
+    if (idleStateChanged && m_deps.statusMenu) {
+        m_deps.statusMenu->resetStatusItemImages();
+    }
+    m_logTaskRunning = false;
+}
+
+void TRInfoLogger::endIntervalOnClockJump(const QDateTime& now) {
+    const qint64 monotonicMs = m_deps.clock->monotonicMilliseconds();
+    const QDateTime lastDecision = std::exchange(m_lastDecisionDate, now);
+    const qint64 lastMonotonicMs = std::exchange(m_lastDecisionMonotonicMs, monotonicMs);
+    if (!lastDecision.isValid()) {
+        return;
+    }
+    const qint64 driftMs = lastDecision.msecsTo(now) - (monotonicMs - lastMonotonicMs);
+    if (std::abs(driftMs) <= kClockJumpToleranceMs) {
+        return;
+    }
+    // The machine slept without telling us (or the clock was set): the time
+    // between the ticks was not spent at the computer.
+    qCInfo(lcTracking) << "clock jumped by" << driftMs / 1000 << "s between two ticks;"
+                       << "ending the interval at the last tick";
+    if (!m_userWasIdle) {
+        store(lastDecision);
+    }
+    resetState();
+    m_lastDecisionDate = now;
+    m_backdateFloor = lastDecision;
+    if (m_deps.statusMenu) {
+        m_deps.statusMenu->resetStatusItemImages();
+    }
+}
+
+bool TRInfoLogger::applyActivityChange(std::optional<TRActivity>& activity, const QDateTime& now) {
+    // Two untracked applications in a row are "the same" (both none); an
+    // absent previous activity never equals a present one.
+    const bool unchanged = m_previousActivity
+                               ? activity.has_value() && m_previousActivity->isEqual(&*activity)
+                               : !activity.has_value();
+    if (unchanged) {
+        return false;
+    }
+    if (!m_userWasIdle) {
+        store(now);
+    }
+    m_previousActivity = std::move(activity);
+    m_previousActivityStartDate = now;
+    return true;
+}
+
+double TRInfoLogger::idleSeconds(const Settings& settings) const {
+    if (!settings.suspendUponIdle) {
+        return 0.0;
+    }
+    const RunningApplication* application =
+        m_previousActivity ? m_previousActivity->runningApplication() : nullptr;
+    // identifier(): a player without a desktop entry is known by its executable.
+    if (application && TRMediaPlayers::isMediaPlayer(application->identifier())) {
+        return 0.0;
+    }
+    return std::max(0.0, m_deps.idleTimeSource->secondsSinceLastInput());
+}
+
+void TRInfoLogger::returnFromIdle(const Settings& settings, double idle, const QDateTime& now) {
+    m_userWasIdle = false;
+    // The interval began at the last input event, also on the first tick.
+    QDateTime start = minusSeconds(now, idle);
+    if (m_backdateFloor.isValid() && m_backdateFloor <= now && start < m_backdateFloor) {
+        start = m_backdateFloor;
+    }
+    m_backdateFloor = QDateTime();
+    m_previousActivityStartDate = start;
+    qCDebug(lcTracking) << "user active; interval backdated by" << idle << "s";
+    if (m_idleStartDate.isValid() && settings.askAfterIdle) {
+        offerTimeAway(now);
+    }
+}
+
+void TRInfoLogger::offerTimeAway(const QDateTime& now) {
+    const double away = static_cast<double>(m_idleStartDate.msecsTo(now)) / 1000.0;
+    if (away >= kAskAfterIdleLimitSeconds || !m_deps.statusMenu) {
+        return;
+    }
+    if (auto* controller = m_deps.statusMenu->presentCustomActivityCreationViewController()) {
+        controller->setActivityStartDate(m_idleStartDate);
+        controller->setActivityDurationTimeInterval(away);
+    }
+}
+
+void TRInfoLogger::goIdle(double idle, const QDateTime& now) {
+    m_idleStartDate = minusSeconds(now, idle);
+    if (m_previousActivityStartDate.isValid() && m_previousActivityStartDate < m_idleStartDate) {
+        store(m_idleStartDate);
+    }
+    m_previousActivityStartDate = QDateTime();
+    m_userWasIdle = true;
+    qCInfo(lcTracking) << "user idle; interval ended at the last input," << idle << "s ago";
+}
+
+void TRInfoLogger::store(const QDateTime& stop) {
+    if (!m_previousActivity || !m_previousActivityStartDate.isValid() || !stop.isValid()) {
+        return;
+    }
+    qCDebug(lcTracking).noquote() << "storing" << m_previousActivityStartDate.toString(Qt::ISODate)
+                                  << "to" << stop.toString(Qt::ISODate);
+    m_deps.recorder->storeActivity(*m_previousActivity, m_previousActivityStartDate, stop);
+}
+
+void TRInfoLogger::workspaceWillSleep(SleepPermit permit) {
+    qCInfo(lcTracking) << "machine going to sleep";
+    endTracking();
+    permit.release();
+}
+
+void TRInfoLogger::workspaceDidWake() {
+    qCInfo(lcTracking) << "machine woke up";
+    beginTracking();
+}
+
+void TRInfoLogger::sessionDidBecomeActive() {
+    qCInfo(lcTracking) << "session active again";
+    beginTracking();
+}
+
+void TRInfoLogger::sessionDidResignActive() {
+    qCInfo(lcTracking) << "session switched out";
+    endTracking();
+}

@@ -1,0 +1,159 @@
+#pragma once
+// TRInfoLogger: the once-a-second tracking loop.
+//
+// Every second it asks the activity source for the frontmost activity, lets
+// the extractor fill in its details on a serial worker thread, and decides
+// back on the main thread whether the activity changed; each finished
+// interval (activity, start, stop) goes to the recorder, which is saved
+// every minute and whenever tracking stops. Recording pauses while the user
+// is idle (never while a media player is in front), the interval then ends at
+// the last input event; coming back may offer to book the time away. Sleep,
+// a switched-out session and private mode (shouldTrack false) stop tracking.
+//
+// Ownership: the logger borrows every dependency; they must outlive it. It
+// owns its worker thread. Threads: everything here is main-thread only; the
+// worker runs TRActivitySource::callInfoExtractorForActivity() and nothing
+// else. At most one tick is in flight; a tick that finds one running is
+// skipped. endTracking() blocks until the worker is idle.
+//
+// Settings are read from a fresh settings object at every tick, so changes
+// apply at once: "shouldSuspendTrackingUponIdle" (default true),
+// "idleTimeThresholdForSuspendingTracking" (seconds, default 150) and
+// "askAfterIdle" (default false). No defaults are registered.
+
+#include <QDateTime>
+#include <QObject>
+#include <QSettings>
+#include <QTimer>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+#include "PowerAndSessionEvents.h"
+#include "TRActivity.h"
+
+class IdleTimeSource;
+class TRActivityRecorder;
+class TRActivitySource;
+class TRClock;
+class TRSerialQueue;
+class TRStatusMenuDelegate;
+
+struct TRInfoLoggerDependencies {
+    TRActivitySource* activitySource = nullptr;              // required
+    TRActivityRecorder* recorder = nullptr;                  // required
+    IdleTimeSource* idleTimeSource = nullptr;                // required
+    const TRClock* clock = nullptr;                          // required
+    TRStatusMenuDelegate* statusMenu = nullptr;              // none: nothing is shown
+    PowerAndSessionEvents* powerAndSessionEvents = nullptr;  // none: never notified
+    // Opens the helper's settings; defaults to TRLocations::helperSettings.
+    std::function<std::unique_ptr<QSettings>()> openSettings;
+    // False leaves the timers unstarted so a test can call trackingHandler()
+    // and flushChanges() itself; isTracking() still tells whether they exist.
+    bool runTimers = true;
+};
+
+class TRInfoLogger final : public QObject, public PowerAndSessionObserver {
+    Q_OBJECT
+
+public:
+    static constexpr int kTrackingIntervalMs = 1000;
+    static constexpr int kSaveIntervalMs = 60000;
+    // Shorter intervals are not worth storing when tracking stops.
+    static constexpr qint64 kMinimumStoredIntervalMs = 1000;
+    // Coming back after this long is not offered as a custom activity.
+    static constexpr double kAskAfterIdleLimitSeconds = 86400.0;
+    // Between two ticks the wall clock may drift from the monotonic clock by
+    // this much before the gap counts as an unannounced suspend.
+    static constexpr qint64 kClockJumpToleranceMs = 10000;
+
+    // REQUIRES: the four required dependencies are set. The first logger
+    // created becomes sharedInstance() for the process's lifetime.
+    explicit TRInfoLogger(TRInfoLoggerDependencies dependencies, QObject* parent = nullptr);
+    ~TRInfoLogger() override;
+    TRInfoLogger(const TRInfoLogger&) = delete;
+    TRInfoLogger& operator=(const TRInfoLogger&) = delete;
+
+    // The process's logger (created by main), or nullptr before it exists.
+    static TRInfoLogger* sharedInstance();
+
+    // False in private mode. Setting it begins (true) or ends (false)
+    // tracking, every time, even to the value it already has.
+    bool shouldTrack() const { return m_shouldTrack; }
+    void setShouldTrack(bool shouldTrack);
+
+    // True while the user is idle and from the start of tracking until the
+    // first tick has run; the status icon shows it.
+    bool userWasIdle() const { return m_userWasIdle; }
+    // True while the timers exist (between beginTracking and endTracking).
+    bool isTracking() const { return m_trackingTimer != nullptr; }
+    // True from the start of a tick until its main-thread step has finished.
+    bool isTickInFlight() const { return m_logTaskRunning; }
+
+    // Both are safe to call repeatedly.
+    void beginTracking();
+    void endTracking();
+
+    // The tick and the save, normally called by the timers.
+    void trackingHandler();
+    void flushChanges();
+
+    bool shouldSuspendTrackingUponIdle() const;
+    double idleTimeThresholdForSuspendingTracking() const;
+
+    const std::optional<TRActivity>& previousActivity() const { return m_previousActivity; }
+    // Invalid (null) dates stand for "none".
+    const QDateTime& previousActivityStartDate() const { return m_previousActivityStartDate; }
+    const QDateTime& idleStartDate() const { return m_idleStartDate; }
+
+    // Sleep and session switches; the sleep permit is released once the
+    // interval in progress has been stored and saved.
+    void workspaceWillSleep(SleepPermit permit) override;
+    void workspaceDidWake() override;
+    void sessionDidBecomeActive() override;
+    void sessionDidResignActive() override;
+
+private Q_SLOTS:
+    // Runs the decision steps the worker has handed back (main thread).
+    void deliverDecisions();
+
+private:
+    struct Settings {
+        bool suspendUponIdle = true;
+        double idleThreshold = 150.0;
+        bool askAfterIdle = false;
+    };
+
+    Settings readSettings() const;
+    void decide(std::optional<TRActivity> activity);
+    void endIntervalOnClockJump(const QDateTime& now);
+    bool applyActivityChange(std::optional<TRActivity>& activity, const QDateTime& now);
+    double idleSeconds(const Settings& settings) const;
+    void returnFromIdle(const Settings& settings, double idle, const QDateTime& now);
+    void goIdle(double idle, const QDateTime& now);
+    void offerTimeAway(const QDateTime& now);
+    void store(const QDateTime& stop);
+    void resetState();
+
+    TRInfoLoggerDependencies m_deps;
+    std::unique_ptr<TRSerialQueue> m_activityQueue;
+    bool m_logTaskRunning = false;
+    std::unique_ptr<QTimer> m_trackingTimer;
+    std::unique_ptr<QTimer> m_saveTimer;
+    std::optional<TRActivity> m_previousActivity;
+    QDateTime m_previousActivityStartDate;
+    QDateTime m_idleStartDate;
+    bool m_userWasIdle = true;
+    bool m_shouldTrack = false;
+    // The previous decision's clocks, to notice an unannounced suspend, and
+    // the earliest start a return from idle may be backdated to after one.
+    QDateTime m_lastDecisionDate;
+    qint64 m_lastDecisionMonotonicMs = 0;
+    QDateTime m_backdateFloor;
+    // Activities the worker has finished with, waiting for their decision
+    // step; a mutex (not the event queue) carries them between the threads.
+    std::mutex m_decisionsMutex;
+    std::deque<std::optional<TRActivity>> m_pendingDecisions;
+};

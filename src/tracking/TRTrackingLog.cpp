@@ -1,0 +1,3 @@
+#include "TRTrackingLog.h"
+
+Q_LOGGING_CATEGORY(lcTracking, "vorlix.tracking", QtInfoMsg)

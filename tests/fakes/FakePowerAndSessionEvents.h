@@ -1,0 +1,41 @@
+#pragma once
+// FakePowerAndSessionEvents: the test plays the desktop and sends the four
+// events by hand. willSleep() returns whether the observer released the
+// permit before returning and notes the release in the given journal hook.
+
+#include <functional>
+
+#include "PowerAndSessionEvents.h"
+
+class FakePowerAndSessionEvents final : public PowerAndSessionEvents {
+public:
+    void setObserver(PowerAndSessionObserver* observer) override { m_observer = observer; }
+    PowerAndSessionObserver* observer() const { return m_observer; }
+
+    bool willSleep(const std::function<void()>& onRelease = {}) {
+        bool released = false;
+        if (m_observer) {
+            m_observer->workspaceWillSleep(SleepPermit([&released, onRelease] {
+                released = true;
+                if (onRelease) {
+                    onRelease();
+                }
+            }));
+        }
+        return released;
+    }
+    void didWake() {
+        if (m_observer) m_observer->workspaceDidWake();
+    }
+    void sessionActive(bool active) {
+        if (!m_observer) return;
+        if (active) {
+            m_observer->sessionDidBecomeActive();
+        } else {
+            m_observer->sessionDidResignActive();
+        }
+    }
+
+private:
+    PowerAndSessionObserver* m_observer = nullptr;
+};

@@ -1,0 +1,104 @@
+// When an interval ends: changes of the front activity and what the
+// extractor found, and when the extractor runs at all.
+
+#include "TrackingTestFixture.h"
+
+namespace {
+
+TRActivityDetails detailsWith(const QString& documentPath, const QString& windowTitle) {
+    TRActivityDetails details;
+    details.setDocumentPath(documentPath);
+    details.setWindowTitle(windowTitle);
+    return details;
+}
+
+}  // namespace
+
+TEST_F(TrackingTest, IntervalEndsWhenFrontActivityChanges) {
+    struct Case {
+        const char* name;
+        std::optional<TRActivity> first;
+        std::optional<TRActivity> next;
+        bool ends;
+    };
+    const auto a = [](const QString& title) {
+        return FakeActivitySource::activityFor(101, QStringLiteral("xterm"), title);
+    };
+    const Case cases[] = {
+        {"same process, same title", a(QStringLiteral("~")), a(QStringLiteral("~")), false},
+        {"same process, new window title", a(QStringLiteral("~")), a(QStringLiteral("/tmp")), true},
+        {"another launch of the same program", a(QStringLiteral("~")),
+         FakeActivitySource::activityFor(102, QStringLiteral("xterm"), QStringLiteral("~")), true},
+        {"an untracked application comes to the front", a(QStringLiteral("~")), std::nullopt, true},
+        {"untracked twice in a row", std::nullopt, std::nullopt, false},
+        {"tracked after untracked", std::nullopt, a(QStringLiteral("~")), false},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        restart();
+        source.setFront(c.first);
+        logger->setShouldTrack(true);
+        activeSeconds(1);
+        const QDateTime start = clock.now();
+        activeSeconds(4);
+        source.setFront(c.next);
+        activeSeconds(1);
+        ASSERT_EQ(recorder.stored().size(), c.ends ? 1u : 0u);
+        if (c.ends) {
+            expectInterval(recorder.stored()[0], 101, start, clock.now());
+        }
+        if (c.next) {
+            EXPECT_EQ(logger->previousActivityStartDate(),
+                      c.ends || !c.first ? clock.now() : start);
+        }
+    }
+}
+
+TEST_F(TrackingTest, NewDocumentUnderSameWindowTitleEndsInterval) {
+    source.setExtractedDetails(
+        detailsWith(QStringLiteral("/home/u/a.txt"), QStringLiteral("Editor")));
+    startOn(appC());
+    const QDateTime start = clock.now();
+    activeSeconds(3);
+    EXPECT_TRUE(recorder.stored().empty());
+    source.setExtractedDetails(
+        detailsWith(QStringLiteral("/home/u/b.txt"), QStringLiteral("Editor")));
+    activeSeconds(1);
+    ASSERT_EQ(recorder.stored().size(), 1u);
+    expectInterval(recorder.stored()[0], 303, start, clock.now());
+    EXPECT_EQ(recorder.stored()[0].activity.documentPath(), QStringLiteral("/home/u/a.txt"));
+}
+
+TEST_F(TrackingTest, ExtractorSkippedWhereUserSwitchedItOff) {
+    recorder.disableExtractionFor(QStringLiteral("chromium"));
+    struct Step {
+        const char* name;
+        std::optional<TRActivity> front;
+        int extractorCallsAfter;
+    };
+    const Step steps[] = {
+        {"extraction switched off", appB(), 0},
+        {"other application", appA(), 1},
+        {"nothing tracked in front: still called", std::nullopt, 2},
+    };
+    logger->setShouldTrack(true);
+    for (const Step& step : steps) {
+        SCOPED_TRACE(step.name);
+        source.setFront(step.front);
+        activeSeconds(1);
+        EXPECT_EQ(source.extractorCalls(), step.extractorCallsAfter);
+        EXPECT_EQ(source.workerCalls(), &step - steps + 1) << "the worker step always runs";
+    }
+}
+
+TEST_F(TrackingTest, DetailsRemovedByExtractorStillCount) {
+    source.setExtractedDetails(std::nullopt);
+    startOn(appA());
+    const QDateTime start = clock.now();
+    activeSeconds(3);
+    source.setFront(appB());
+    activeSeconds(1);
+    ASSERT_EQ(recorder.stored().size(), 1u);
+    expectInterval(recorder.stored()[0], 101, start, clock.now());
+    EXPECT_FALSE(recorder.stored()[0].activity.details().has_value());
+}

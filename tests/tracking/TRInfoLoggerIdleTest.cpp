@@ -1,0 +1,226 @@
+// Idle handling of the tracking loop, second by second on a simulated clock.
+
+#include "TrackingTestFixture.h"
+
+namespace {
+
+std::string secondTrace(int second) {
+    return "second " + std::to_string(second);
+}
+
+}  // namespace
+
+TEST_F(TrackingTest, FirstTickAfterStartIsBackdatedToLastInput) {
+    setSetting(QStringLiteral("askAfterIdle"), true);
+    source.setFront(appA());
+    logger->setShouldTrack(true);
+    EXPECT_TRUE(logger->userWasIdle()) << "idle until the first tick has run";
+
+    clock.advance(1.0);
+    idle.setLastInput(clock.at(-40));
+    const QDateTime firstTick = clock.now();
+    tick();
+
+    EXPECT_FALSE(logger->userWasIdle());
+    EXPECT_EQ(logger->previousActivityStartDate(), firstTick.addSecs(-40));
+    EXPECT_EQ(menu.windowsRequested, 0) << "no idle period to offer yet";
+    EXPECT_EQ(menu.resets, 1);
+
+    activeSeconds(5);
+    source.setFront(appB());
+    second();
+    ASSERT_EQ(recorder.stored().size(), 1u);
+    expectInterval(recorder.stored()[0], 101, firstTick.addSecs(-40), clock.now());
+}
+
+TEST_F(TrackingTest, GoingIdleEndsIntervalAtLastInput) {
+    struct Case {
+        const char* name;
+        QVariant threshold;  // invalid: the setting is absent
+        double effectiveThreshold;
+        int lastInputSecond;
+    };
+    const Case cases[] = {
+        {"default threshold", QVariant(), 150.0, 30},
+        {"short threshold", QVariant(20.0), 20.0, 10},
+        {"fractional threshold", QVariant(QStringLiteral("5.5")), 5.5, 3},
+        {"unreadable value falls back to the default", QVariant(QStringLiteral("soon")), 150.0, 4},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        restart();
+        if (c.threshold.isValid()) {
+            setSetting(QStringLiteral("idleTimeThresholdForSuspendingTracking"), c.threshold);
+        }
+        startOn(appA());
+        const QDateTime start = clock.now();
+        activeSeconds(c.lastInputSecond - 1);
+        const QDateTime lastInput = clock.now();
+        const int idleLimit = c.lastInputSecond + static_cast<int>(c.effectiveThreshold) + 3;
+        for (int s = c.lastInputSecond + 1; s <= idleLimit; ++s) {
+            SCOPED_TRACE(secondTrace(s));
+            second();
+            const double idleFor = static_cast<double>(lastInput.msecsTo(clock.now())) / 1000.0;
+            const bool shouldBeIdle = idleFor > c.effectiveThreshold;
+            EXPECT_EQ(logger->userWasIdle(), shouldBeIdle);
+            ASSERT_EQ(recorder.stored().size(), shouldBeIdle ? 1u : 0u);
+            if (shouldBeIdle) {
+                expectInterval(recorder.stored()[0], 101, start, lastInput);
+                EXPECT_EQ(logger->idleStartDate(), lastInput);
+                EXPECT_FALSE(logger->previousActivityStartDate().isValid());
+            }
+        }
+        EXPECT_EQ(menu.resets, 2) << "first tick and going idle, nothing while idle";
+    }
+}
+
+TEST_F(TrackingTest, MediaPlayerInFrontKeepsIntervalRunning) {
+    const auto byExecutable = [](const QString& path) {
+        RunningApplication application;
+        application.processIdentifier = 77;
+        application.executablePath = path;
+        TRActivity activity;
+        activity.setApplication(application);
+        return activity;
+    };
+    const struct {
+        const char* name;
+        TRActivity player;
+    } cases[] = {
+        {"org.videolan.vlc",
+         FakeActivitySource::activityFor(77, QStringLiteral("org.videolan.vlc"))},
+        {"vlc", FakeActivitySource::activityFor(77, QStringLiteral("vlc"))},
+        {"io.mpv.Mpv", FakeActivitySource::activityFor(77, QStringLiteral("io.mpv.Mpv"))},
+        {"com.apple.QuickTimePlayerX",
+         FakeActivitySource::activityFor(77, QStringLiteral("com.apple.QuickTimePlayerX"))},
+        {"mpv without a desktop entry", byExecutable(QStringLiteral("/usr/bin/mpv"))},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        restart();
+        startOn(c.player);
+        const QDateTime start = clock.now();
+        for (int s = 2; s <= 600; ++s) {
+            SCOPED_TRACE(secondTrace(s));
+            second();
+            ASSERT_FALSE(logger->userWasIdle());
+            ASSERT_TRUE(recorder.stored().empty());
+        }
+        source.setFront(appB());
+        second();
+        ASSERT_EQ(recorder.stored().size(), 1u);
+        expectInterval(recorder.stored()[0], 77, start, clock.now());
+    }
+}
+
+TEST_F(TrackingTest, NoIdleTransitionsWhenSuspendingUponIdleIsOff) {
+    setSetting(QStringLiteral("shouldSuspendTrackingUponIdle"), false);
+    setSetting(QStringLiteral("idleTimeThresholdForSuspendingTracking"), 5.0);
+    startOn(appA());
+    const QDateTime start = clock.now();
+    for (int s = 2; s <= 400; ++s) {
+        SCOPED_TRACE(secondTrace(s));
+        second();
+        ASSERT_FALSE(logger->userWasIdle());
+    }
+    EXPECT_TRUE(recorder.stored().empty());
+    EXPECT_EQ(menu.resets, 1);
+    EXPECT_EQ(idle.queries(), 0) << "the idle time is not even asked for";
+    source.setFront(appB());
+    second();
+    ASSERT_EQ(recorder.stored().size(), 1u);
+    expectInterval(recorder.stored()[0], 101, start, clock.now());
+}
+
+TEST_F(TrackingTest, ReturnFromIdleOffersTimeAwayUnderOneDay) {
+    struct Case {
+        const char* name;
+        double away;
+        bool askAfterIdle;
+        bool offered;
+    };
+    const Case cases[] = {
+        {"ten minutes", 600.0, true, true},
+        {"one second short of a day", 86399.0, true, true},
+        {"exactly a day", 86400.0, true, false},
+        {"more than a day", 90000.0, true, false},
+        {"asking switched off", 600.0, false, false},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        restart();
+        setSetting(QStringLiteral("askAfterIdle"), c.askAfterIdle);
+        startOn(appA());
+        const QDateTime lastInput = clock.now();
+        idleSeconds(151);
+        ASSERT_TRUE(logger->userWasIdle());
+        // Ticks while away change nothing; the clock runs on without a jump.
+        clock.advance(c.away - 152.0);
+        tick();
+        clock.advance(1.0);
+        idle.touch();
+        tick();
+        ASSERT_FALSE(logger->userWasIdle());
+        EXPECT_EQ(logger->previousActivityStartDate(), clock.now());
+        EXPECT_EQ(menu.windowsRequested, c.offered ? 1 : 0);
+        if (c.offered) {
+            EXPECT_EQ(menu.controller.startDate, lastInput);
+            ASSERT_TRUE(menu.controller.duration.has_value());
+            EXPECT_DOUBLE_EQ(*menu.controller.duration, c.away);
+        }
+    }
+}
+
+TEST_F(TrackingTest, NoWindowShownIsTolerated) {
+    setSetting(QStringLiteral("askAfterIdle"), true);
+    menu.offersWindow = false;
+    startOn(appA());
+    idleSeconds(200);
+    activeSeconds(1);
+    EXPECT_EQ(menu.windowsRequested, 1);
+    EXPECT_FALSE(logger->userWasIdle());
+}
+
+TEST_F(TrackingTest, SwitchWhileIdleStartsNewIntervalAtReturn) {
+    startOn(appA());
+    activeSeconds(9);
+    const QDateTime lastInput = clock.now();
+    idleSeconds(151);
+    ASSERT_EQ(recorder.stored().size(), 1u);
+
+    source.setFront(appB());
+    for (int s = 1; s <= 40; ++s) {
+        SCOPED_TRACE(secondTrace(s));
+        second();
+        EXPECT_EQ(recorder.stored().size(), 1u) << "nothing stored while idle";
+    }
+    ASSERT_TRUE(logger->previousActivity().has_value());
+    EXPECT_EQ(logger->previousActivity()->processIdentifier(), 202);
+
+    clock.advance(0.5);
+    idle.touch();
+    const QDateTime returned = clock.now();
+    clock.advance(0.5);
+    tick();
+    EXPECT_EQ(logger->previousActivityStartDate(), returned);
+
+    activeSeconds(10);
+    source.setFront(appC());
+    second();
+    ASSERT_EQ(recorder.stored().size(), 2u);
+    expectInterval(recorder.stored()[0], 101, lastInput.addSecs(-9), lastInput);
+    expectInterval(recorder.stored()[1], 202, returned, clock.now());
+}
+
+TEST_F(TrackingTest, ChangedThresholdAppliesAtNextTick) {
+    startOn(appA());
+    activeSeconds(5);
+    const QDateTime lastInput = clock.now();
+    idleSeconds(100);
+    EXPECT_FALSE(logger->userWasIdle());
+    setSetting(QStringLiteral("idleTimeThresholdForSuspendingTracking"), 60.0);
+    second();
+    EXPECT_TRUE(logger->userWasIdle());
+    ASSERT_EQ(recorder.stored().size(), 1u);
+    EXPECT_EQ(recorder.stored()[0].stop, lastInput);
+}

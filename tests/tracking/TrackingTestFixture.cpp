@@ -1,0 +1,89 @@
+#include "TrackingTestFixture.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QFile>
+#include <chrono>
+#include <thread>
+
+void TrackingTest::SetUp() {
+    ASSERT_TRUE(settingsDir.isValid());
+    const QString path = settingsDir.filePath(QStringLiteral("VorlixHelper.conf"));
+    TRInfoLoggerDependencies dependencies;
+    dependencies.activitySource = &source;
+    dependencies.recorder = &recorder;
+    dependencies.idleTimeSource = &idle;
+    dependencies.clock = &clock;
+    dependencies.statusMenu = &menu;
+    dependencies.powerAndSessionEvents = &events;
+    dependencies.openSettings = [path] {
+        return std::make_unique<QSettings>(path, QSettings::IniFormat);
+    };
+    dependencies.runTimers = false;
+    logger = std::make_unique<TRInfoLogger>(std::move(dependencies));
+}
+
+void TrackingTest::TearDown() {
+    source.openGate();
+    logger.reset();
+}
+
+void TrackingTest::restart() {
+    TearDown();
+    QFile::remove(settingsDir.filePath(QStringLiteral("VorlixHelper.conf")));
+    recorder = FakeActivityRecorder();
+    menu = FakeStatusMenu();
+    source.setFront(std::nullopt);
+    source.leaveDetailsAlone();
+    SetUp();
+}
+
+void TrackingTest::setSetting(const QString& key, const QVariant& value) {
+    QSettings settings(settingsDir.filePath(QStringLiteral("VorlixHelper.conf")),
+                       QSettings::IniFormat);
+    settings.setValue(key, value);
+    settings.sync();
+}
+
+void TrackingTest::tick() {
+    logger->trackingHandler();
+    waitForDecision();
+}
+
+void TrackingTest::waitForDecision() {
+    QDeadlineTimer deadline(10000);
+    while (logger->isTickInFlight() && !deadline.hasExpired()) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents);
+        if (logger->isTickInFlight()) {
+            std::this_thread::sleep_for(std::chrono::microseconds(50));
+        }
+    }
+    ASSERT_FALSE(logger->isTickInFlight()) << "the tick's decision never ran";
+}
+
+void TrackingTest::activeSeconds(int count) {
+    for (int i = 0; i < count; ++i) {
+        clock.advance(1.0);
+        idle.touch();
+        tick();
+    }
+}
+
+void TrackingTest::idleSeconds(int count) {
+    for (int i = 0; i < count; ++i) {
+        second();
+    }
+}
+
+void TrackingTest::startOn(const TRActivity& activity) {
+    source.setFront(activity);
+    logger->setShouldTrack(true);
+    activeSeconds(1);
+}
+
+void expectInterval(const StoredInterval& interval, qint32 pid, const QDateTime& start,
+                    const QDateTime& stop) {
+    EXPECT_EQ(interval.activity.processIdentifier(), pid);
+    EXPECT_EQ(interval.start, start) << interval.start.toString(Qt::ISODateWithMs).toStdString();
+    EXPECT_EQ(interval.stop, stop) << interval.stop.toString(Qt::ISODateWithMs).toStdString();
+}

@@ -1,0 +1,65 @@
+#pragma once
+// A tracking loop on a simulated clock with fake sources, driven tick by
+// tick: second() moves the clock one second and runs one whole tick (main
+// part, extractor on the worker, decision back on the main thread).
+
+#include <gtest/gtest.h>
+
+#include <QSettings>
+#include <QTemporaryDir>
+#include <memory>
+
+#include "FakeActivityRecorder.h"
+#include "FakeActivitySource.h"
+#include "FakeIdleTimeSource.h"
+#include "FakePowerAndSessionEvents.h"
+#include "FakeStatusMenu.h"
+#include "QtTestPrinters.h"
+#include "SimulatedClock.h"
+#include "TRInfoLogger.h"
+
+class TrackingTest : public ::testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    // A fresh loop with fresh fakes and no settings, for table rows.
+    void restart();
+    void setSetting(const QString& key, const QVariant& value);
+    // One tick at the clock's current time; returns once its decision ran.
+    void tick();
+    void waitForDecision();
+    // The clock moves one second, then a tick runs.
+    void second() {
+        clock.advance(1.0);
+        tick();
+    }
+    // Seconds of user input: each second the user touches a key, then ticks.
+    void activeSeconds(int count);
+    void idleSeconds(int count);
+    // Starts tracking on `activity` with input now, and runs the first tick.
+    void startOn(const TRActivity& activity);
+
+    static TRActivity appA() {
+        return FakeActivitySource::activityFor(101, QStringLiteral("xterm"));
+    }
+    static TRActivity appB() {
+        return FakeActivitySource::activityFor(202, QStringLiteral("chromium"));
+    }
+    static TRActivity appC() {
+        return FakeActivitySource::activityFor(303, QStringLiteral("mousepad"));
+    }
+
+    QTemporaryDir settingsDir;
+    SimulatedClock clock;
+    FakeIdleTimeSource idle{clock};
+    FakeActivitySource source;
+    FakeActivityRecorder recorder;
+    FakeStatusMenu menu;
+    FakePowerAndSessionEvents events;
+    std::unique_ptr<TRInfoLogger> logger;
+};
+
+// Checks one stored interval by process, start and stop.
+void expectInterval(const StoredInterval& interval, qint32 pid, const QDateTime& start,
+                    const QDateTime& stop);
