@@ -42,12 +42,12 @@ bool AtspiAccessibilityProvider::Session::ensureStarted() {
     }
     // Own the bus traffic on this thread's context, away from the Qt main loop.
     atspi_set_main_context(context);
-    // Roles and interfaces never change; states, names and children do, and
-    // applications do not report changes unless someone listens: ask afresh.
+    // The list of applications is asked for afresh each time: libatspi's
+    // copy misses applications that registered after it was first read.
     AccessiblePtr desktop(atspi_get_desktop(0));
     if (desktop) {
-        atspi_accessible_set_cache_mask(
-            desktop.get(), AtspiCache(ATSPI_CACHE_ROLE | ATSPI_CACHE_INTERFACES));
+        atspi_accessible_set_cache_mask(desktop.get(),
+                                        AtspiCache(ATSPI_CACHE_DEFAULT & ~ATSPI_CACHE_CHILDREN));
     }
     return true;
 }
@@ -92,9 +92,13 @@ AtspiAccessible* AtspiAccessibilityProvider::Session::application(qint32 process
         if (!app) continue;
         const auto pid = qint32(atspi_accessible_get_process_id(app.get(), nullptr));
         if (pid > 0 && applications.find(pid) == applications.end()) {
+            // Applications keep the full cache; their questions clear it.
+            atspi_accessible_set_cache_mask(app.get(), ATSPI_CACHE_DEFAULT);
             applications.emplace(pid, std::move(app));
         }
     }
+    qCDebug(lcAtspi) << "looked for process" << processIdentifier << "among" << count
+                     << "applications";
     if (const auto found = applications.find(processIdentifier); found != applications.end()) {
         misses.erase(processIdentifier);
         return found->second.get();
@@ -108,10 +112,8 @@ AtspiAccessibilityProvider::AtspiAccessibilityProvider() : d(std::make_unique<Se
 AtspiAccessibilityProvider::~AtspiAccessibilityProvider() {
     d->assertThread();
     d->applications.clear();
-    if (d->context != nullptr && d->thread == std::this_thread::get_id()) {
-        g_main_context_pop_thread_default(d->context);
-    }
-    // The context stays alive: libatspi keeps using it until the process ends.
+    // The context stays the thread's default: libatspi keeps using it until
+    // the process ends, and it may have pushed contexts of its own above it.
 }
 
 bool AtspiAccessibilityProvider::isEnabled() {
@@ -152,7 +154,10 @@ std::optional<WindowDocumentSource::DocumentInfo> AtspiAccessibilityProvider::do
     d->drain();
     AtspiAccessible* app = d->application(processIdentifier);
     if (app == nullptr) return std::nullopt;
-    AtspiQuery query(*d->state(processIdentifier));
+    const std::shared_ptr<AtspiApplicationState> state = d->state(processIdentifier);
+    if (!state->checkNotStopped()) return std::nullopt;
+    atspi_accessible_clear_cache(app);
+    AtspiQuery query(*state);
     AccessiblePtr window = query.windowAt(app, windowIndex);
     AccessiblePtr document = window ? query.findDocument(window.get()) : nullptr;
     if (!document) return std::nullopt;
@@ -169,7 +174,10 @@ std::optional<QString> AtspiAccessibilityProvider::windowName(qint32 processIden
     d->drain();
     AtspiAccessible* app = d->application(processIdentifier);
     if (app == nullptr) return std::nullopt;
-    AtspiQuery query(*d->state(processIdentifier));
+    const std::shared_ptr<AtspiApplicationState> state = d->state(processIdentifier);
+    if (!state->checkNotStopped()) return std::nullopt;
+    atspi_accessible_clear_cache(app);
+    AtspiQuery query(*state);
     AccessiblePtr window = query.windowAt(app, windowIndex);
     return window ? query.name(window.get()) : std::nullopt;
 }

@@ -1,6 +1,9 @@
+#include <QLoggingCategory>
 #include <QStringList>
 
 #include "AtspiSession.h"
+
+Q_DECLARE_LOGGING_CATEGORY(lcAtspi)
 
 namespace {
 
@@ -33,9 +36,12 @@ public:
 
     std::optional<AccessibilityValue> copyAttributeValue(const QString& attribute) override {
         m_session.assertThread();
+        if (!m_state->checkNotStopped()) return std::nullopt;
         m_session.drain();
         AtspiQuery query(*m_state);
-        if (!query.responsive()) return std::nullopt;
+        // Applications report changes only to registered listeners, so what
+        // libatspi cached may be stale: every question is asked afresh.
+        atspi_accessible_clear_cache(m_application.get());
         return m_kind == Kind::Application ? applicationAttribute(query, attribute)
                                            : windowAttribute(query, attribute);
     }
@@ -63,6 +69,8 @@ private:
         if (attribute == kMainWindow) window = query.mainWindow(app);
         else if (attribute == kFocusedWindow) window = query.activeTopLevel(app);
         else return std::nullopt;
+        qCDebug(lcAtspi) << "process" << m_state->processIdentifier << attribute
+                         << (window ? "found" : "not found");
         AccessibilityElementRef element = windowElement(std::move(window));
         if (!element) return std::nullopt;
         return element;
@@ -79,6 +87,8 @@ private:
         if (attribute == kDescription) return toValue(query.description(window));
         if (attribute == kDocument) {
             AccessiblePtr document = query.findDocument(window);
+            qCDebug(lcAtspi) << "process" << m_state->processIdentifier
+                             << (document ? "shows a document" : "shows no document");
             if (!document) return std::nullopt;
             return toValue(query.documentAddress(document.get()));
         }

@@ -1,6 +1,10 @@
+#include <QFile>
+#include <QLoggingCategory>
 #include <deque>
 
 #include "AtspiSession.h"
+
+Q_DECLARE_LOGGING_CATEGORY(lcAtspi)
 
 namespace {
 
@@ -25,13 +29,26 @@ bool isTopLevelRole(AtspiRole role) {
 
 }  // namespace
 
-void AtspiQuery::noteCall(const QElapsedTimer& timer, GError* error) {
-    if (error != nullptr) {
-        if (timer.elapsed() >= kSilentAfterMs) m_state.markSilent();
-        g_error_free(error);
-    } else {
-        m_state.markAnswering();
+bool AtspiApplicationState::checkNotStopped() {
+    QFile stat(QStringLiteral("/proc/%1/stat").arg(processIdentifier));
+    if (stat.open(QIODevice::ReadOnly)) {
+        const QByteArray text = stat.read(512);
+        const qsizetype close = text.lastIndexOf(')');
+        const char state = close >= 0 && close + 2 < text.size() ? text.at(close + 2) : '?';
+        if (state == 'T' || state == 't') markSilent();
     }
+    return responsive();
+}
+
+// Only time ends a silence: answers from libatspi's cache say nothing about
+// whether the application itself is listening.
+void AtspiQuery::noteCall(const QElapsedTimer& timer, GError* error) {
+    if (timer.elapsed() >= kSilentAfterMs) {
+        qCDebug(lcAtspi) << "process" << m_state.processIdentifier << "took" << timer.elapsed()
+                         << "ms to answer; leaving it alone for a while";
+        m_state.markSilent();
+    }
+    if (error != nullptr) g_error_free(error);
 }
 
 int AtspiQuery::childCount(AtspiAccessible* object) {
@@ -72,7 +89,7 @@ bool AtspiQuery::hasState(AtspiAccessible* object, AtspiStateType state) {
     timer.start();
     GRef<AtspiStateSet> states(atspi_accessible_get_state_set(object));
     // This call reports no error: a slow empty answer is the timeout.
-    if (timer.elapsed() >= kSilentAfterMs) m_state.markSilent();
+    noteCall(timer, nullptr);
     return states != nullptr && atspi_state_set_contains(states.get(), state);
 }
 
@@ -170,12 +187,15 @@ bool AtspiQuery::isSheet(AtspiAccessible* window) {
 
 bool AtspiQuery::isDocument(AtspiAccessible* object) {
     if (!responsive()) return false;
+    QElapsedTimer timer;
+    timer.start();
     GRef<AtspiDocument> document(atspi_accessible_get_document_iface(object));
+    noteCall(timer, nullptr);
     return document != nullptr;
 }
 
 std::optional<QString> AtspiQuery::documentAddress(AtspiAccessible* object) {
-    if (!responsive()) return std::nullopt;
+    if (!isDocument(object)) return std::nullopt;
     GRef<AtspiDocument> document(atspi_accessible_get_document_iface(object));
     if (!document) return std::nullopt;
     for (const char* attribute : {"DocURL", "URI"}) {

@@ -1,6 +1,6 @@
 #include "AtspiScriptingTargets.h"
 
-#include <QFile>
+#include "ProcessFacts.h"
 
 namespace {
 
@@ -91,14 +91,5 @@ std::unique_ptr<ScriptingTarget> AtspiScriptingTargets::targetForProcess(qint32 
 }
 
 bool AtspiScriptingTargets::isProcessRunning(qint32 processIdentifier, const QString& procRoot) {
-    if (processIdentifier <= 0) return false;
-    QFile stat(procRoot + QLatin1Char('/') + QString::number(processIdentifier) +
-               QStringLiteral("/stat"));
-    if (!stat.open(QIODevice::ReadOnly)) return false;
-    const QByteArray text = stat.read(512);
-    const qsizetype close = text.lastIndexOf(')');
-    // Field 3, right after the command name, is the state; 'Z' and 'X' are dead.
-    if (close < 0 || close + 2 >= text.size()) return false;
-    const char state = text.at(close + 2);
-    return state != 'Z' && state != 'X';
+    return processIdentifier > 0 && ProcessFacts::read(processIdentifier, procRoot).exists;
 }

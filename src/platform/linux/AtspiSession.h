@@ -41,8 +41,10 @@ struct AtspiApplicationState final {
     QElapsedTimer silentSince;  // invalid while the application answers
 
     bool responsive() const { return !silentSince.isValid() || silentSince.elapsed() > kPauseMs; }
+    // A stopped process (SIGSTOP, a debugger) cannot answer: it is marked
+    // silent without waiting for a timeout. Reads /proc/PID/stat.
+    bool checkNotStopped();
     void markSilent() { silentSince.start(); }
-    void markAnswering() { silentSince.invalidate(); }
 };
 
 class AtspiQuery final {

@@ -57,7 +57,7 @@ ProcessFacts ProcessFacts::read(qint32 processIdentifier, const QString& procRoo
     facts.processIdentifier = processIdentifier;
     const QString dir = procRoot + QLatin1Char('/') + QString::number(processIdentifier);
     const QByteArray stat = readSmallFile(dir + QStringLiteral("/stat"));
-    facts.exists = !stat.isEmpty();
+    facts.exists = !stat.isEmpty() && !ProcessIdentity::isZombieStat(stat);
     if (!facts.exists) return facts;
     facts.startTime = ProcessIdentity::startTimeFromStat(stat);
     const QString exe = QFileInfo(dir + QStringLiteral("/exe")).symLinkTarget();
@@ -108,6 +108,13 @@ QString scopeIdFromCgroup(const QByteArray& cgroup) {
         if (!id.isEmpty()) return unescapeUnitName(id);
     }
     return {};
+}
+
+bool isZombieStat(const QByteArray& stat) {
+    const qsizetype close = stat.lastIndexOf(')');
+    if (close < 0 || close + 2 >= stat.size()) return false;
+    const char state = stat.at(close + 2);
+    return state == 'Z' || state == 'X';
 }
 
 quint64 startTimeFromStat(const QByteArray& stat) {

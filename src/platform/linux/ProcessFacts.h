@@ -13,7 +13,7 @@
 
 struct ProcessFacts final {
     qint32 processIdentifier = 0;
-    bool exists = false;
+    bool exists = false;         // false also for a zombie
     quint64 startTime = 0;       // clock ticks after boot; tells a reused pid apart
     QString executablePath;      // target of /proc/PID/exe; null when unreadable
     QByteArray cgroup;           // /proc/PID/cgroup
@@ -34,6 +34,8 @@ QString snapNameFromCgroup(const QByteArray& cgroup);
 // "…/app-[LAUNCHER-]ID-RANDOM.scope" or "…/app-[LAUNCHER-]ID[@RANDOM].service"
 // -> ID, with systemd's "\x2d" escapes undone. Flatpak scopes give their id.
 QString scopeIdFromCgroup(const QByteArray& cgroup);
+// Whether /proc/PID/stat describes a process that has ended (a zombie).
+bool isZombieStat(const QByteArray& stat);
 // Field 22 of /proc/PID/stat; 0 when malformed.
 quint64 startTimeFromStat(const QByteArray& stat);
 
