@@ -8,7 +8,7 @@
 
 #include "AtspiSession.h"
 
-Q_LOGGING_CATEGORY(lcAtspi, "vorlix.platform.linux.atspi")
+Q_LOGGING_CATEGORY(lcAtspi, "vorlix.platform.linux.atspi", QtInfoMsg)
 
 namespace {
 

@@ -11,8 +11,8 @@ LinuxRunningApplications::LinuxRunningApplications(WindowHintSource& windows,
 std::optional<RunningApplication> LinuxRunningApplications::runningApplication(
     qint32 processIdentifier) {
     if (processIdentifier <= 0) return std::nullopt;
-    const ProcessFacts process = ProcessFacts::read(processIdentifier, m_procRoot);
-    if (!process.exists) {
+    const ProcessFacts alive = ProcessFacts::readLiveness(processIdentifier, m_procRoot);
+    if (!alive.exists) {
         m_cache.remove(processIdentifier);
         return std::nullopt;
     }
@@ -22,9 +22,11 @@ std::optional<RunningApplication> LinuxRunningApplications::runningApplication(
         m_generation = generation;
     }
     const auto cached = m_cache.constFind(processIdentifier);
-    if (cached != m_cache.constEnd() && cached->startTime == process.startTime) {
+    if (cached != m_cache.constEnd() && cached->startTime == alive.startTime) {
         return cached->application;
     }
+    const ProcessFacts process = ProcessFacts::read(processIdentifier, m_procRoot);
+    if (!process.exists) return std::nullopt;  // ended just now
 
     const std::optional<WindowHints> hints = m_windows.windowHintsForProcess(processIdentifier);
     const ApplicationIdentity identity =

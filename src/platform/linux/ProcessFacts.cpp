@@ -52,14 +52,20 @@ QByteArray applicationUnitBody(const QByteArray& unit) {
 
 }  // namespace
 
-ProcessFacts ProcessFacts::read(qint32 processIdentifier, const QString& procRoot) {
+ProcessFacts ProcessFacts::readLiveness(qint32 processIdentifier, const QString& procRoot) {
     ProcessFacts facts;
     facts.processIdentifier = processIdentifier;
-    const QString dir = procRoot + QLatin1Char('/') + QString::number(processIdentifier);
-    const QByteArray stat = readSmallFile(dir + QStringLiteral("/stat"));
+    const QByteArray stat = readSmallFile(procRoot + QLatin1Char('/') +
+                                          QString::number(processIdentifier) + QStringLiteral("/stat"));
     facts.exists = !stat.isEmpty() && !ProcessIdentity::isZombieStat(stat);
+    if (facts.exists) facts.startTime = ProcessIdentity::startTimeFromStat(stat);
+    return facts;
+}
+
+ProcessFacts ProcessFacts::read(qint32 processIdentifier, const QString& procRoot) {
+    ProcessFacts facts = readLiveness(processIdentifier, procRoot);
     if (!facts.exists) return facts;
-    facts.startTime = ProcessIdentity::startTimeFromStat(stat);
+    const QString dir = procRoot + QLatin1Char('/') + QString::number(processIdentifier);
     const QString exe = QFileInfo(dir + QStringLiteral("/exe")).symLinkTarget();
     if (!exe.isEmpty()) facts.executablePath = exe;
     facts.cgroup = readSmallFile(dir + QStringLiteral("/cgroup"));

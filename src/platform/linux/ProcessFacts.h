@@ -21,6 +21,10 @@ struct ProcessFacts final {
 
     // `procRoot` is "/proc" except in tests.
     static ProcessFacts read(qint32 processIdentifier, const QString& procRoot = QStringLiteral("/proc"));
+    // Only `exists` and `startTime`: enough to tell whether a cached answer
+    // still belongs to the same process.
+    static ProcessFacts readLiveness(qint32 processIdentifier,
+                                     const QString& procRoot = QStringLiteral("/proc"));
 };
 
 namespace ProcessIdentity {

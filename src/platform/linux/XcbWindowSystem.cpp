@@ -10,7 +10,7 @@
 #include <xcb/res.h>
 #include <xcb/xcb.h>
 
-Q_LOGGING_CATEGORY(lcXcb, "vorlix.platform.linux.xcb")
+Q_LOGGING_CATEGORY(lcXcb, "vorlix.platform.linux.xcb", QtInfoMsg)
 
 namespace {
 
