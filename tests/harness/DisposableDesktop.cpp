@@ -59,6 +59,7 @@ std::optional<std::pair<qint64, bool>> sessionOf(const QString& pid) {
 }
 
 const QString kMarkerVariable = QStringLiteral("VORLIX_DISPOSABLE_DESKTOP");
+const QString kOwnerVariable = QStringLiteral("VORLIX_DISPOSABLE_DESKTOP_OWNER");
 
 bool carriesMarker(const QString& pid, const QByteArray& marker) {
     if (marker.isEmpty()) return false;
@@ -84,6 +85,44 @@ std::vector<qint64> livingProcessesOf(const std::set<qint64>& sessions, const QB
     return pids;
 }
 
+QByteArray environmentValue(const QList<QByteArray>& environment, const QString& name) {
+    const QByteArray prefix = name.toLatin1() + '=';
+    for (const QByteArray& entry : environment) {
+        if (entry.startsWith(prefix)) return entry.mid(prefix.size());
+    }
+    return {};
+}
+
+// A test process that was killed (a CTest timeout) cannot stop its desktop.
+// Its processes carry the owner's pid; when that owner is gone, the next
+// desktop stops them and removes their state folder.
+void stopOrphansOfEndedRuns() {
+    std::vector<qint64> orphans;
+    std::set<QString> folders;
+    for (const QString& entry : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs)) {
+        bool isPid = false;
+        const qint64 pid = entry.toLongLong(&isPid);
+        if (!isPid || pid == getpid()) continue;
+        QFile environ(QStringLiteral("/proc/") + entry + QStringLiteral("/environ"));
+        if (!environ.open(QIODevice::ReadOnly)) continue;
+        const QList<QByteArray> environment = environ.readAll().split('\0');
+        const qint64 owner = environmentValue(environment, kOwnerVariable).toLongLong();
+        if (owner <= 0) continue;
+        const auto ownerSession = sessionOf(QString::number(owner));
+        if (ownerSession && !ownerSession->second) continue;  // the owner still runs
+        orphans.push_back(pid);
+        folders.insert(QString::fromLocal8Bit(environmentValue(environment, kMarkerVariable)));
+    }
+    for (qint64 pid : orphans) kill(pid_t(pid), SIGTERM);
+    if (!orphans.empty()) QThread::msleep(kStopGraceMs);
+    for (qint64 pid : orphans) kill(pid_t(pid), SIGKILL);
+    for (const QString& folder : folders) {
+        if (QFileInfo(folder).fileName().startsWith(QLatin1String("vorlix-desktop-"))) {
+            QDir(folder).removeRecursively();
+        }
+    }
+}
+
 }  // namespace
 
 DisposableDesktop::DisposableDesktop()
@@ -101,6 +140,7 @@ std::unique_ptr<DisposableDesktop> DisposableDesktop::start(QString* whyNot) {
         *whyNot = QStringLiteral("at-spi-bus-launcher is not installed");
         return nullptr;
     }
+    stopOrphansOfEndedRuns();
     std::unique_ptr<DisposableDesktop> desktop(new DisposableDesktop);
     if (!desktop->prepareFolders(whyNot) || !desktop->startXvfb(whyNot) ||
         !desktop->startSessionBus(whyNot) || !desktop->startAccessibilityBus(whyNot) ||
@@ -136,6 +176,7 @@ bool DisposableDesktop::prepareFolders(QString* whyNot) {
     QDir().mkpath(root + QStringLiteral("/logs"));
     m_environment.insert(QStringLiteral("LANG"), QStringLiteral("C.UTF-8"));
     m_environment.insert(kMarkerVariable, root);
+    m_environment.insert(kOwnerVariable, QString::number(getpid()));
     m_marker = (kMarkerVariable + QLatin1Char('=') + root).toLocal8Bit();
     return true;
 }
@@ -218,7 +259,7 @@ bool DisposableDesktop::startWindowManager(QString* whyNot) {
 void DisposableDesktop::applyToThisProcess() const {
     for (const QString& name : kUnsetVariables) qunsetenv(name.toLocal8Bit().constData());
     for (const QString& name : m_environment.keys()) {
-        if (name == kMarkerVariable) continue;
+        if (name == kMarkerVariable || name == kOwnerVariable) continue;
         qputenv(name.toLocal8Bit().constData(), m_environment.value(name).toLocal8Bit());
     }
 }
@@ -294,80 +335,6 @@ void DisposableDesktop::stopSessions(const std::set<qint64>& sessions, const QBy
         for (qint64 pid : livingProcessesOf(sessions, marker)) kill(pid_t(pid), SIGKILL);
         waitUntil(reap, kStopGraceMs);
     }
-}
-
-qint64 DisposableDesktop::startXterm(const QStringList& arguments) {
-    return startProgram(QStringLiteral("xterm"), arguments);
-}
-
-// Flags that keep Chromium quiet and on this machine: a fresh profile, no
-// background traffic, and a dead proxy for everything but loopback (which
-// Chromium never sends through a proxy unless told "<-loopback>").
-qint64 DisposableDesktop::startChromium(const QString& url) {
-    m_chromiumProfile = m_state.path() + QStringLiteral("/chromium-%1").arg(++m_chromiumProfiles);
-    QDir().mkpath(m_chromiumProfile);
-    return startProgram(
-        QStringLiteral("chromium"),
-        {QStringLiteral("--no-sandbox"), QStringLiteral("--disable-gpu"), QStringLiteral("--no-first-run"),
-         QStringLiteral("--disable-background-networking"), QStringLiteral("--disable-component-update"),
-         QStringLiteral("--disable-sync"), QStringLiteral("--user-data-dir=") + m_chromiumProfile,
-         QStringLiteral("--proxy-server=127.0.0.1:9"), url});
-}
-
-bool DisposableDesktop::openChromiumTab(const QString& url) {
-    if (m_chromiumProfile.isEmpty()) return false;
-    return run(QStringLiteral("chromium"),
-               {QStringLiteral("--no-sandbox"), QStringLiteral("--user-data-dir=") + m_chromiumProfile,
-                url},
-               nullptr, 15000);
-}
-
-qint64 DisposableDesktop::startFirefox(const QStringList& urls) {
-    const QString profile = m_state.path() + QStringLiteral("/firefox-profile");
-    QDir().mkpath(profile);
-    QFile prefs(profile + QStringLiteral("/user.js"));
-    if (!prefs.open(QIODevice::WriteOnly)) return -1;
-    prefs.write(
-        "user_pref(\"network.proxy.type\", 1);\n"
-        "user_pref(\"network.proxy.http\", \"127.0.0.1\");\n"
-        "user_pref(\"network.proxy.http_port\", 9);\n"
-        "user_pref(\"network.proxy.ssl\", \"127.0.0.1\");\n"
-        "user_pref(\"network.proxy.ssl_port\", 9);\n"
-        "user_pref(\"network.proxy.socks\", \"127.0.0.1\");\n"
-        "user_pref(\"network.proxy.socks_port\", 9);\n"
-        "user_pref(\"network.proxy.no_proxies_on\", \"127.0.0.1\");\n"
-        "user_pref(\"network.proxy.allow_hijacking_localhost\", false);\n"
-        "user_pref(\"browser.shell.checkDefaultBrowser\", false);\n"
-        "user_pref(\"browser.startup.homepage_override.mstone\", \"ignore\");\n"
-        "user_pref(\"datareporting.policy.dataSubmissionEnabled\", false);\n"
-        "user_pref(\"toolkit.telemetry.reportingpolicy.firstRun\", false);\n"
-        "user_pref(\"app.update.enabled\", false);\n"
-        "user_pref(\"browser.aboutwelcome.enabled\", false);\n");
-    prefs.close();
-    return startProgram(QStringLiteral("firefox-esr"),
-                        QStringList{QStringLiteral("--no-remote"), QStringLiteral("--profile"), profile} + urls);
-}
-
-qint64 DisposableDesktop::startMousepad(const QString& file) {
-    return startProgram(QStringLiteral("mousepad"), {file});
-}
-
-qint64 DisposableDesktop::startGedit(const QString& file) {
-    return startProgram(QStringLiteral("gedit"), {QStringLiteral("--standalone"), file});
-}
-
-QUrl DisposableDesktop::startHttpServer(const QString& folder) {
-    QByteArray line;
-    const qint64 pid = spawn(QStringLiteral("python3"),
-                             {QStringLiteral("-u"), QStringLiteral("-m"), QStringLiteral("http.server"),
-                              QStringLiteral("--bind"), QStringLiteral("127.0.0.1"),
-                              QStringLiteral("--directory"), folder, QStringLiteral("0")},
-                             1, &line, kStartTimeoutMs);
-    // "Serving HTTP on 127.0.0.1 port 41234 (http://127.0.0.1:41234/) ..."
-    const qsizetype at = line.indexOf(" port ");
-    if (pid < 0 || at < 0) return {};
-    const int port = line.mid(at + 6).split(' ').value(0).toInt();
-    return QUrl(QStringLiteral("http://127.0.0.1:%1/").arg(port));
 }
 
 bool DisposableDesktop::run(const QString& program, const QStringList& arguments, QByteArray* output,

@@ -9,7 +9,9 @@
 // session; the destructor signals exactly the processes of those sessions,
 // and any that left them but carry the desktop's marker variable (TERM,
 // then KILL after 2 s), and removes the state folder. Nothing is left
-// behind, and nothing outside the state folder is written.
+// behind, and nothing outside the state folder is written. If a test
+// process is killed before it can clean up, the next desktop started on the
+// machine stops what that process left (its children carry the owner's pid).
 //
 // Usage (one desktop per test binary; applications started once):
 //
