@@ -22,12 +22,17 @@ qint64 DisposableDesktop::startXterm(const QStringList& arguments) {
 qint64 DisposableDesktop::startChromium(const QString& url) {
     m_chromiumProfile = m_state.path() + QStringLiteral("/chromium-%1").arg(++m_chromiumProfiles);
     QDir().mkpath(m_chromiumProfile);
-    return startProgram(
+    // As with Firefox: do not depend on the desktop answering Chromium's
+    // accessibility question in time on a loaded machine.
+    m_environment.insert(QStringLiteral("ACCESSIBILITY_ENABLED"), QStringLiteral("1"));
+    const qint64 pid = startProgram(
         QStringLiteral("chromium"),
         {QStringLiteral("--no-sandbox"), QStringLiteral("--disable-gpu"), QStringLiteral("--no-first-run"),
          QStringLiteral("--disable-background-networking"), QStringLiteral("--disable-component-update"),
          QStringLiteral("--disable-sync"), QStringLiteral("--user-data-dir=") + m_chromiumProfile,
-         QStringLiteral("--proxy-server=127.0.0.1:9"), url});
+         QStringLiteral("--proxy-server=127.0.0.1:9"), QStringLiteral("--force-renderer-accessibility"), url});
+    m_environment.remove(QStringLiteral("ACCESSIBILITY_ENABLED"));
+    return pid;
 }
 
 bool DisposableDesktop::openChromiumTab(const QString& url) {
@@ -60,8 +65,15 @@ qint64 DisposableDesktop::startFirefox(const QStringList& urls) {
         "user_pref(\"app.update.enabled\", false);\n"
         "user_pref(\"browser.aboutwelcome.enabled\", false);\n");
     prefs.close();
-    return startProgram(QStringLiteral("firefox-esr"),
-                        QStringList{QStringLiteral("--no-remote"), QStringLiteral("--profile"), profile} + urls);
+    // Firefox asks the desktop whether accessibility is on with a short
+    // time-out of its own and stays off when a loaded machine answers late:
+    // tell it directly.
+    m_environment.insert(QStringLiteral("GNOME_ACCESSIBILITY"), QStringLiteral("1"));
+    const qint64 pid = startProgram(
+        QStringLiteral("firefox-esr"),
+        QStringList{QStringLiteral("--no-remote"), QStringLiteral("--profile"), profile} + urls);
+    m_environment.remove(QStringLiteral("GNOME_ACCESSIBILITY"));
+    return pid;
 }
 
 qint64 DisposableDesktop::startMousepad(const QString& file) {

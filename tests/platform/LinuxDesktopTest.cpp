@@ -276,6 +276,25 @@ void expectIdentity(qint64 pid, const QString& id, const QString& name) {
     EXPECT_EQ(application->localizedName, name);
 }
 
+// What the accessibility registry lists, for failure messages.
+QString registeredApplications() {
+    QByteArray address;
+    g_desktop->run(QStringLiteral("gdbus"),
+                   {QStringLiteral("call"), QStringLiteral("--session"), QStringLiteral("--dest"),
+                    QStringLiteral("org.a11y.Bus"), QStringLiteral("--object-path"), QStringLiteral("/org/a11y/bus"),
+                    QStringLiteral("--method"), QStringLiteral("org.a11y.Bus.GetAddress")},
+                   &address);
+    const QByteArray bus = address.mid(address.indexOf('\'') + 1).split('\'').value(0);
+    QByteArray children;
+    g_desktop->run(QStringLiteral("gdbus"),
+                   {QStringLiteral("call"), QStringLiteral("--address"), QString::fromLatin1(bus),
+                    QStringLiteral("--dest"), QStringLiteral("org.a11y.atspi.Registry"), QStringLiteral("--object-path"),
+                    QStringLiteral("/org/a11y/atspi/accessible/root"), QStringLiteral("--method"),
+                    QStringLiteral("org.a11y.atspi.Accessible.GetChildren")},
+                   &children);
+    return QStringLiteral(" registry: ") + QString::fromLatin1(children);
+}
+
 char processState(qint64 pid) {
     QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
     if (!stat.open(QIODevice::ReadOnly)) return '?';
@@ -334,7 +353,7 @@ TEST(AtspiAccessibilityTest, FirefoxPageAddressFollowsTabsAndAStoppedFirefoxCost
             return seen.startsWith(site().toString());
         },
         kPageTimeoutMs, 200))
-        << qPrintable(seen);
+        << qPrintable(seen) << qPrintable(registeredApplications());
     ASSERT_TRUE(pressKeys("alt+1"));
     EXPECT_TRUE(waitForPageAddress(pid, page("three"))) << qPrintable(pageAddress(pid));
     ASSERT_TRUE(pressKeys("alt+2"));

@@ -40,10 +40,13 @@ bool AtspiApplicationState::checkNotStopped() {
     return responsive();
 }
 
-// Only time ends a silence: answers from libatspi's cache say nothing about
-// whether the application itself is listening.
-void AtspiQuery::noteCall(const QElapsedTimer& timer, GError* error) {
-    if (timer.elapsed() >= kSilentAfterMs) {
+// A call that failed after most of the timeout was a timeout; a slow
+// answer from a busy application is still an answer. Only time ends a
+// silence: answers from libatspi's cache say nothing about whether the
+// application itself is listening.
+void AtspiQuery::noteCall(const QElapsedTimer& timer, GError* error, bool failedWithoutError) {
+    const bool failed = error != nullptr || failedWithoutError;
+    if (failed && timer.elapsed() >= kSilentAfterMs) {
         qCDebug(lcAtspi) << "process" << m_state.processIdentifier << "took" << timer.elapsed()
                          << "ms to answer; leaving it alone for a while";
         m_state.markSilent();
@@ -88,8 +91,8 @@ bool AtspiQuery::hasState(AtspiAccessible* object, AtspiStateType state) {
     QElapsedTimer timer;
     timer.start();
     GRef<AtspiStateSet> states(atspi_accessible_get_state_set(object));
-    // This call reports no error: a slow empty answer is the timeout.
-    noteCall(timer, nullptr);
+    // This call reports no error: an empty set is its failure.
+    noteCall(timer, nullptr, states == nullptr || atspi_state_set_is_empty(states.get()));
     return states != nullptr && atspi_state_set_contains(states.get(), state);
 }
 
@@ -190,7 +193,7 @@ bool AtspiQuery::isDocument(AtspiAccessible* object) {
     QElapsedTimer timer;
     timer.start();
     GRef<AtspiDocument> document(atspi_accessible_get_document_iface(object));
-    noteCall(timer, nullptr);
+    noteCall(timer, nullptr, document == nullptr);
     return document != nullptr;
 }
 

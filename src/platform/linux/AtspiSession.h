@@ -73,9 +73,9 @@ public:
     std::optional<QString> documentAddress(AtspiAccessible* document);
 
 private:
-    // Runs one libatspi call; a failure that took most of the timeout marks
-    // the application silent.
-    void noteCall(const QElapsedTimer& timer, GError* error);
+    // Takes the outcome of one libatspi call; a failure that took most of
+    // the timeout marks the application silent. Frees `error`.
+    void noteCall(const QElapsedTimer& timer, GError* error, bool failedWithoutError = false);
     bool isDocument(AtspiAccessible* object);
 
     AtspiApplicationState& m_state;
