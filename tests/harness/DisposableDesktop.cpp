@@ -193,6 +193,7 @@ bool DisposableDesktop::startXvfb(QString* whyNot) {
         *whyNot = QStringLiteral("Xvfb did not start");
         return false;
     }
+    m_xServer = pid;
     m_display = QStringLiteral(":") + QString::fromLatin1(number);
     m_environment.insert(QStringLiteral("DISPLAY"), m_display);
     return true;

@@ -61,6 +61,7 @@ public:
     QString display() const { return m_display; }
     QString sessionBusAddress() const { return m_busAddress; }
     QProcessEnvironment environment() const { return m_environment; }
+    qint64 xServerProcessIdentifier() const { return m_xServer; }
 
     // Gives this process the desktop's environment (DISPLAY, session bus,
     // HOME, XDG folders, TMPDIR, LANG), so in-process X, D-Bus and AT-SPI
@@ -112,6 +113,7 @@ private:
     QTemporaryDir m_state;
     QProcessEnvironment m_environment;
     QString m_display;
+    qint64 m_xServer = -1;
     QString m_busAddress;
     std::set<qint64> m_sessions;      // = the pids we spawned, each a session leader
     QByteArray m_marker;              // "VORLIX_DISPOSABLE_DESKTOP=<state folder>"

@@ -139,6 +139,10 @@ AccessibilityElementRef AtspiAccessibilityProvider::applicationElement(qint32 pr
     d->drain();
     AtspiAccessible* app = d->application(processIdentifier);
     if (app == nullptr) return nullptr;
+    // Applications report changes only to registered listeners, so what
+    // libatspi cached may be stale: each new application element (one a
+    // tick) starts from an empty cache.
+    atspi_accessible_clear_cache(app);
     return makeAtspiApplicationElement(*d, d->state(processIdentifier), app);
 }
 

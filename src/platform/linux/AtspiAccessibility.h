@@ -25,7 +25,8 @@
 // release of elements, happens on the one thread that made the first call
 // (the tracking worker); debug builds assert it. That thread owns a private
 // GLib main context which `processPendingEvents` drains without blocking,
-// so the Qt main loop never dispatches AT-SPI traffic. Every call is bounded
+// so the Qt main loop never dispatches AT-SPI traffic. libatspi is one per
+// process: so is this provider. Every call is bounded
 // by a 250 ms timeout; an application that times out is left alone for a
 // few seconds, so a stopped program delays one query by about a quarter of
 // a second, not every call in it. `isEnabled` and `enable` use the session

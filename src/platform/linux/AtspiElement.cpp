@@ -39,9 +39,6 @@ public:
         if (!m_state->checkNotStopped()) return std::nullopt;
         m_session.drain();
         AtspiQuery query(*m_state);
-        // Applications report changes only to registered listeners, so what
-        // libatspi cached may be stale: every question is asked afresh.
-        atspi_accessible_clear_cache(m_application.get());
         return m_kind == Kind::Application ? applicationAttribute(query, attribute)
                                            : windowAttribute(query, attribute);
     }

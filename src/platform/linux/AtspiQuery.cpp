@@ -162,16 +162,30 @@ std::vector<AccessiblePtr> AtspiQuery::topLevels(AtspiAccessible* application) {
     return active;
 }
 
+// Stops at the first active top-level: the usual answer costs a few calls
+// whatever the number of windows.
+AccessiblePtr AtspiQuery::firstTopLevel(AtspiAccessible* application, bool activeOnly) {
+    AccessiblePtr firstShowing;
+    const int count = childCount(application);
+    for (int i = 0; i < count && responsive(); ++i) {
+        AccessiblePtr window = child(application, i);
+        if (!window) continue;
+        const std::optional<AtspiRole> windowRole = role(window.get());
+        if (!windowRole || !isTopLevelRole(*windowRole)) continue;
+        if (hasState(window.get(), ATSPI_STATE_ACTIVE)) return window;
+        if (!activeOnly && !firstShowing && hasState(window.get(), ATSPI_STATE_SHOWING)) {
+            firstShowing = std::move(window);
+        }
+    }
+    return firstShowing;
+}
+
 AccessiblePtr AtspiQuery::activeTopLevel(AtspiAccessible* application) {
-    std::vector<AccessiblePtr> windows = topLevels(application);
-    if (windows.empty() || !hasState(windows.front().get(), ATSPI_STATE_ACTIVE)) return nullptr;
-    return std::move(windows.front());
+    return firstTopLevel(application, true);
 }
 
 AccessiblePtr AtspiQuery::mainWindow(AtspiAccessible* application) {
-    std::vector<AccessiblePtr> windows = topLevels(application);
-    if (windows.empty()) return nullptr;
-    return std::move(windows.front());
+    return firstTopLevel(application, false);
 }
 
 AccessiblePtr AtspiQuery::windowAt(AtspiAccessible* application, int index) {

@@ -77,6 +77,7 @@ private:
     // the timeout marks the application silent. Frees `error`.
     void noteCall(const QElapsedTimer& timer, GError* error, bool failedWithoutError = false);
     bool isDocument(AtspiAccessible* object);
+    AccessiblePtr firstTopLevel(AtspiAccessible* application, bool activeOnly);
 
     AtspiApplicationState& m_state;
 };
