@@ -13,23 +13,34 @@
 // process is killed before it can clean up, the next desktop started on the
 // machine stops what that process left (its children carry the owner's pid).
 //
-// Usage (one desktop per test binary; applications started once):
+// Usage (CTest runs each test in its own process, so one desktop per
+// process; see tests/platform/DesktopTestSupport.cpp for a complete one):
 //
-//   static std::unique_ptr<DisposableDesktop> desktop;
-//   class MyEnvironment : public ::testing::Environment {
-//       void SetUp() override {
-//           QString whyNot;
-//           desktop = DisposableDesktop::start(&whyNot);
-//           if (desktop) desktop->applyToThisProcess();  // before any X/D-Bus client
+//   std::unique_ptr<DisposableDesktop> g_desktop;
+//   QString g_whyNot;
+//   int main(int argc, char** argv) {
+//       ::testing::InitGoogleTest(&argc, argv);
+//       if (!::testing::GTEST_FLAG(list_tests)) {      // not for test discovery
+//           g_desktop = DisposableDesktop::start(&g_whyNot);
+//           if (g_desktop) g_desktop->applyToThisProcess();  // before any X/D-Bus client
 //       }
-//       void TearDown() override { desktop.reset(); }
-//   };
-//   TEST(Something, Works) {
-//       if (!desktop) GTEST_SKIP() << "no disposable desktop";
-//       const qint64 pid = desktop->startXterm();
-//       const auto window = desktop->waitForWindowOfProcess(pid, 10000);
-//       ...
+//       QCoreApplication application(argc, argv);
+//       const int status = RUN_ALL_TESTS();
+//       g_desktop.reset();                              // stops everything
+//       return status;
 //   }
+//   TEST(Something, Works) {
+//       if (!g_desktop) GTEST_SKIP() << qPrintable(g_whyNot);
+//       const qint64 pid = g_desktop->startXterm();
+//       const auto window = g_desktop->waitForWindowOfProcess(pid, 20000);
+//       ASSERT_TRUE(window && g_desktop->activateWindow(*window));
+//       ...
+//       g_desktop->stopProgram(pid);
+//   }
+//
+// Browsers start with accessibility forced on (a loaded machine otherwise
+// answers their start-up question too late) and with a dead proxy, so only
+// pages from startHttpServer load.
 //
 // A missing tool makes `start` (or a start* helper) fail with a reason;
 // tests then GTEST_SKIP. Timeouts are generous; waits poll every 20 ms.
