@@ -119,6 +119,7 @@ struct IdentityCase final {
     QString bundleIdentifier;  // null: no application id
     QString identifier;
     QString localizedName;
+    QString titleContains;  // what the window list's name must contain
 };
 
 }  // namespace
@@ -133,14 +134,17 @@ TEST(LinuxRunningApplicationsTest, IdentifiesRealApplicationsByTheirDesktopEntri
 
     const std::vector<IdentityCase> cases = {
         {"xterm", [] { return startTitledXterm(QStringLiteral("vorlix identity")); },
-         QStringLiteral("debian-xterm"), QStringLiteral("debian-xterm"), QStringLiteral("XTerm")},
+         QStringLiteral("debian-xterm"), QStringLiteral("debian-xterm"), QStringLiteral("XTerm"),
+         QStringLiteral("vorlix identity")},
         {"mousepad", [&] { return g_desktop->startMousepad(file); }, QStringLiteral("org.xfce.mousepad"),
-         QStringLiteral("org.xfce.mousepad"), QStringLiteral("Mousepad")},
+         QStringLiteral("org.xfce.mousepad"), QStringLiteral("Mousepad"),
+         QStringLiteral("notes.txt - Mousepad")},
         {"gedit", [&] { return g_desktop->startGedit(file); }, QStringLiteral("org.gnome.gedit"),
-         QStringLiteral("org.gnome.gedit"), QStringLiteral("gedit")},
+         QStringLiteral("org.gnome.gedit"), QStringLiteral("gedit"),
+         QStringLiteral("notes.txt (~) - gedit")},
         {"xmessage (no desktop entry)",
          [] { return g_desktop->startProgram(QStringLiteral("xmessage"), {QStringLiteral("vorlix")}); },
-         QString(), QStringLiteral("xmessage"), QStringLiteral("Xmessage")},
+         QString(), QStringLiteral("xmessage"), QStringLiteral("Xmessage"), QString()},
     };
     LinuxRunningApplications applications(windows());
     for (const IdentityCase& c : cases) {
@@ -160,6 +164,17 @@ TEST(LinuxRunningApplicationsTest, IdentifiesRealApplicationsByTheirDesktopEntri
         EXPECT_EQ(application->bundleIdentifier.isNull(), c.bundleIdentifier.isNull());
         EXPECT_EQ(application->identifier(), c.identifier);
         EXPECT_EQ(application->localizedName, c.localizedName);
+        QString title;
+        DisposableDesktop::waitUntil(
+            [&] {
+                for (const WindowInfo& info : windows().windowList()) {
+                    if (info.ownerProcessIdentifier == pid) title = info.name;
+                }
+                return title.contains(c.titleContains);
+            },
+            kWindowTimeoutMs);
+        EXPECT_TRUE(title.contains(c.titleContains)) << qPrintable(title);
+        g_desktop->stopProgram(pid);
         EXPECT_FALSE(application->executablePath.isEmpty());
     }
 }
