@@ -190,5 +190,11 @@ TEST(AtspiAccessibilityTest, GtkEditorWindowTitleIsItsAccessibleName) {
         kPageTimeoutMs, 200))
         << qPrintable(stringOf(windowAttribute(pid, "AXMainWindow", "AXTitle")));
     EXPECT_EQ(stringOf(windowAttribute(pid, "AXFocusedWindow", "AXRole")), QStringLiteral("AXWindow"));
+    const auto size = windowAttribute(pid, "AXMainWindow", "AXSize");
+    ASSERT_TRUE(size && std::holds_alternative<AXSize>(*size));
+    EXPECT_GT(std::get<AXSize>(*size).width, 100);
+    EXPECT_GT(std::get<AXSize>(*size).height, 100);
+    const auto position = windowAttribute(pid, "AXMainWindow", "AXPosition");
+    EXPECT_TRUE(position && std::holds_alternative<AXPoint>(*position));
     g_desktop->stopProgram(pid);
 }

@@ -20,6 +20,8 @@
 //   "AXParent"            a sheet's window (the application's first other
 //                         frame), a window's application
 //   "AXDescription"       the accessible description
+//   "AXPosition", "AXSize" the window's screen extents
+//   actions               the Action interface's, by name; nothing is settable
 //
 // Thread: libatspi is not thread-safe. Every AT-SPI call, including the
 // release of elements, happens on the one thread that made the first call

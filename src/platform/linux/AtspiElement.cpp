@@ -14,6 +14,8 @@ const QString kFocusedWindow = QStringLiteral("AXFocusedWindow");
 const QString kDocument = QStringLiteral("AXDocument");
 const QString kParent = QStringLiteral("AXParent");
 const QString kDescription = QStringLiteral("AXDescription");
+const QString kPosition = QStringLiteral("AXPosition");
+const QString kSize = QStringLiteral("AXSize");
 
 // One application or one of its top-level windows. Holds a reference on the
 // accessible; released on the AT-SPI thread like every other call.
@@ -31,7 +33,7 @@ public:
     QStringList attributeNames() override {
         m_session.assertThread();
         if (m_kind == Kind::Application) return {kRole, kTitle, kMainWindow, kFocusedWindow};
-        return {kRole, kTitle, kDocument, kParent, kDescription};
+        return {kRole, kTitle, kDocument, kParent, kDescription, kPosition, kSize};
     }
 
     std::optional<AccessibilityValue> copyAttributeValue(const QString& attribute) override {
@@ -45,12 +47,27 @@ public:
 
     bool isAttributeSettable(const QString&) override { return false; }
     bool setAttributeValue(const QString&, const AccessibilityValue&) override { return false; }
-    QStringList actionNames() override { return {}; }
-    QString actionDescription(const QString&) override { return {}; }
-    bool performAction(const QString&) override { return false; }
+    QStringList actionNames() override {
+        return withQuery<QStringList>([&](AtspiQuery& q) { return q.actionNames(m_object.get()); });
+    }
+    QString actionDescription(const QString& action) override {
+        return withQuery<QString>([&](AtspiQuery& q) { return q.actionDescription(m_object.get(), action); });
+    }
+    bool performAction(const QString& action) override {
+        return withQuery<bool>([&](AtspiQuery& q) { return q.doAction(m_object.get(), action); });
+    }
     qint32 processIdentifier() override { return m_state->processIdentifier; }
 
 private:
+    template <class T, class F>
+    T withQuery(F&& ask) {
+        m_session.assertThread();
+        if (!m_state->checkNotStopped()) return T{};
+        m_session.drain();
+        AtspiQuery query(*m_state);
+        return ask(query);
+    }
+
     AccessibilityElementRef windowElement(AccessiblePtr window) {
         if (!window) return nullptr;
         return std::make_shared<AtspiElement>(m_session, m_state,
@@ -90,6 +107,12 @@ private:
             return toValue(query.documentAddress(document.get()));
         }
         if (attribute == kParent) return parentOf(query);
+        if (attribute == kPosition || attribute == kSize) {
+            const std::optional<AXRect> rect = query.extents(window);
+            if (!rect) return std::nullopt;
+            if (attribute == kPosition) return AXPoint{rect->x, rect->y};
+            return AXSize{rect->width, rect->height};
+        }
         return std::nullopt;
     }
 
