@@ -1,0 +1,187 @@
+#include "AtspiAccessibility.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusVariant>
+#include <QFileInfo>
+#include <QLoggingCategory>
+
+#include "AtspiSession.h"
+
+Q_LOGGING_CATEGORY(lcAtspi, "vorlix.platform.linux.atspi", QtInfoMsg)
+
+namespace {
+
+constexpr int kCallTimeoutMs = 250;
+constexpr qint64 kMissRetryMs = 2000;  // a process without an accessible is looked for again after this
+constexpr int kMaxDrainIterations = 64;
+
+const QString kBusService = QStringLiteral("org.a11y.Bus");
+const QString kBusPath = QStringLiteral("/org/a11y/bus");
+const QString kStatusInterface = QStringLiteral("org.a11y.Status");
+const QString kPropertiesInterface = QStringLiteral("org.freedesktop.DBus.Properties");
+
+bool processExists(qint32 processIdentifier) {
+    return QFileInfo::exists(QStringLiteral("/proc/%1").arg(processIdentifier));
+}
+
+}  // namespace
+
+bool AtspiAccessibilityProvider::Session::ensureStarted() {
+    if (started) return available;
+    started = true;
+    thread = std::this_thread::get_id();
+    context = g_main_context_new();
+    g_main_context_push_thread_default(context);
+    atspi_set_timeout(kCallTimeoutMs, kCallTimeoutMs);
+    const int status = atspi_init();
+    available = status == 0 || status == 1;  // 1: this process had already started it
+    if (!available) {
+        qCInfo(lcAtspi) << "no accessibility bus; window documents come from window titles only";
+        return false;
+    }
+    // Own the bus traffic on this thread's context, away from the Qt main loop.
+    atspi_set_main_context(context);
+    // The list of applications is asked for afresh each time: libatspi's
+    // copy misses applications that registered after it was first read.
+    AccessiblePtr desktop(atspi_get_desktop(0));
+    if (desktop) {
+        atspi_accessible_set_cache_mask(desktop.get(),
+                                        AtspiCache(ATSPI_CACHE_DEFAULT & ~ATSPI_CACHE_CHILDREN));
+    }
+    return true;
+}
+
+void AtspiAccessibilityProvider::Session::assertThread() const {
+    Q_ASSERT_X(!started || thread == std::this_thread::get_id(), "AtspiAccessibilityProvider",
+               "AT-SPI used from a second thread");
+}
+
+void AtspiAccessibilityProvider::Session::drain() {
+    if (context == nullptr) return;
+    for (int i = 0; i < kMaxDrainIterations && g_main_context_iteration(context, FALSE); ++i) {
+    }
+}
+
+std::shared_ptr<AtspiApplicationState> AtspiAccessibilityProvider::Session::state(qint32 processIdentifier) {
+    auto& entry = states[processIdentifier];
+    if (!entry) {
+        entry = std::make_shared<AtspiApplicationState>();
+        entry->processIdentifier = processIdentifier;
+    }
+    return entry;
+}
+
+// Looks through the registered applications once and remembers every pid
+// it saw; a pid without an application is looked for again after a while.
+AtspiAccessible* AtspiAccessibilityProvider::Session::application(qint32 processIdentifier) {
+    if (const auto known = applications.find(processIdentifier); known != applications.end()) {
+        return known->second.get();
+    }
+    if (const auto miss = misses.find(processIdentifier);
+        miss != misses.end() && miss->second.elapsed() < kMissRetryMs) {
+        return nullptr;
+    }
+    for (auto it = applications.begin(); it != applications.end();) {
+        it = processExists(it->first) ? std::next(it) : applications.erase(it);
+    }
+    AccessiblePtr desktop(atspi_get_desktop(0));
+    const int count = desktop ? atspi_accessible_get_child_count(desktop.get(), nullptr) : 0;
+    for (int i = 0; i < count; ++i) {
+        AccessiblePtr app(atspi_accessible_get_child_at_index(desktop.get(), i, nullptr));
+        if (!app) continue;
+        const auto pid = qint32(atspi_accessible_get_process_id(app.get(), nullptr));
+        if (pid > 0 && applications.find(pid) == applications.end()) {
+            // Applications keep the full cache; their questions clear it.
+            atspi_accessible_set_cache_mask(app.get(), ATSPI_CACHE_DEFAULT);
+            applications.emplace(pid, std::move(app));
+        }
+    }
+    qCDebug(lcAtspi) << "looked for process" << processIdentifier << "among" << count
+                     << "applications";
+    if (const auto found = applications.find(processIdentifier); found != applications.end()) {
+        misses.erase(processIdentifier);
+        return found->second.get();
+    }
+    misses[processIdentifier].start();
+    return nullptr;
+}
+
+AtspiAccessibilityProvider::AtspiAccessibilityProvider() : d(std::make_unique<Session>()) {}
+
+AtspiAccessibilityProvider::~AtspiAccessibilityProvider() {
+    d->assertThread();
+    d->applications.clear();
+    // The context stays the thread's default: libatspi keeps using it until
+    // the process ends, and it may have pushed contexts of its own above it.
+}
+
+bool AtspiAccessibilityProvider::isEnabled() {
+    QDBusMessage get = QDBusMessage::createMethodCall(kBusService, kBusPath, kPropertiesInterface,
+                                                      QStringLiteral("Get"));
+    get << kStatusInterface << QStringLiteral("IsEnabled");
+    const QDBusMessage reply = QDBusConnection::sessionBus().call(get, QDBus::Block, kCallTimeoutMs);
+    if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty()) return false;
+    return reply.arguments().constFirst().value<QDBusVariant>().variant().toBool();
+}
+
+bool AtspiAccessibilityProvider::enable() {
+    QDBusMessage set = QDBusMessage::createMethodCall(kBusService, kBusPath, kPropertiesInterface,
+                                                      QStringLiteral("Set"));
+    set << kStatusInterface << QStringLiteral("IsEnabled") << QVariant::fromValue(QDBusVariant(true));
+    const QDBusMessage reply = QDBusConnection::sessionBus().call(set, QDBus::Block, kCallTimeoutMs);
+    return reply.type() == QDBusMessage::ReplyMessage;
+}
+
+AccessibilityElementRef AtspiAccessibilityProvider::applicationElement(qint32 processIdentifier) {
+    d->assertThread();
+    if (processIdentifier <= 0 || !d->ensureStarted()) return nullptr;
+    d->drain();
+    AtspiAccessible* app = d->application(processIdentifier);
+    if (app == nullptr) return nullptr;
+    // Applications report changes only to registered listeners, so what
+    // libatspi cached may be stale: each new application element (one a
+    // tick) starts from an empty cache.
+    atspi_accessible_clear_cache(app);
+    return makeAtspiApplicationElement(*d, d->state(processIdentifier), app);
+}
+
+void AtspiAccessibilityProvider::processPendingEvents() {
+    d->assertThread();
+    if (d->ensureStarted()) d->drain();
+}
+
+std::optional<WindowDocumentSource::DocumentInfo> AtspiAccessibilityProvider::document(
+    qint32 processIdentifier, int windowIndex) {
+    d->assertThread();
+    if (processIdentifier <= 0 || !d->ensureStarted()) return std::nullopt;
+    d->drain();
+    AtspiAccessible* app = d->application(processIdentifier);
+    if (app == nullptr) return std::nullopt;
+    const std::shared_ptr<AtspiApplicationState> state = d->state(processIdentifier);
+    if (!state->checkNotStopped()) return std::nullopt;
+    atspi_accessible_clear_cache(app);
+    AtspiQuery query(*state);
+    AccessiblePtr window = query.windowAt(app, windowIndex);
+    AccessiblePtr document = window ? query.findDocument(window.get()) : nullptr;
+    if (!document) return std::nullopt;
+    DocumentInfo info;
+    info.address = query.documentAddress(document.get()).value_or(QString());
+    info.name = query.name(document.get()).value_or(QString());
+    return info;
+}
+
+std::optional<QString> AtspiAccessibilityProvider::windowName(qint32 processIdentifier,
+                                                              int windowIndex) {
+    d->assertThread();
+    if (processIdentifier <= 0 || !d->ensureStarted()) return std::nullopt;
+    d->drain();
+    AtspiAccessible* app = d->application(processIdentifier);
+    if (app == nullptr) return std::nullopt;
+    const std::shared_ptr<AtspiApplicationState> state = d->state(processIdentifier);
+    if (!state->checkNotStopped()) return std::nullopt;
+    atspi_accessible_clear_cache(app);
+    AtspiQuery query(*state);
+    AccessiblePtr window = query.windowAt(app, windowIndex);
+    return window ? query.name(window.get()) : std::nullopt;
+}

@@ -1,0 +1,68 @@
+#pragma once
+// AtspiAccessibilityProvider: accessibility elements over AT-SPI (libatspi).
+//
+// What the extraction logic asks for, and where it comes from:
+//   application element   the AT-SPI application whose process id matches
+//   "AXMainWindow"        the application's top-level child with state ACTIVE,
+//                         else its first showing frame
+//   "AXFocusedWindow"     the top-level child with state ACTIVE: the desktop
+//                         marks the top-level that holds keyboard focus active,
+//                         so this stands in for "the window holding the focused
+//                         descendant" without walking the tree for it
+//   "AXTitle"             the window's accessible name
+//   "AXDocument"          the "DocURL" (Firefox, document viewers) or "URI"
+//                         (Chromium) document attribute of the window's
+//                         document: the targets of its EMBEDS relation first,
+//                         else the first descendant implementing Document in a
+//                         bounded breadth-first walk
+//   "AXRole"              "AXApplication"; "AXWindow" for frames and windows;
+//                         "AXSheet" for a modal dialog or an alert
+//   "AXParent"            a sheet's window (the application's first other
+//                         frame), a window's application
+//   "AXDescription"       the accessible description
+//   "AXPosition", "AXSize" the window's screen extents
+//   actions               the Action interface's, by name; nothing is settable
+//
+// Thread: libatspi is not thread-safe. Every AT-SPI call, including the
+// release of elements, happens on the one thread that made the first call
+// (the tracking worker); debug builds assert it. That thread owns a private
+// GLib main context which `processPendingEvents` drains without blocking,
+// so the Qt main loop never dispatches AT-SPI traffic. libatspi is one per
+// process: so is this provider. Every call is bounded
+// by a 250 ms timeout; an application that times out is left alone for a
+// few seconds, so a stopped program delays one query by about a quarter of
+// a second, not every call in it. `isEnabled` and `enable` use the session
+// bus and may be called from any thread.
+
+#include <QString>
+#include <memory>
+#include <optional>
+
+#include "AccessibilityElement.h"
+#include "WindowDocumentSource.h"
+
+class AtspiAccessibilityProvider final : public AccessibilityProvider,
+                                         public WindowDocumentSource {
+public:
+    AtspiAccessibilityProvider();
+    ~AtspiAccessibilityProvider() override;
+    AtspiAccessibilityProvider(const AtspiAccessibilityProvider&) = delete;
+    AtspiAccessibilityProvider& operator=(const AtspiAccessibilityProvider&) = delete;
+
+    bool isEnabled() override;
+    bool enable() override;
+    AccessibilityElementRef applicationElement(qint32 processIdentifier) override;
+
+    // Handles what the accessibility bus sent meanwhile; never blocks.
+    void processPendingEvents();
+
+    // For the scripting target: the document shown in a window and the
+    // window's accessible name.
+    std::optional<DocumentInfo> document(qint32 processIdentifier, int windowIndex) override;
+    std::optional<QString> windowName(qint32 processIdentifier, int windowIndex) override;
+
+    struct Session;
+
+private:
+    std::unique_ptr<Session> d;
+};

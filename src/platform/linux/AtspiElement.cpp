@@ -1,0 +1,154 @@
+#include <QLoggingCategory>
+#include <QStringList>
+
+#include "AtspiSession.h"
+
+Q_DECLARE_LOGGING_CATEGORY(lcAtspi)
+
+namespace {
+
+const QString kRole = QStringLiteral("AXRole");
+const QString kTitle = QStringLiteral("AXTitle");
+const QString kMainWindow = QStringLiteral("AXMainWindow");
+const QString kFocusedWindow = QStringLiteral("AXFocusedWindow");
+const QString kDocument = QStringLiteral("AXDocument");
+const QString kParent = QStringLiteral("AXParent");
+const QString kDescription = QStringLiteral("AXDescription");
+const QString kPosition = QStringLiteral("AXPosition");
+const QString kSize = QStringLiteral("AXSize");
+
+// One application or one of its top-level windows. Holds a reference on the
+// accessible; released on the AT-SPI thread like every other call.
+class AtspiElement final : public AccessibilityElement {
+public:
+    enum class Kind { Application, Window };
+
+    AtspiElement(AtspiAccessibilityProvider::Session& session,
+                 std::shared_ptr<AtspiApplicationState> state, AccessiblePtr application,
+                 AccessiblePtr object, Kind kind)
+        : m_session(session), m_state(std::move(state)), m_application(std::move(application)),
+          m_object(std::move(object)), m_kind(kind) {}
+    ~AtspiElement() override { m_session.assertThread(); }
+
+    QStringList attributeNames() override {
+        m_session.assertThread();
+        if (m_kind == Kind::Application) return {kRole, kTitle, kMainWindow, kFocusedWindow};
+        return {kRole, kTitle, kDocument, kParent, kDescription, kPosition, kSize};
+    }
+
+    std::optional<AccessibilityValue> copyAttributeValue(const QString& attribute) override {
+        m_session.assertThread();
+        if (!m_state->checkNotStopped()) return std::nullopt;
+        m_session.drain();
+        AtspiQuery query(*m_state);
+        return m_kind == Kind::Application ? applicationAttribute(query, attribute)
+                                           : windowAttribute(query, attribute);
+    }
+
+    bool isAttributeSettable(const QString&) override { return false; }
+    bool setAttributeValue(const QString&, const AccessibilityValue&) override { return false; }
+    QStringList actionNames() override {
+        return withQuery<QStringList>([&](AtspiQuery& q) { return q.actionNames(m_object.get()); });
+    }
+    QString actionDescription(const QString& action) override {
+        return withQuery<QString>([&](AtspiQuery& q) { return q.actionDescription(m_object.get(), action); });
+    }
+    bool performAction(const QString& action) override {
+        return withQuery<bool>([&](AtspiQuery& q) { return q.doAction(m_object.get(), action); });
+    }
+    qint32 processIdentifier() override { return m_state->processIdentifier; }
+
+private:
+    template <class T, class F>
+    T withQuery(F&& ask) {
+        m_session.assertThread();
+        if (!m_state->checkNotStopped()) return T{};
+        m_session.drain();
+        AtspiQuery query(*m_state);
+        return ask(query);
+    }
+
+    AccessibilityElementRef windowElement(AccessiblePtr window) {
+        if (!window) return nullptr;
+        return std::make_shared<AtspiElement>(m_session, m_state,
+                                              retainAccessible(m_application.get()),
+                                              std::move(window), Kind::Window);
+    }
+
+    std::optional<AccessibilityValue> applicationAttribute(AtspiQuery& query, const QString& attribute) {
+        AtspiAccessible* app = m_object.get();
+        if (attribute == kRole) return QString::fromLatin1(AccessibilityRole::kApplication);
+        if (attribute == kTitle) return toValue(query.name(app));
+        AccessiblePtr window;
+        if (attribute == kMainWindow) window = query.mainWindow(app);
+        else if (attribute == kFocusedWindow) window = query.activeTopLevel(app);
+        else return std::nullopt;
+        qCDebug(lcAtspi) << "process" << m_state->processIdentifier << attribute
+                         << (window ? "found" : "not found");
+        AccessibilityElementRef element = windowElement(std::move(window));
+        if (!element) return std::nullopt;
+        return element;
+    }
+
+    std::optional<AccessibilityValue> windowAttribute(AtspiQuery& query, const QString& attribute) {
+        AtspiAccessible* window = m_object.get();
+        if (attribute == kRole) {
+            if (!query.role(window)) return std::nullopt;
+            return QString::fromLatin1(query.isSheet(window) ? AccessibilityRole::kSheet
+                                                             : AccessibilityRole::kWindow);
+        }
+        if (attribute == kTitle) return toValue(query.name(window));
+        if (attribute == kDescription) return toValue(query.description(window));
+        if (attribute == kDocument) {
+            AccessiblePtr document = query.findDocument(window);
+            qCDebug(lcAtspi) << "process" << m_state->processIdentifier
+                             << (document ? "shows a document" : "shows no document");
+            if (!document) return std::nullopt;
+            return toValue(query.documentAddress(document.get()));
+        }
+        if (attribute == kParent) return parentOf(query);
+        if (attribute == kPosition || attribute == kSize) {
+            const std::optional<AXRect> rect = query.extents(window);
+            if (!rect) return std::nullopt;
+            if (attribute == kPosition) return AXPoint{rect->x, rect->y};
+            return AXSize{rect->width, rect->height};
+        }
+        return std::nullopt;
+    }
+
+    // A sheet belongs to the window it is attached to. AT-SPI has no
+    // transient-for link, so the application's first other frame stands in.
+    std::optional<AccessibilityValue> parentOf(AtspiQuery& query) {
+        if (query.isSheet(m_object.get())) {
+            for (AccessiblePtr& window : query.topLevels(m_application.get())) {
+                if (window.get() == m_object.get() || query.isSheet(window.get())) continue;
+                return windowElement(std::move(window));
+            }
+            return std::nullopt;
+        }
+        return AccessibilityElementRef(std::make_shared<AtspiElement>(
+            m_session, m_state, retainAccessible(m_application.get()),
+            retainAccessible(m_application.get()), Kind::Application));
+    }
+
+    static std::optional<AccessibilityValue> toValue(const std::optional<QString>& text) {
+        if (!text) return std::nullopt;
+        return *text;
+    }
+
+    AtspiAccessibilityProvider::Session& m_session;
+    std::shared_ptr<AtspiApplicationState> m_state;
+    AccessiblePtr m_application;
+    AccessiblePtr m_object;
+    Kind m_kind;
+};
+
+}  // namespace
+
+AccessibilityElementRef makeAtspiApplicationElement(AtspiAccessibilityProvider::Session& session,
+                                                    std::shared_ptr<AtspiApplicationState> state,
+                                                    AtspiAccessible* application) {
+    return std::make_shared<AtspiElement>(session, std::move(state), retainAccessible(application),
+                                          retainAccessible(application),
+                                          AtspiElement::Kind::Application);
+}

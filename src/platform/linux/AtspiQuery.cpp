@@ -1,0 +1,316 @@
+#include <QFile>
+#include <QLoggingCategory>
+#include <deque>
+
+#include "AtspiSession.h"
+
+Q_DECLARE_LOGGING_CATEGORY(lcAtspi)
+
+namespace {
+
+// A call that fails after this long was a timeout, not a quick refusal.
+constexpr qint64 kSilentAfterMs = 200;
+// The document walk: enough for a browser or viewer window, bounded so a
+// huge tree (a spreadsheet, a long page) cannot stall the worker.
+constexpr int kMaxWalkDepth = 8;
+constexpr int kMaxWalkNodes = 150;
+constexpr int kMaxChildrenPerNode = 40;
+
+QString takeString(gchar* text) {
+    QString result = QString::fromUtf8(text);
+    g_free(text);
+    return result;
+}
+
+bool isTopLevelRole(AtspiRole role) {
+    return role == ATSPI_ROLE_FRAME || role == ATSPI_ROLE_WINDOW || role == ATSPI_ROLE_DIALOG ||
+           role == ATSPI_ROLE_ALERT || role == ATSPI_ROLE_FILE_CHOOSER;
+}
+
+}  // namespace
+
+bool AtspiApplicationState::checkNotStopped() {
+    QFile stat(QStringLiteral("/proc/%1/stat").arg(processIdentifier));
+    if (stat.open(QIODevice::ReadOnly)) {
+        const QByteArray text = stat.read(512);
+        const qsizetype close = text.lastIndexOf(')');
+        const char state = close >= 0 && close + 2 < text.size() ? text.at(close + 2) : '?';
+        if (state == 'T' || state == 't') markSilent();
+    }
+    return responsive();
+}
+
+// A call that failed after most of the timeout was a timeout; a slow
+// answer from a busy application is still an answer. Only time ends a
+// silence: answers from libatspi's cache say nothing about whether the
+// application itself is listening.
+void AtspiQuery::noteCall(const QElapsedTimer& timer, GError* error, bool failedWithoutError) {
+    const bool failed = error != nullptr || failedWithoutError;
+    if (failed && timer.elapsed() >= kSilentAfterMs) {
+        qCDebug(lcAtspi) << "process" << m_state.processIdentifier << "took" << timer.elapsed()
+                         << "ms to answer; leaving it alone for a while";
+        m_state.markSilent();
+    }
+    if (error != nullptr) g_error_free(error);
+}
+
+int AtspiQuery::childCount(AtspiAccessible* object) {
+    if (!responsive()) return 0;
+    QElapsedTimer timer;
+    timer.start();
+    GError* error = nullptr;
+    const int count = atspi_accessible_get_child_count(object, &error);
+    noteCall(timer, error);
+    return count < 0 ? 0 : count;
+}
+
+AccessiblePtr AtspiQuery::child(AtspiAccessible* object, int index) {
+    if (!responsive()) return nullptr;
+    QElapsedTimer timer;
+    timer.start();
+    GError* error = nullptr;
+    AccessiblePtr result(atspi_accessible_get_child_at_index(object, index, &error));
+    noteCall(timer, error);
+    return result;
+}
+
+std::optional<AtspiRole> AtspiQuery::role(AtspiAccessible* object) {
+    if (!responsive()) return std::nullopt;
+    QElapsedTimer timer;
+    timer.start();
+    GError* error = nullptr;
+    const AtspiRole result = atspi_accessible_get_role(object, &error);
+    const bool failed = error != nullptr;
+    noteCall(timer, error);
+    if (failed) return std::nullopt;
+    return result;
+}
+
+bool AtspiQuery::hasState(AtspiAccessible* object, AtspiStateType state) {
+    if (!responsive()) return false;
+    QElapsedTimer timer;
+    timer.start();
+    GRef<AtspiStateSet> states(atspi_accessible_get_state_set(object));
+    // This call reports no error: an empty set is its failure.
+    noteCall(timer, nullptr, states == nullptr || atspi_state_set_is_empty(states.get()));
+    return states != nullptr && atspi_state_set_contains(states.get(), state);
+}
+
+std::optional<QString> AtspiQuery::name(AtspiAccessible* object) {
+    if (!responsive()) return std::nullopt;
+    QElapsedTimer timer;
+    timer.start();
+    GError* error = nullptr;
+    gchar* text = atspi_accessible_get_name(object, &error);
+    const bool failed = error != nullptr || text == nullptr;
+    noteCall(timer, error);
+    if (failed) return std::nullopt;
+    return takeString(text);
+}
+
+std::optional<QString> AtspiQuery::description(AtspiAccessible* object) {
+    if (!responsive()) return std::nullopt;
+    QElapsedTimer timer;
+    timer.start();
+    GError* error = nullptr;
+    gchar* text = atspi_accessible_get_description(object, &error);
+    const bool failed = error != nullptr || text == nullptr;
+    noteCall(timer, error);
+    if (failed) return std::nullopt;
+    return takeString(text);
+}
+
+std::vector<AccessiblePtr> AtspiQuery::relationTargets(AtspiAccessible* object,
+                                                       AtspiRelationType type) {
+    std::vector<AccessiblePtr> targets;
+    if (!responsive()) return targets;
+    QElapsedTimer timer;
+    timer.start();
+    GError* error = nullptr;
+    GArray* relations = atspi_accessible_get_relation_set(object, &error);
+    noteCall(timer, error);
+    if (relations == nullptr) return targets;
+    for (guint i = 0; i < relations->len; ++i) {
+        AtspiRelation* relation = g_array_index(relations, AtspiRelation*, i);
+        if (atspi_relation_get_relation_type(relation) == type) {
+            for (gint t = 0; t < atspi_relation_get_n_targets(relation); ++t) {
+                targets.emplace_back(atspi_relation_get_target(relation, t));
+            }
+        }
+        g_object_unref(relation);
+    }
+    g_array_free(relations, TRUE);
+    return targets;
+}
+
+std::vector<AccessiblePtr> AtspiQuery::topLevels(AtspiAccessible* application) {
+    std::vector<AccessiblePtr> active;
+    std::vector<AccessiblePtr> showing;
+    const int count = childCount(application);
+    for (int i = 0; i < count && responsive(); ++i) {
+        AccessiblePtr window = child(application, i);
+        if (!window) continue;
+        const std::optional<AtspiRole> windowRole = role(window.get());
+        if (!windowRole || !isTopLevelRole(*windowRole)) continue;
+        if (hasState(window.get(), ATSPI_STATE_ACTIVE)) {
+            active.push_back(std::move(window));
+        } else if (hasState(window.get(), ATSPI_STATE_SHOWING)) {
+            showing.push_back(std::move(window));
+        }
+    }
+    for (AccessiblePtr& window : showing) active.push_back(std::move(window));
+    return active;
+}
+
+// Stops at the first active top-level: the usual answer costs a few calls
+// whatever the number of windows.
+AccessiblePtr AtspiQuery::firstTopLevel(AtspiAccessible* application, bool activeOnly) {
+    AccessiblePtr firstShowing;
+    const int count = childCount(application);
+    for (int i = 0; i < count && responsive(); ++i) {
+        AccessiblePtr window = child(application, i);
+        if (!window) continue;
+        const std::optional<AtspiRole> windowRole = role(window.get());
+        if (!windowRole || !isTopLevelRole(*windowRole)) continue;
+        if (hasState(window.get(), ATSPI_STATE_ACTIVE)) return window;
+        if (!activeOnly && !firstShowing && hasState(window.get(), ATSPI_STATE_SHOWING)) {
+            firstShowing = std::move(window);
+        }
+    }
+    return firstShowing;
+}
+
+AccessiblePtr AtspiQuery::activeTopLevel(AtspiAccessible* application) {
+    return firstTopLevel(application, true);
+}
+
+AccessiblePtr AtspiQuery::mainWindow(AtspiAccessible* application) {
+    return firstTopLevel(application, false);
+}
+
+AccessiblePtr AtspiQuery::windowAt(AtspiAccessible* application, int index) {
+    std::vector<AccessiblePtr> windows = topLevels(application);
+    if (windows.empty()) return nullptr;
+    if (index == -1) return std::move(windows.back());
+    if (index < 1 || size_t(index) > windows.size()) return nullptr;
+    return std::move(windows[size_t(index - 1)]);
+}
+
+bool AtspiQuery::isSheet(AtspiAccessible* window) {
+    const std::optional<AtspiRole> windowRole = role(window);
+    if (windowRole == ATSPI_ROLE_ALERT) return true;
+    return windowRole == ATSPI_ROLE_DIALOG && hasState(window, ATSPI_STATE_MODAL);
+}
+
+bool AtspiQuery::isDocument(AtspiAccessible* object) {
+    if (!responsive()) return false;
+    QElapsedTimer timer;
+    timer.start();
+    GRef<AtspiDocument> document(atspi_accessible_get_document_iface(object));
+    noteCall(timer, nullptr, document == nullptr);
+    return document != nullptr;
+}
+
+std::optional<QString> AtspiQuery::documentAddress(AtspiAccessible* object) {
+    if (!isDocument(object)) return std::nullopt;
+    GRef<AtspiDocument> document(atspi_accessible_get_document_iface(object));
+    if (!document) return std::nullopt;
+    for (const char* attribute : {"DocURL", "URI"}) {
+        QElapsedTimer timer;
+        timer.start();
+        GError* error = nullptr;
+        gchar* value = atspi_document_get_document_attribute_value(
+            document.get(), const_cast<gchar*>(attribute), &error);
+        noteCall(timer, error);
+        const QString address = takeString(value);
+        if (!address.isEmpty()) return address;
+        if (!responsive()) return std::nullopt;
+    }
+    return QString();
+}
+
+// Browsers point from the window to the shown tab's document with EMBEDS;
+// everything else is found by a breadth-first walk that stops early.
+AccessiblePtr AtspiQuery::findDocument(AtspiAccessible* window) {
+    for (AccessiblePtr& target : relationTargets(window, ATSPI_RELATION_EMBEDS)) {
+        if (isDocument(target.get())) return std::move(target);
+    }
+    std::deque<std::pair<AccessiblePtr, int>> queue;
+    queue.emplace_back(retainAccessible(window), 0);
+    int visited = 0;
+    while (!queue.empty() && visited < kMaxWalkNodes && responsive()) {
+        auto [node, depth] = std::move(queue.front());
+        queue.pop_front();
+        const int count = std::min(childCount(node.get()), kMaxChildrenPerNode);
+        for (int i = 0; i < count && responsive(); ++i, ++visited) {
+            AccessiblePtr next = child(node.get(), i);
+            if (!next) continue;
+            if (isDocument(next.get())) return next;
+            if (depth + 1 < kMaxWalkDepth) queue.emplace_back(std::move(next), depth + 1);
+        }
+    }
+    return nullptr;
+}
+
+QStringList AtspiQuery::actionNames(AtspiAccessible* object) {
+    QStringList names;
+    if (!responsive()) return names;
+    GRef<AtspiAction> action(atspi_accessible_get_action_iface(object));
+    if (!action) return names;
+    QElapsedTimer timer;
+    timer.start();
+    GError* error = nullptr;
+    const int count = atspi_action_get_n_actions(action.get(), &error);
+    noteCall(timer, error);
+    for (int i = 0; i < count && responsive(); ++i) {
+        timer.restart();
+        gchar* name = atspi_action_get_action_name(action.get(), i, &error);
+        noteCall(timer, error);
+        error = nullptr;
+        names << takeString(name);
+    }
+    return names;
+}
+
+QString AtspiQuery::actionDescription(AtspiAccessible* object, const QString& name) {
+    const int index = int(actionNames(object).indexOf(name));
+    GRef<AtspiAction> action(index >= 0 ? atspi_accessible_get_action_iface(object) : nullptr);
+    if (!action || !responsive()) return {};
+    QElapsedTimer timer;
+    timer.start();
+    GError* error = nullptr;
+    gchar* description = atspi_action_get_action_description(action.get(), index, &error);
+    noteCall(timer, error);
+    return takeString(description);
+}
+
+bool AtspiQuery::doAction(AtspiAccessible* object, const QString& name) {
+    const int index = int(actionNames(object).indexOf(name));
+    GRef<AtspiAction> action(index >= 0 ? atspi_accessible_get_action_iface(object) : nullptr);
+    if (!action || !responsive()) return false;
+    QElapsedTimer timer;
+    timer.start();
+    GError* error = nullptr;
+    const bool done = atspi_action_do_action(action.get(), index, &error) != FALSE && error == nullptr;
+    noteCall(timer, error);
+    return done;
+}
+
+std::optional<AXRect> AtspiQuery::extents(AtspiAccessible* object) {
+    if (!responsive()) return std::nullopt;
+    GRef<AtspiComponent> component(atspi_accessible_get_component_iface(object));
+    if (!component) return std::nullopt;
+    QElapsedTimer timer;
+    timer.start();
+    GError* error = nullptr;
+    AtspiRect* rect = atspi_component_get_extents(component.get(), ATSPI_COORD_TYPE_SCREEN, &error);
+    const bool failed = error != nullptr || rect == nullptr;
+    noteCall(timer, error);
+    if (failed) {
+        g_free(rect);
+        return std::nullopt;
+    }
+    const AXRect result{double(rect->x), double(rect->y), double(rect->width), double(rect->height)};
+    g_free(rect);
+    return result;
+}

@@ -1,0 +1,95 @@
+#include "AtspiScriptingTargets.h"
+
+#include "ProcessFacts.h"
+
+namespace {
+
+const QString kCurrentDocument = QStringLiteral("pADc");
+const QString kDocument = QStringLiteral("docu");
+const QString kWindow = QStringLiteral("cwin");
+const QString kUrl = QStringLiteral("pURL");
+const QString kName = QStringLiteral("pnam");
+
+ScriptValue missing() { return ScriptValue{ScriptMissing{}}; }
+
+// Which window a document reference points into: 1 for the application's
+// current document and document 1, n for "document of window n"; 0 when
+// the reference names no document this transport knows.
+int documentWindow(const ScriptReference& reference) {
+    if (reference.size() == 1) {
+        const ScriptStep& step = reference.front();
+        if (step == ScriptStep::property(kCurrentDocument)) return 1;
+        if (step == ScriptStep::element(kDocument, 1)) return 1;
+        return 0;
+    }
+    if (reference.size() == 2 && reference[0].kind == ScriptStep::Kind::Element &&
+        reference[0].code == kWindow && reference[1] == ScriptStep::property(kDocument)) {
+        return reference[0].index;
+    }
+    return 0;
+}
+
+class AtspiScriptingTarget final : public ScriptingTarget {
+public:
+    AtspiScriptingTarget(WindowDocumentSource& provider, qint32 processIdentifier,
+                         QString procRoot)
+        : m_provider(provider), m_pid(processIdentifier), m_procRoot(std::move(procRoot)) {}
+
+    bool isRunning() override { return AtspiScriptingTargets::isProcessRunning(m_pid, m_procRoot); }
+
+    ScriptValue get(const ScriptReference& reference) override {
+        if (reference.empty()) return missing();
+        if (const int window = documentWindow(reference); window != 0) {
+            if (!m_provider.document(m_pid, window)) return missing();
+            return ScriptValue{ScriptObjectReference{reference}};
+        }
+        const ScriptReference owner(reference.begin(), reference.end() - 1);
+        const ScriptStep& last = reference.back();
+        if (const int window = documentWindow(owner); window != 0) {
+            return documentProperty(window, last);
+        }
+        if (owner.size() == 1 && owner[0].kind == ScriptStep::Kind::Element &&
+            owner[0].code == kWindow && last == ScriptStep::property(kName)) {
+            const std::optional<QString> name = m_provider.windowName(m_pid, owner[0].index);
+            return name ? ScriptValue{*name} : missing();
+        }
+        if (reference.size() == 1 && last.kind == ScriptStep::Kind::Element && last.code == kWindow) {
+            if (!m_provider.windowName(m_pid, last.index)) return missing();
+            return ScriptValue{ScriptObjectReference{reference}};
+        }
+        return missing();
+    }
+
+private:
+    ScriptValue documentProperty(int window, const ScriptStep& property) {
+        if (property != ScriptStep::property(kUrl) && property != ScriptStep::property(kName)) {
+            return missing();
+        }
+        const auto document = m_provider.document(m_pid, window);
+        if (!document) return missing();
+        if (property.code == kName) {
+            return document->name.isEmpty() ? missing() : ScriptValue{document->name};
+        }
+        if (document->address.isEmpty()) return missing();
+        const QUrl url(document->address);
+        if (url.isLocalFile()) return ScriptValue{ScriptFileReference{url}};
+        return ScriptValue{url};
+    }
+
+    WindowDocumentSource& m_provider;
+    qint32 m_pid;
+    QString m_procRoot;
+};
+
+}  // namespace
+
+AtspiScriptingTargets::AtspiScriptingTargets(WindowDocumentSource& provider, QString procRoot)
+    : m_provider(provider), m_procRoot(std::move(procRoot)) {}
+
+std::unique_ptr<ScriptingTarget> AtspiScriptingTargets::targetForProcess(qint32 processIdentifier) {
+    return std::make_unique<AtspiScriptingTarget>(m_provider, processIdentifier, m_procRoot);
+}
+
+bool AtspiScriptingTargets::isProcessRunning(qint32 processIdentifier, const QString& procRoot) {
+    return processIdentifier > 0 && ProcessFacts::read(processIdentifier, procRoot).exists;
+}

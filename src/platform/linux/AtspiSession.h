@@ -1,0 +1,113 @@
+#pragma once
+// Internal to the AT-SPI implementation: included only by its .cpp files,
+// never by another header, so GLib and AT-SPI types stay inside this folder.
+//
+// AtspiQuery makes bounded calls on one application's accessibles and stops
+// asking an application that timed out (AtspiApplicationState remembers it
+// across ticks). Thread: the AT-SPI thread only.
+
+#include <QElapsedTimer>
+#include <QString>
+#include <QStringList>
+#include <memory>
+#include <optional>
+#include <thread>
+#include <unordered_map>
+#include <vector>
+
+#include "AtspiAccessibility.h"
+
+// GLib and AT-SPI last: GLib's headers clash with Qt's keywords.
+#include <atspi/atspi.h>
+
+struct GObjectUnref final {
+    void operator()(void* object) const {
+        if (object != nullptr) g_object_unref(object);
+    }
+};
+template <class T>
+using GRef = std::unique_ptr<T, GObjectUnref>;
+using AccessiblePtr = GRef<AtspiAccessible>;
+
+inline AccessiblePtr retainAccessible(AtspiAccessible* accessible) {
+    if (accessible != nullptr) g_object_ref(accessible);
+    return AccessiblePtr(accessible);
+}
+
+// Whether an application answered lately. After a call that timed out the
+// application is skipped for kPause, so a stopped program costs one timeout.
+struct AtspiApplicationState final {
+    static constexpr qint64 kPauseMs = 5000;
+    qint32 processIdentifier = 0;
+    QElapsedTimer silentSince;  // invalid while the application answers
+
+    bool responsive() const { return !silentSince.isValid() || silentSince.elapsed() > kPauseMs; }
+    // A stopped process (SIGSTOP, a debugger) cannot answer: it is marked
+    // silent without waiting for a timeout. Reads /proc/PID/stat.
+    bool checkNotStopped();
+    void markSilent() { silentSince.start(); }
+};
+
+class AtspiQuery final {
+public:
+    explicit AtspiQuery(AtspiApplicationState& state) : m_state(state) {}
+
+    bool responsive() const { return m_state.responsive(); }
+    int childCount(AtspiAccessible* object);
+    AccessiblePtr child(AtspiAccessible* object, int index);
+    std::optional<AtspiRole> role(AtspiAccessible* object);
+    bool hasState(AtspiAccessible* object, AtspiStateType state);
+    std::optional<QString> name(AtspiAccessible* object);
+    std::optional<QString> description(AtspiAccessible* object);
+    std::vector<AccessiblePtr> relationTargets(AtspiAccessible* object, AtspiRelationType type);
+
+    // Top-level windows of an application: the active one first, then the
+    // other showing ones in the application's order.
+    std::vector<AccessiblePtr> topLevels(AtspiAccessible* application);
+    AccessiblePtr activeTopLevel(AtspiAccessible* application);
+    AccessiblePtr mainWindow(AtspiAccessible* application);
+    AccessiblePtr windowAt(AtspiAccessible* application, int index);  // 1-based, -1 last
+    bool isSheet(AtspiAccessible* window);
+    // The document shown in a window, or nullptr; bounded in depth and count.
+    AccessiblePtr findDocument(AtspiAccessible* window);
+    // "DocURL", else "URI"; nullopt when the object is not a document.
+    std::optional<QString> documentAddress(AtspiAccessible* document);
+    // The Action interface, by action name; empty/false without one.
+    QStringList actionNames(AtspiAccessible* object);
+    QString actionDescription(AtspiAccessible* object, const QString& name);
+    bool doAction(AtspiAccessible* object, const QString& name);
+    // Position and size on the screen (the Component interface).
+    std::optional<AXRect> extents(AtspiAccessible* object);
+
+private:
+    // Takes the outcome of one libatspi call; a failure that took most of
+    // the timeout marks the application silent. Frees `error`.
+    void noteCall(const QElapsedTimer& timer, GError* error, bool failedWithoutError = false);
+    bool isDocument(AtspiAccessible* object);
+    AccessiblePtr firstTopLevel(AtspiAccessible* application, bool activeOnly);
+
+    AtspiApplicationState& m_state;
+};
+
+struct AtspiAccessibilityProvider::Session final {
+    std::thread::id thread;
+    bool started = false;
+    bool available = false;
+    GMainContext* context = nullptr;
+    std::unordered_map<qint32, AccessiblePtr> applications;
+    std::unordered_map<qint32, std::shared_ptr<AtspiApplicationState>> states;
+    std::unordered_map<qint32, QElapsedTimer> misses;  // when a pid was last looked for in vain
+
+    // Connects on the calling thread the first time; false when there is no
+    // accessibility bus.
+    bool ensureStarted();
+    void assertThread() const;
+    void drain();
+    AtspiAccessible* application(qint32 processIdentifier);  // borrowed
+    std::shared_ptr<AtspiApplicationState> state(qint32 processIdentifier);
+};
+
+// The element behind AccessibilityElementRef; AtspiElement.cpp.
+AccessibilityElementRef makeAtspiApplicationElement(AtspiAccessibilityProvider::Session& session,
+                                                    std::shared_ptr<AtspiApplicationState> state,
+                                                    AtspiAccessible* application);

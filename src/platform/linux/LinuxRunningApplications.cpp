@@ -1,0 +1,43 @@
+#include "LinuxRunningApplications.h"
+
+LinuxRunningApplications::LinuxRunningApplications(WindowHintSource& windows,
+                                                   QStringList applicationFolders,
+                                                   QString procRoot)
+    : m_windows(windows),
+      m_entries(std::move(applicationFolders)),
+      m_procRoot(std::move(procRoot)),
+      m_locale(ApplicationIdentityRules::userLocale()) {}
+
+std::optional<RunningApplication> LinuxRunningApplications::runningApplication(
+    qint32 processIdentifier) {
+    if (processIdentifier <= 0) return std::nullopt;
+    const ProcessFacts alive = ProcessFacts::readLiveness(processIdentifier, m_procRoot);
+    if (!alive.exists) {
+        m_cache.remove(processIdentifier);
+        return std::nullopt;
+    }
+    const quint64 generation = m_entries.generation();
+    if (generation != m_generation) {
+        m_cache.clear();
+        m_generation = generation;
+    }
+    const auto cached = m_cache.constFind(processIdentifier);
+    if (cached != m_cache.constEnd() && cached->startTime == alive.startTime) {
+        return cached->application;
+    }
+    const ProcessFacts process = ProcessFacts::read(processIdentifier, m_procRoot);
+    if (!process.exists) return std::nullopt;  // ended just now
+
+    const std::optional<WindowHints> hints = m_windows.windowHintsForProcess(processIdentifier);
+    const ApplicationIdentity identity =
+        ApplicationIdentityRules::resolve(process, hints, m_entries, m_locale);
+    RunningApplication application;
+    application.processIdentifier = processIdentifier;
+    application.bundleIdentifier = identity.applicationId;
+    application.executablePath = process.executablePath;
+    application.localizedName = identity.localizedName;
+    if (hints || !identity.applicationId.isEmpty()) {
+        m_cache.insert(processIdentifier, {process.startTime, application});
+    }
+    return application;
+}

@@ -1,0 +1,42 @@
+#pragma once
+// LinuxRunningApplications: RunningApplications from /proc, the window's
+// properties and the installed desktop entries.
+//
+// Each process is resolved once (ApplicationIdentity.h has the rules) and
+// cached by pid and start time, so a pid reused by another program is
+// resolved again; the whole cache is dropped when the desktop entries
+// change. A process whose window is not mapped yet is not cached, so the
+// next tick can still find its window's hints.
+//
+// Thread: the main thread only (like the window system it asks).
+
+#include <QHash>
+
+#include "ApplicationIdentity.h"
+#include "DesktopEntryIndex.h"
+#include "RunningApplications.h"
+#include "WindowHints.h"
+
+class LinuxRunningApplications final : public RunningApplications {
+public:
+    // `windows` must outlive this object.
+    explicit LinuxRunningApplications(
+        WindowHintSource& windows,
+        QStringList applicationFolders = DesktopEntryIndex::defaultApplicationFolders(),
+        QString procRoot = QStringLiteral("/proc"));
+
+    std::optional<RunningApplication> runningApplication(qint32 processIdentifier) override;
+
+private:
+    struct CachedIdentity final {
+        quint64 startTime = 0;
+        RunningApplication application;
+    };
+
+    WindowHintSource& m_windows;
+    DesktopEntryIndex m_entries;
+    QString m_procRoot;
+    QString m_locale;
+    quint64 m_generation = 0;
+    QHash<qint32, CachedIdentity> m_cache;
+};

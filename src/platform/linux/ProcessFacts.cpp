@@ -1,0 +1,139 @@
+#include "ProcessFacts.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QList>
+
+namespace {
+
+QByteArray readSmallFile(const QString& path) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) return {};
+    return file.read(64 * 1024);
+}
+
+// The last path component of every cgroup line ("N:controllers:/path").
+QList<QByteArray> cgroupLeaves(const QByteArray& cgroup) {
+    QList<QByteArray> leaves;
+    for (const QByteArray& line : cgroup.split('\n')) {
+        const qsizetype colon = line.indexOf(':', line.indexOf(':') + 1);
+        if (colon < 0) continue;
+        const QByteArray path = line.mid(colon + 1).trimmed();
+        for (const QByteArray& part : path.split('/')) {
+            if (!part.isEmpty()) leaves.append(part);
+        }
+    }
+    return leaves;
+}
+
+QString unescapeUnitName(QByteArray text) {
+    text.replace("\\x2d", "-");
+    return QString::fromUtf8(text);
+}
+
+// "app-…" units: strips the prefix, the unit suffix and the random part.
+QByteArray applicationUnitBody(const QByteArray& unit) {
+    if (!unit.startsWith("app-")) return {};
+    QByteArray body = unit.mid(4);
+    if (body.endsWith(".scope")) {
+        body.chop(6);
+        const qsizetype dash = body.lastIndexOf('-');
+        if (dash <= 0) return {};
+        body.truncate(dash);
+    } else if (body.endsWith(".service")) {
+        body.chop(8);
+        const qsizetype at = body.indexOf('@');
+        if (at >= 0) body.truncate(at);
+    } else {
+        return {};
+    }
+    return body;
+}
+
+}  // namespace
+
+ProcessFacts ProcessFacts::readLiveness(qint32 processIdentifier, const QString& procRoot) {
+    ProcessFacts facts;
+    facts.processIdentifier = processIdentifier;
+    const QByteArray stat = readSmallFile(procRoot + QLatin1Char('/') +
+                                          QString::number(processIdentifier) + QStringLiteral("/stat"));
+    facts.exists = !stat.isEmpty() && !ProcessIdentity::isZombieStat(stat);
+    if (facts.exists) facts.startTime = ProcessIdentity::startTimeFromStat(stat);
+    return facts;
+}
+
+ProcessFacts ProcessFacts::read(qint32 processIdentifier, const QString& procRoot) {
+    ProcessFacts facts = readLiveness(processIdentifier, procRoot);
+    if (!facts.exists) return facts;
+    const QString dir = procRoot + QLatin1Char('/') + QString::number(processIdentifier);
+    const QString exe = QFileInfo(dir + QStringLiteral("/exe")).symLinkTarget();
+    if (!exe.isEmpty()) facts.executablePath = exe;
+    facts.cgroup = readSmallFile(dir + QStringLiteral("/cgroup"));
+    facts.flatpakInfo = readSmallFile(dir + QStringLiteral("/root/.flatpak-info"));
+    return facts;
+}
+
+namespace ProcessIdentity {
+
+QString flatpakIdFromInfo(const QByteArray& flatpakInfo) {
+    bool inApplication = false;
+    for (const QByteArray& raw : flatpakInfo.split('\n')) {
+        const QByteArray line = raw.trimmed();
+        if (line.startsWith('[')) {
+            inApplication = line == "[Application]";
+        } else if (inApplication && line.startsWith("name=")) {
+            return QString::fromUtf8(line.mid(5).trimmed());
+        }
+    }
+    return {};
+}
+
+QString flatpakIdFromCgroup(const QByteArray& cgroup) {
+    for (const QByteArray& leaf : cgroupLeaves(cgroup)) {
+        const QByteArray body = applicationUnitBody(leaf);
+        if (body.startsWith("flatpak-") && body.size() > 8) return unescapeUnitName(body.mid(8));
+    }
+    return {};
+}
+
+QString snapNameFromCgroup(const QByteArray& cgroup) {
+    for (const QByteArray& leaf : cgroupLeaves(cgroup)) {
+        if (!leaf.startsWith("snap.") || !leaf.endsWith(".scope")) continue;
+        const QList<QByteArray> parts = leaf.split('.');
+        if (parts.size() >= 4 && !parts.at(1).isEmpty()) return QString::fromUtf8(parts.at(1));
+    }
+    return {};
+}
+
+QString scopeIdFromCgroup(const QByteArray& cgroup) {
+    for (const QByteArray& leaf : cgroupLeaves(cgroup)) {
+        const QByteArray body = applicationUnitBody(leaf);
+        if (body.isEmpty()) continue;
+        // Separators are real dashes; dashes inside the id are escaped.
+        const QByteArray id = body.mid(body.lastIndexOf('-') + 1);
+        if (!id.isEmpty()) return unescapeUnitName(id);
+    }
+    return {};
+}
+
+bool isZombieStat(const QByteArray& stat) {
+    const qsizetype close = stat.lastIndexOf(')');
+    if (close < 0 || close + 2 >= stat.size()) return false;
+    const char state = stat.at(close + 2);
+    return state == 'Z' || state == 'X';
+}
+
+quint64 startTimeFromStat(const QByteArray& stat) {
+    // The command name (field 2) may hold blanks and parentheses: count
+    // fields from the last ')'.
+    const qsizetype close = stat.lastIndexOf(')');
+    if (close < 0) return 0;
+    const QList<QByteArray> fields = stat.mid(close + 2).split(' ');
+    constexpr qsizetype kStartTimeAfterComm = 22 - 3;  // field 3 is fields[0]
+    if (fields.size() <= kStartTimeAfterComm) return 0;
+    bool ok = false;
+    const quint64 value = fields.at(kStartTimeAfterComm).toULongLong(&ok);
+    return ok ? value : 0;
+}
+
+}  // namespace ProcessIdentity

@@ -1,0 +1,23 @@
+#pragma once
+// WindowDocumentSource: the document and name of an application's windows,
+// as the scripting target needs them. AtspiAccessibilityProvider answers
+// from the accessibility tree; tests use a fake.
+//
+// Thread: the implementation's (the AT-SPI thread for the provider).
+
+#include <QString>
+#include <optional>
+
+class WindowDocumentSource {
+public:
+    virtual ~WindowDocumentSource() = default;
+
+    struct DocumentInfo final {
+        QString address;  // DocURL / URI; may be empty
+        QString name;
+    };
+    // `windowIndex` counts from 1 (the active window first); -1 is the last.
+    virtual std::optional<DocumentInfo> document(qint32 processIdentifier, int windowIndex) = 0;
+    // nullopt when the process has no such window.
+    virtual std::optional<QString> windowName(qint32 processIdentifier, int windowIndex) = 0;
+};

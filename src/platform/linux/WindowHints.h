@@ -1,0 +1,27 @@
+#pragma once
+// WindowHints: what a process's top-level window says about its application.
+//
+// The identity resolver needs a window of the process for WM_CLASS and the
+// application-id properties that toolkits set; WindowHintSource gives it
+// one (XcbWindowSystem on X11, a fake in tests) without the resolver
+// knowing about X.
+//
+// Thread: the main thread, like the window system.
+
+#include <QString>
+#include <optional>
+
+struct WindowHints final {
+    QString instance;          // WM_CLASS instance ("xterm", "Navigator")
+    QString className;         // WM_CLASS class ("XTerm", "firefox-esr")
+    QString gtkApplicationId;  // _GTK_APPLICATION_ID
+    QString kdeDesktopFile;    // _KDE_NET_WM_DESKTOP_FILE
+};
+
+class WindowHintSource {
+public:
+    virtual ~WindowHintSource() = default;
+    // Hints of a top-level window owned by the process (the active window
+    // when it is the process's), or nullopt when it has none mapped.
+    virtual std::optional<WindowHints> windowHintsForProcess(qint32 processIdentifier) = 0;
+};

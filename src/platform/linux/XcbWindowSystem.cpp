@@ -1,0 +1,336 @@
+#include "XcbWindowSystem.h"
+
+#include <QLoggingCategory>
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <cstdlib>
+
+// X headers last: they define macros that clash with Qt names.
+#include <xcb/res.h>
+#include <xcb/xcb.h>
+
+Q_LOGGING_CATEGORY(lcXcb, "vorlix.platform.linux.xcb", QtInfoMsg)
+
+namespace {
+
+enum Atom : size_t {
+    kActiveWindow, kWmPid, kNetWmName, kUtf8String, kClientListStacking, kWindowType,
+    kTypeDesktop, kTypeDock, kWmState, kStateHidden, kGtkApplicationId, kKdeDesktopFile,
+    kIcccmWmState, kAtomCount
+};
+constexpr std::array<const char*, kAtomCount> kAtomNames = {
+    "_NET_ACTIVE_WINDOW", "_NET_WM_PID", "_NET_WM_NAME", "UTF8_STRING",
+    "_NET_CLIENT_LIST_STACKING", "_NET_WM_WINDOW_TYPE", "_NET_WM_WINDOW_TYPE_DESKTOP",
+    "_NET_WM_WINDOW_TYPE_DOCK", "_NET_WM_STATE", "_NET_WM_STATE_HIDDEN", "_GTK_APPLICATION_ID",
+    "_KDE_NET_WM_DESKTOP_FILE", "WM_STATE"};
+
+constexpr uint32_t kNameWords = 1024;   // 4 KiB of title is plenty
+constexpr uint32_t kListWords = 4096;   // windows in the stacking list
+
+// Owns one reply; frees it and any error.
+struct PropertyReply final {
+    xcb_get_property_reply_t* reply = nullptr;
+    PropertyReply(xcb_connection_t* c, xcb_get_property_cookie_t cookie) {
+        xcb_generic_error_t* error = nullptr;
+        reply = xcb_get_property_reply(c, cookie, &error);
+        std::free(error);
+    }
+    ~PropertyReply() { std::free(reply); }
+    PropertyReply(const PropertyReply&) = delete;
+    PropertyReply& operator=(const PropertyReply&) = delete;
+
+    int length() const { return reply ? xcb_get_property_value_length(reply) : 0; }
+    const char* bytes() const {
+        return reply ? static_cast<const char*>(xcb_get_property_value(reply)) : nullptr;
+    }
+    bool hasFormat(uint8_t format) const { return reply && reply->format == format && length() > 0; }
+    uint32_t first32() const {
+        return hasFormat(32) ? *static_cast<const uint32_t*>(xcb_get_property_value(reply)) : 0;
+    }
+    std::vector<uint32_t> list32() const {
+        if (!hasFormat(32)) return {};
+        const auto* values = static_cast<const uint32_t*>(xcb_get_property_value(reply));
+        return {values, values + length() / 4};
+    }
+    // WM_NAME of type STRING is Latin-1; everything else is taken as UTF-8.
+    QString text() const {
+        if (!hasFormat(8)) return {};
+        QByteArray raw(bytes(), length());
+        while (raw.endsWith('\0')) raw.chop(1);
+        return reply->type == XCB_ATOM_STRING ? QString::fromLatin1(raw) : QString::fromUtf8(raw);
+    }
+};
+
+// WM_CLASS holds two NUL-terminated strings: instance, then class.
+void splitWmClass(const PropertyReply& wmClass, QString& instance, QString& className) {
+    const QList<QByteArray> parts = QByteArray(wmClass.bytes(), wmClass.length()).split('\0');
+    instance = QString::fromLatin1(parts.value(0));
+    className = QString::fromLatin1(parts.value(1));
+}
+
+bool containsAtom(const std::vector<uint32_t>& atoms, xcb_atom_t atom) {
+    return atom != XCB_NONE && std::find(atoms.begin(), atoms.end(), atom) != atoms.end();
+}
+
+}  // namespace
+
+struct XcbWindowSystem::Private final {
+    xcb_connection_t* connection = nullptr;
+    xcb_window_t root = XCB_NONE;
+    std::array<xcb_atom_t, kAtomCount> atoms{};
+    bool hasResourceExtension = false;
+
+    bool connect(const QByteArray& displayName);
+    xcb_get_property_cookie_t get(xcb_window_t w, xcb_atom_t property, xcb_atom_t type,
+                                  uint32_t words) {
+        return xcb_get_property(connection, 0, w, property, type, 0, words);
+    }
+    xcb_window_t activeWindow();
+    std::vector<xcb_window_t> stackingFrontToBack();
+    QString nameOf(PropertyReply& netWmName, PropertyReply& wmName) {
+        return netWmName.length() > 0 ? netWmName.text() : wmName.text();
+    }
+    std::vector<qint32> resourcePids(const std::vector<xcb_window_t>& windows);
+    xcb_window_t clientWindowBelow(xcb_window_t frame);
+    qint32 pidOf(xcb_window_t window);
+};
+
+bool XcbWindowSystem::Private::connect(const QByteArray& displayName) {
+    int screenNumber = 0;
+    connection = xcb_connect(displayName.isEmpty() ? nullptr : displayName.constData(), &screenNumber);
+    if (xcb_connection_has_error(connection)) {
+        xcb_disconnect(connection);
+        connection = nullptr;
+        return false;
+    }
+    xcb_screen_iterator_t it = xcb_setup_roots_iterator(xcb_get_setup(connection));
+    for (int i = 0; i < screenNumber && it.rem > 0; ++i) xcb_screen_next(&it);
+    root = it.data->root;
+
+    std::array<xcb_intern_atom_cookie_t, kAtomCount> cookies{};
+    for (size_t i = 0; i < kAtomCount; ++i) {
+        cookies[i] = xcb_intern_atom(connection, 0, uint16_t(strlen(kAtomNames[i])), kAtomNames[i]);
+    }
+    for (size_t i = 0; i < kAtomCount; ++i) {
+        xcb_intern_atom_reply_t* reply = xcb_intern_atom_reply(connection, cookies[i], nullptr);
+        atoms[i] = reply ? reply->atom : XCB_NONE;
+        std::free(reply);
+    }
+    const xcb_query_extension_reply_t* res = xcb_get_extension_data(connection, &xcb_res_id);
+    hasResourceExtension = res != nullptr && res->present;
+    return true;
+}
+
+xcb_window_t XcbWindowSystem::Private::activeWindow() {
+    PropertyReply active(connection, get(root, atoms[kActiveWindow], XCB_ATOM_WINDOW, 1));
+    return active.first32();
+}
+
+std::vector<xcb_window_t> XcbWindowSystem::Private::stackingFrontToBack() {
+    PropertyReply list(connection,
+                       get(root, atoms[kClientListStacking], XCB_ATOM_WINDOW, kListWords));
+    std::vector<xcb_window_t> windows = list.list32();
+    std::reverse(windows.begin(), windows.end());
+    return windows;
+}
+
+// The X-Resource extension knows the pid of the client that created each
+// window, also for programs that never set _NET_WM_PID.
+std::vector<qint32> XcbWindowSystem::Private::resourcePids(const std::vector<xcb_window_t>& windows) {
+    std::vector<qint32> pids(windows.size(), 0);
+    if (!hasResourceExtension) return pids;
+    std::vector<xcb_res_query_client_ids_cookie_t> cookies;
+    cookies.reserve(windows.size());
+    for (xcb_window_t w : windows) {
+        xcb_res_client_id_spec_t spec{w, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
+        cookies.push_back(xcb_res_query_client_ids(connection, 1, &spec));
+    }
+    for (size_t i = 0; i < windows.size(); ++i) {
+        xcb_generic_error_t* error = nullptr;
+        xcb_res_query_client_ids_reply_t* reply =
+            xcb_res_query_client_ids_reply(connection, cookies[i], &error);
+        std::free(error);
+        if (reply == nullptr) continue;
+        for (auto it = xcb_res_query_client_ids_ids_iterator(reply); it.rem > 0;
+             xcb_res_client_id_value_next(&it)) {
+            if ((it.data->spec.mask & XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID) != 0 &&
+                xcb_res_client_id_value_value_length(it.data) >= 1) {
+                pids[i] = qint32(*xcb_res_client_id_value_value(it.data));
+                break;
+            }
+        }
+        std::free(reply);
+    }
+    return pids;
+}
+
+// A window manager may name its frame rather than the client; the client is
+// the child that carries the ICCCM WM_STATE property.
+xcb_window_t XcbWindowSystem::Private::clientWindowBelow(xcb_window_t frame) {
+    xcb_query_tree_reply_t* tree =
+        xcb_query_tree_reply(connection, xcb_query_tree(connection, frame), nullptr);
+    if (tree == nullptr) return XCB_NONE;
+    const xcb_window_t* children = xcb_query_tree_children(tree);
+    const int count = xcb_query_tree_children_length(tree);
+    std::vector<xcb_get_property_cookie_t> cookies;
+    for (int i = 0; i < count; ++i) {
+        cookies.push_back(get(children[i], atoms[kIcccmWmState], XCB_GET_PROPERTY_TYPE_ANY, 0));
+    }
+    xcb_window_t client = XCB_NONE;
+    for (int i = 0; i < count; ++i) {
+        PropertyReply state(connection, cookies[size_t(i)]);
+        if (client == XCB_NONE && state.reply && state.reply->type != XCB_NONE) client = children[i];
+    }
+    std::free(tree);
+    return client;
+}
+
+qint32 XcbWindowSystem::Private::pidOf(xcb_window_t window) {
+    PropertyReply pid(connection, get(window, atoms[kWmPid], XCB_ATOM_CARDINAL, 1));
+    if (pid.first32() != 0) return qint32(pid.first32());
+    const xcb_window_t client = clientWindowBelow(window);
+    if (client != XCB_NONE) {
+        PropertyReply clientPid(connection, get(client, atoms[kWmPid], XCB_ATOM_CARDINAL, 1));
+        if (clientPid.first32() != 0) return qint32(clientPid.first32());
+        return resourcePids({client}).front();
+    }
+    return resourcePids({window}).front();
+}
+
+XcbWindowSystem::XcbWindowSystem(const QByteArray& displayName) : d(std::make_unique<Private>()) {
+    if (!d->connect(displayName)) qCInfo(lcXcb) << "no X display; window tracking is off";
+}
+
+XcbWindowSystem::~XcbWindowSystem() {
+    if (d->connection != nullptr) xcb_disconnect(d->connection);
+}
+
+bool XcbWindowSystem::isAvailable() const {
+    return d->connection != nullptr && xcb_connection_has_error(d->connection) == 0;
+}
+
+std::optional<quint64> XcbWindowSystem::activeWindow() {
+    if (!isAvailable()) return std::nullopt;
+    const xcb_window_t window = d->activeWindow();
+    if (window == XCB_NONE) return std::nullopt;
+    return window;
+}
+
+std::optional<qint32> XcbWindowSystem::frontProcessIdentifier() {
+    const std::optional<quint64> window = activeWindow();
+    if (!window) return std::nullopt;
+    const qint32 pid = d->pidOf(xcb_window_t(*window));
+    if (pid <= 0) return std::nullopt;
+    return pid;
+}
+
+std::optional<XcbWindowSystem::FrontWindow> XcbWindowSystem::frontWindow() {
+    const std::optional<quint64> active = activeWindow();
+    if (!active) return std::nullopt;
+    const auto w = xcb_window_t(*active);
+    const auto& atoms = d->atoms;
+    // All four requests go out before the first reply is awaited.
+    const auto pidCookie = d->get(w, atoms[kWmPid], XCB_ATOM_CARDINAL, 1);
+    const auto netNameCookie = d->get(w, atoms[kNetWmName], atoms[kUtf8String], kNameWords);
+    const auto wmNameCookie = d->get(w, XCB_ATOM_WM_NAME, XCB_GET_PROPERTY_TYPE_ANY, kNameWords);
+    const auto classCookie = d->get(w, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, kNameWords);
+    PropertyReply pid(d->connection, pidCookie);
+    PropertyReply netName(d->connection, netNameCookie);
+    PropertyReply wmName(d->connection, wmNameCookie);
+    PropertyReply wmClass(d->connection, classCookie);
+    FrontWindow front;
+    front.windowId = w;
+    front.processIdentifier = qint32(pid.first32());
+    if (front.processIdentifier == 0) front.processIdentifier = d->pidOf(w);
+    front.name = d->nameOf(netName, wmName);
+    splitWmClass(wmClass, front.instance, front.className);
+    return front;
+}
+
+namespace {
+
+// The replies the window list needs for one window.
+struct ListCookies final {
+    xcb_get_property_cookie_t pid, netName, wmName, type, state;
+    xcb_get_window_attributes_cookie_t attributes;
+};
+
+}  // namespace
+
+std::vector<WindowInfo> XcbWindowSystem::windowList() {
+    if (!isAvailable()) return {};
+    const std::vector<xcb_window_t> windows = d->stackingFrontToBack();
+    const auto& atoms = d->atoms;
+    std::vector<ListCookies> cookies;
+    cookies.reserve(windows.size());
+    for (xcb_window_t w : windows) {
+        cookies.push_back({d->get(w, atoms[kWmPid], XCB_ATOM_CARDINAL, 1),
+                           d->get(w, atoms[kNetWmName], atoms[kUtf8String], kNameWords),
+                           d->get(w, XCB_ATOM_WM_NAME, XCB_GET_PROPERTY_TYPE_ANY, kNameWords),
+                           d->get(w, atoms[kWindowType], XCB_ATOM_ATOM, 32),
+                           d->get(w, atoms[kWmState], XCB_ATOM_ATOM, 32),
+                           xcb_get_window_attributes(d->connection, w)});
+    }
+    std::vector<WindowInfo> list;
+    std::vector<xcb_window_t> withoutPid;
+    for (size_t i = 0; i < windows.size(); ++i) {
+        PropertyReply pid(d->connection, cookies[i].pid);
+        PropertyReply netName(d->connection, cookies[i].netName);
+        PropertyReply wmName(d->connection, cookies[i].wmName);
+        PropertyReply type(d->connection, cookies[i].type);
+        PropertyReply state(d->connection, cookies[i].state);
+        xcb_get_window_attributes_reply_t* attributes =
+            xcb_get_window_attributes_reply(d->connection, cookies[i].attributes, nullptr);
+        const bool viewable = attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE;
+        std::free(attributes);
+        const std::vector<uint32_t> types = type.list32();
+        if (!viewable || containsAtom(types, atoms[kTypeDesktop]) ||
+            containsAtom(types, atoms[kTypeDock]) ||
+            containsAtom(state.list32(), atoms[kStateHidden])) {
+            continue;
+        }
+        WindowInfo info;
+        info.windowId = windows[i];
+        info.ownerProcessIdentifier = qint32(pid.first32());
+        info.name = d->nameOf(netName, wmName);
+        if (info.ownerProcessIdentifier == 0) withoutPid.push_back(windows[i]);
+        list.push_back(info);
+    }
+    if (!withoutPid.empty()) {
+        const std::vector<qint32> pids = d->resourcePids(withoutPid);
+        for (WindowInfo& info : list) {
+            const auto at = std::find(withoutPid.begin(), withoutPid.end(), info.windowId);
+            if (at != withoutPid.end()) info.ownerProcessIdentifier = pids[size_t(at - withoutPid.begin())];
+        }
+    }
+    return list;
+}
+
+std::optional<WindowHints> XcbWindowSystem::windowHints(quint64 windowId) {
+    if (!isAvailable()) return std::nullopt;
+    const auto w = xcb_window_t(windowId);
+    const auto& atoms = d->atoms;
+    const auto classCookie = d->get(w, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, kNameWords);
+    const auto gtkCookie = d->get(w, atoms[kGtkApplicationId], XCB_GET_PROPERTY_TYPE_ANY, kNameWords);
+    const auto kdeCookie = d->get(w, atoms[kKdeDesktopFile], XCB_GET_PROPERTY_TYPE_ANY, kNameWords);
+    PropertyReply wmClass(d->connection, classCookie);
+    PropertyReply gtk(d->connection, gtkCookie);
+    PropertyReply kde(d->connection, kdeCookie);
+    if (wmClass.reply == nullptr) return std::nullopt;  // the window is gone
+    WindowHints hints;
+    splitWmClass(wmClass, hints.instance, hints.className);
+    hints.gtkApplicationId = gtk.text();
+    hints.kdeDesktopFile = kde.text();
+    return hints;
+}
+
+std::optional<WindowHints> XcbWindowSystem::windowHintsForProcess(qint32 processIdentifier) {
+    if (!isAvailable() || processIdentifier <= 0) return std::nullopt;
+    const std::optional<FrontWindow> front = frontWindow();
+    if (front && front->processIdentifier == processIdentifier) return windowHints(front->windowId);
+    for (const WindowInfo& info : windowList()) {
+        if (info.ownerProcessIdentifier == processIdentifier) return windowHints(info.windowId);
+    }
+    return std::nullopt;
+}

@@ -1,0 +1,60 @@
+#pragma once
+// XcbWindowSystem: the front window and the window list from an EWMH
+// window manager over one long-lived X connection.
+//
+// The active window is the root's _NET_ACTIVE_WINDOW; its process is
+// _NET_WM_PID, else the X-Resource extension's client pid (for clients that
+// do not set the property), after walking from a frame down to the client
+// window if the window manager named a frame. Names are _NET_WM_NAME
+// (UTF-8) else WM_NAME. The window list is _NET_CLIENT_LIST_STACKING read
+// back to front and reversed, keeping viewable windows that are neither
+// DESKTOP nor DOCK windows nor _NET_WM_STATE_HIDDEN (minimised windows stay
+// in the stacking list). Requests of one step are sent together and their
+// replies collected afterwards, so a poll costs two round trips.
+//
+// An active window of 0, which window managers write for an instant
+// between two focus changes, is reported as no front process (a gap), not
+// as a switch to nothing.
+//
+// Thread: the thread that created it (the main thread). Owns the X
+// connection; not copyable.
+
+#include <QByteArray>
+#include <memory>
+
+#include "WindowHints.h"
+#include "WindowSystem.h"
+
+class XcbWindowSystem final : public WindowSystem, public WindowHintSource {
+public:
+    // An empty display name means $DISPLAY.
+    explicit XcbWindowSystem(const QByteArray& displayName = {});
+    ~XcbWindowSystem() override;
+    XcbWindowSystem(const XcbWindowSystem&) = delete;
+    XcbWindowSystem& operator=(const XcbWindowSystem&) = delete;
+
+    bool isAvailable() const override;
+    std::optional<qint32> frontProcessIdentifier() override;
+    std::optional<quint64> activeWindow() override;
+    std::vector<WindowInfo> windowList() override;
+    std::optional<WindowHints> windowHintsForProcess(qint32 processIdentifier) override;
+
+    // One look at the front window: id, process, name and WM_CLASS in two
+    // round trips. nullopt when no window is active.
+    struct FrontWindow final {
+        quint64 windowId = 0;
+        qint32 processIdentifier = 0;  // 0 when unknown
+        QString name;
+        QString instance;
+        QString className;
+    };
+    std::optional<FrontWindow> frontWindow();
+
+    // WM_CLASS, _GTK_APPLICATION_ID and _KDE_NET_WM_DESKTOP_FILE of one
+    // window; nullopt when the window is gone.
+    std::optional<WindowHints> windowHints(quint64 windowId);
+
+private:
+    struct Private;
+    std::unique_ptr<Private> d;
+};

@@ -1,0 +1,134 @@
+#pragma once
+// DisposableDesktop: a throw-away X11 desktop for integration tests.
+//
+// Starts, inside a fresh temporary state folder, everything a real session
+// has and nothing of the user's: an isolated HOME/XDG folders/TMPDIR with
+// LANG=C.UTF-8, an Xvfb display (number chosen by Xvfb), a private session
+// bus, the accessibility bus (switched on) and the openbox window manager.
+// Programs started through it run with that environment, each in a new
+// session; the destructor signals exactly the processes of those sessions,
+// and any that left them but carry the desktop's marker variable (TERM,
+// then KILL after 2 s), and removes the state folder. Nothing is left
+// behind, and nothing outside the state folder is written. If a test
+// process is killed before it can clean up, the next desktop started on the
+// machine stops what that process left (its children carry the owner's pid).
+//
+// Usage (CTest runs each test in its own process, so one desktop per
+// process; see tests/platform/DesktopTestSupport.cpp for a complete one):
+//
+//   std::unique_ptr<DisposableDesktop> g_desktop;
+//   QString g_whyNot;
+//   int main(int argc, char** argv) {
+//       ::testing::InitGoogleTest(&argc, argv);
+//       if (!::testing::GTEST_FLAG(list_tests)) {      // not for test discovery
+//           g_desktop = DisposableDesktop::start(&g_whyNot);
+//           if (g_desktop) g_desktop->applyToThisProcess();  // before any X/D-Bus client
+//       }
+//       QCoreApplication application(argc, argv);
+//       const int status = RUN_ALL_TESTS();
+//       g_desktop.reset();                              // stops everything
+//       return status;
+//   }
+//   TEST(Something, Works) {
+//       if (!g_desktop) GTEST_SKIP() << qPrintable(g_whyNot);
+//       const qint64 pid = g_desktop->startXterm();
+//       const auto window = g_desktop->waitForWindowOfProcess(pid, 20000);
+//       ASSERT_TRUE(window && g_desktop->activateWindow(*window));
+//       ...
+//       g_desktop->stopProgram(pid);
+//   }
+//
+// Browsers start with accessibility forced on (a loaded machine otherwise
+// answers their start-up question too late) and with a dead proxy, so only
+// pages from startHttpServer load.
+//
+// A missing tool makes `start` (or a start* helper) fail with a reason;
+// tests then GTEST_SKIP. Timeouts are generous; waits poll every 20 ms.
+//
+// Thread: the test's main thread.
+
+#include <QByteArray>
+#include <QProcessEnvironment>
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+#include <QUrl>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <set>
+#include <vector>
+
+class DisposableDesktop final {
+public:
+    // nullptr, with the reason in `whyNot`, when a tool is missing or a part
+    // did not come up.
+    static std::unique_ptr<DisposableDesktop> start(QString* whyNot);
+    ~DisposableDesktop();
+    DisposableDesktop(const DisposableDesktop&) = delete;
+    DisposableDesktop& operator=(const DisposableDesktop&) = delete;
+
+    QString stateDir() const { return m_state.path(); }
+    QString display() const { return m_display; }
+    QString sessionBusAddress() const { return m_busAddress; }
+    QProcessEnvironment environment() const { return m_environment; }
+    qint64 xServerProcessIdentifier() const { return m_xServer; }
+
+    // Gives this process the desktop's environment (DISPLAY, session bus,
+    // HOME, XDG folders, TMPDIR, LANG), so in-process X, D-Bus and AT-SPI
+    // clients use it. Call before any of them connects.
+    void applyToThisProcess() const;
+
+    // Starts a program in a new session with the desktop's environment;
+    // output goes to logs/<name>.log in the state folder. -1 on failure.
+    qint64 startProgram(const QString& program, const QStringList& arguments);
+    qint64 startXterm(const QStringList& arguments = {});
+    qint64 startChromium(const QString& url);
+    // Opens another tab in the running Chromium (same profile).
+    bool openChromiumTab(const QString& url);
+    // Opens the pages as tabs of a fresh profile.
+    qint64 startFirefox(const QStringList& urls);
+    qint64 startMousepad(const QString& file);
+    qint64 startGedit(const QString& file);
+    // Serves `folder` over HTTP on 127.0.0.1; an empty URL on failure.
+    QUrl startHttpServer(const QString& folder);
+    // Stops one started program with everything in its session.
+    void stopProgram(qint64 processIdentifier);
+
+    // Runs a short tool (xdotool, xprop, ...) in the desktop and waits.
+    bool run(const QString& program, const QStringList& arguments, QByteArray* output = nullptr,
+             int timeoutMs = 5000) const;
+    // A visible top-level window whose _NET_WM_PID is the process.
+    std::optional<quint64> waitForWindowOfProcess(qint64 processIdentifier, int timeoutMs) const;
+    // A visible window whose name contains `text`.
+    std::optional<quint64> waitForWindowNamed(const QString& text, int timeoutMs) const;
+    bool activateWindow(quint64 window) const;
+
+    static bool waitUntil(const std::function<bool()>& condition, int timeoutMs, int stepMs = 20);
+    // The first of `tools` not found on PATH, or an empty string.
+    static QString missingTool(const QStringList& tools);
+
+private:
+    DisposableDesktop();
+    bool prepareFolders(QString* whyNot);
+    bool startXvfb(QString* whyNot);
+    bool startSessionBus(QString* whyNot);
+    bool startAccessibilityBus(QString* whyNot);
+    bool startWindowManager(QString* whyNot);
+    // Spawns with `fd` (1 or 3) of the child connected to a pipe whose
+    // first line is returned in `firstLine`.
+    qint64 spawn(const QString& program, const QStringList& arguments, int pipeFd,
+                 QByteArray* firstLine, int timeoutMs);
+    void stopSessions(const std::set<qint64>& sessions, const QByteArray& marker);
+
+    QTemporaryDir m_state;
+    QProcessEnvironment m_environment;
+    QString m_display;
+    qint64 m_xServer = -1;
+    QString m_busAddress;
+    std::set<qint64> m_sessions;      // = the pids we spawned, each a session leader
+    QByteArray m_marker;              // "VORLIX_DISPOSABLE_DESKTOP=<state folder>"
+    std::vector<int> m_openFds;       // pipe ends kept open so children never get SIGPIPE
+    int m_chromiumProfiles = 0;
+    QString m_chromiumProfile;
+};

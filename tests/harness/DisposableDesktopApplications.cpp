@@ -1,0 +1,99 @@
+// The applications and the web server a disposable desktop can start; the
+// desktop itself is in DisposableDesktop.cpp.
+
+#include <QDir>
+#include <QFile>
+
+#include "DisposableDesktop.h"
+
+namespace {
+
+constexpr int kStartTimeoutMs = 15000;
+
+}  // namespace
+
+qint64 DisposableDesktop::startXterm(const QStringList& arguments) {
+    return startProgram(QStringLiteral("xterm"), arguments);
+}
+
+// Flags that keep Chromium quiet and on this machine: a fresh profile, no
+// background traffic, and a dead proxy for everything but loopback (which
+// Chromium never sends through a proxy unless told "<-loopback>").
+qint64 DisposableDesktop::startChromium(const QString& url) {
+    m_chromiumProfile = m_state.path() + QStringLiteral("/chromium-%1").arg(++m_chromiumProfiles);
+    QDir().mkpath(m_chromiumProfile);
+    // As with Firefox: do not depend on the desktop answering Chromium's
+    // accessibility question in time on a loaded machine.
+    m_environment.insert(QStringLiteral("ACCESSIBILITY_ENABLED"), QStringLiteral("1"));
+    const qint64 pid = startProgram(
+        QStringLiteral("chromium"),
+        {QStringLiteral("--no-sandbox"), QStringLiteral("--disable-gpu"), QStringLiteral("--no-first-run"),
+         QStringLiteral("--disable-background-networking"), QStringLiteral("--disable-component-update"),
+         QStringLiteral("--disable-sync"), QStringLiteral("--user-data-dir=") + m_chromiumProfile,
+         QStringLiteral("--proxy-server=127.0.0.1:9"), QStringLiteral("--force-renderer-accessibility"), url});
+    m_environment.remove(QStringLiteral("ACCESSIBILITY_ENABLED"));
+    return pid;
+}
+
+bool DisposableDesktop::openChromiumTab(const QString& url) {
+    if (m_chromiumProfile.isEmpty()) return false;
+    return run(QStringLiteral("chromium"),
+               {QStringLiteral("--no-sandbox"), QStringLiteral("--user-data-dir=") + m_chromiumProfile,
+                url},
+               nullptr, 15000);
+}
+
+qint64 DisposableDesktop::startFirefox(const QStringList& urls) {
+    const QString profile = m_state.path() + QStringLiteral("/firefox-profile");
+    QDir().mkpath(profile);
+    QFile prefs(profile + QStringLiteral("/user.js"));
+    if (!prefs.open(QIODevice::WriteOnly)) return -1;
+    prefs.write(
+        "user_pref(\"network.proxy.type\", 1);\n"
+        "user_pref(\"network.proxy.http\", \"127.0.0.1\");\n"
+        "user_pref(\"network.proxy.http_port\", 9);\n"
+        "user_pref(\"network.proxy.ssl\", \"127.0.0.1\");\n"
+        "user_pref(\"network.proxy.ssl_port\", 9);\n"
+        "user_pref(\"network.proxy.socks\", \"127.0.0.1\");\n"
+        "user_pref(\"network.proxy.socks_port\", 9);\n"
+        "user_pref(\"network.proxy.no_proxies_on\", \"127.0.0.1\");\n"
+        "user_pref(\"network.proxy.allow_hijacking_localhost\", false);\n"
+        "user_pref(\"browser.shell.checkDefaultBrowser\", false);\n"
+        "user_pref(\"browser.startup.homepage_override.mstone\", \"ignore\");\n"
+        "user_pref(\"datareporting.policy.dataSubmissionEnabled\", false);\n"
+        "user_pref(\"toolkit.telemetry.reportingpolicy.firstRun\", false);\n"
+        "user_pref(\"app.update.enabled\", false);\n"
+        "user_pref(\"browser.aboutwelcome.enabled\", false);\n");
+    prefs.close();
+    // Firefox asks the desktop whether accessibility is on with a short
+    // time-out of its own and stays off when a loaded machine answers late:
+    // tell it directly.
+    m_environment.insert(QStringLiteral("GNOME_ACCESSIBILITY"), QStringLiteral("1"));
+    const qint64 pid = startProgram(
+        QStringLiteral("firefox-esr"),
+        QStringList{QStringLiteral("--no-remote"), QStringLiteral("--profile"), profile} + urls);
+    m_environment.remove(QStringLiteral("GNOME_ACCESSIBILITY"));
+    return pid;
+}
+
+qint64 DisposableDesktop::startMousepad(const QString& file) {
+    return startProgram(QStringLiteral("mousepad"), {file});
+}
+
+qint64 DisposableDesktop::startGedit(const QString& file) {
+    return startProgram(QStringLiteral("gedit"), {QStringLiteral("--standalone"), file});
+}
+
+QUrl DisposableDesktop::startHttpServer(const QString& folder) {
+    QByteArray line;
+    const qint64 pid = spawn(QStringLiteral("python3"),
+                             {QStringLiteral("-u"), QStringLiteral("-m"), QStringLiteral("http.server"),
+                              QStringLiteral("--bind"), QStringLiteral("127.0.0.1"),
+                              QStringLiteral("--directory"), folder, QStringLiteral("0")},
+                             1, &line, kStartTimeoutMs);
+    // "Serving HTTP on 127.0.0.1 port 41234 (http://127.0.0.1:41234/) ..."
+    const qsizetype at = line.indexOf(" port ");
+    if (pid < 0 || at < 0) return {};
+    const int port = line.mid(at + 6).split(' ').value(0).toInt();
+    return QUrl(QStringLiteral("http://127.0.0.1:%1/").arg(port));
+}

@@ -1,0 +1,67 @@
+// The desktop tests' shared objects and main(): the desktop starts before
+// anything connects to X or a bus, and stops after the last test.
+
+#include "DesktopTestSupport.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+
+std::unique_ptr<DisposableDesktop> g_desktop;
+QString g_whyNoDesktop;
+
+XcbWindowSystem& windows() {
+    static XcbWindowSystem instance;
+    return instance;
+}
+
+AtspiAccessibilityProvider& accessibility() {
+    static AtspiAccessibilityProvider instance;
+    return instance;
+}
+
+// Pages served from 127.0.0.1 for the browser tests.
+QUrl site() {
+    static QUrl url;
+    if (!url.isEmpty()) return url;
+    const QString folder = g_desktop->stateDir() + QStringLiteral("/site");
+    QDir().mkpath(folder);
+    for (const char* page : {"one", "two", "three", "four"}) {
+        QFile file(folder + QLatin1Char('/') + QLatin1String(page) + QStringLiteral(".html"));
+        if (file.open(QIODevice::WriteOnly)) {
+            file.write(QByteArray("<html><head><title>page ") + page + "</title></head><body><p>" +
+                       page + "</p></body></html>");
+        }
+    }
+    url = g_desktop->startHttpServer(folder);
+    return url;
+}
+
+QString page(const char* name) {
+    return site().resolved(QUrl(QLatin1String(name) + QStringLiteral(".html"))).toString();
+}
+
+qint64 startTitledXterm(const QString& title) {
+    return g_desktop->startXterm({QStringLiteral("-T"), title, QStringLiteral("-e"),
+                                  QStringLiteral("sleep"), QStringLiteral("600")});
+}
+
+bool waitForFrontProcess(qint64 pid) {
+    return DisposableDesktop::waitUntil(
+        [pid] { return windows().frontProcessIdentifier() == std::optional<qint32>(qint32(pid)); },
+        5000);
+}
+
+int main(int argc, char** argv) {
+    ::testing::InitGoogleTest(&argc, argv);
+    // Test discovery only lists the tests: no desktop for that.
+    if (!::testing::GTEST_FLAG(list_tests)) {
+        g_desktop = DisposableDesktop::start(&g_whyNoDesktop);
+        if (g_desktop) g_desktop->applyToThisProcess();
+    }
+    QCoreApplication application(argc, argv);
+    const int status = RUN_ALL_TESTS();
+    g_desktop.reset();
+    return status;
+}
+
