@@ -50,7 +50,7 @@ void TRASContext::unlinkFromOwner(TRASObject* object) {
     if (object->m_entity == TRASEntity::PathComponent) {
         auto* node = static_cast<TRASPathComponent*>(object);
         if (node->m_pathParent.resolved && node->m_pathParent.object)
-            node->m_pathParent.object->removeChild(node);
+            node->m_pathParent.object->removeChild(node, false);
     } else if (object->m_entity == TRASEntity::HourlyEvent) {
         auto* event = static_cast<TRASHourlyEvent*>(object);
         if (event->m_lastPathComponent.resolved && event->m_lastPathComponent.object)

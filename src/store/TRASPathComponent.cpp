@@ -82,11 +82,11 @@ void TRASPathComponent::setPathParent(TRASPathComponent* parent) {
     didChange(kPathParent);
 }
 
-void TRASPathComponent::removeChild(TRASPathComponent* child) {
+void TRASPathComponent::removeChild(TRASPathComponent* child, bool markChange) {
     auto it = std::find(m_children.begin(), m_children.end(), child);
     if (it == m_children.end()) return;
     m_children.erase(it);
-    if (child->context() == context() && !child->isDeleted()) didChange(0);
+    if (markChange) didChange(0);
 }
 
 void TRASPathComponent::removeHourlyEvent(TRASHourlyEvent* event) {

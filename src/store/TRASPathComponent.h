@@ -105,7 +105,8 @@ private:
     void nullifyRelationships(bool markChanges) override;
 
     void moveDateBound(double seconds, bool start);
-    void removeChild(TRASPathComponent* child);
+    // markChange: false when the other program moved or removed the child.
+    void removeChild(TRASPathComponent* child, bool markChange = true);
     void removeHourlyEvent(TRASHourlyEvent* event);
     void removeEvent(TRASEvent* event);
 
