@@ -141,6 +141,7 @@ void benchFiveYearStore(const QString& keepIn) {
     }
     bench::print("five_year_today_sum_median", bench::median(todayRuns) / 1000.0, "ms");
 
+    bench::print("five_year_resident_memory_before_nodes", residentMiB(), "MiB");
     start = bench::Clock::now();
     store.filterEventsBetweenDate({});
     bench::print("five_year_full_aggregation_first_with_node_load", bench::microsecondsSince(start) / 1000.0, "ms");

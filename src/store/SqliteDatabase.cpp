@@ -115,6 +115,7 @@ std::optional<TRError> SqliteDatabase::open(const QString& path, Mode mode) {
 }
 
 void SqliteDatabase::close() {
+    m_keyed.clear();
     m_cache.clear();
     if (m_db) sqlite3_close_v2(m_db);
     m_db = nullptr;

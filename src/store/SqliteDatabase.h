@@ -74,6 +74,19 @@ public:
     // Returns nullptr on a preparation error (see lastError()).
     SqliteStatement* cached(const char* sql);
     SqliteStatement* cached(const QString& sql) { return cached(sql.toUtf8().constData()); }
+    // A statement kept under a number chosen by the caller, so SQL that is
+    // put together at run time is built once: `build` runs on the first call.
+    template <class Build>
+    SqliteStatement* cachedByKey(quint64 key, Build build) {
+        auto it = m_keyed.find(key);
+        if (it != m_keyed.end()) {
+            it->second->reset();
+            return it->second;
+        }
+        SqliteStatement* stmt = cached(build());
+        if (stmt) m_keyed.emplace(key, stmt);
+        return stmt;
+    }
     // A one-off statement, for SQL built at run time.
     std::unique_ptr<SqliteStatement> prepare(const QString& sql);
 
@@ -89,4 +102,5 @@ public:
 private:
     sqlite3* m_db = nullptr;
     std::unordered_map<std::string, std::unique_ptr<SqliteStatement>> m_cache;
+    std::unordered_map<quint64, SqliteStatement*> m_keyed;
 };

@@ -174,12 +174,18 @@ std::optional<TRError> TRASApplication::insertRow(SqliteDatabase& db) {
 std::optional<TRError> TRASApplication::updateRow(SqliteDatabase& db) {
     static const char* const kColumns[] = {"bundleIdentifier", "executableName", "title",
                                            "applescriptTrackingDisabled", "cachedIcon", "pathRoot"};
-    QStringList sets;
-    for (int i = 0; i < 6; ++i) {
-        if (isDirty(1u << i)) sets.append(QStringLiteral("%1 = ?%2").arg(QLatin1String(kColumns[i])).arg(i + 2));
-    }
-    SqliteStatement* stmt = db.cached(
-        QStringLiteral("UPDATE Application SET %1 WHERE id = ?1").arg(sets.join(QLatin1String(", "))));
+    const std::uint32_t mask = dirtyMask() & 0x3Fu;
+    if (mask == 0) return std::nullopt;
+    SqliteStatement* stmt = db.cachedByKey(
+        TRASContext::statementKey(TRASContext::StatementKind::UpdateApplication, mask), [mask] {
+            QStringList sets;
+            for (int i = 0; i < 6; ++i) {
+                if (mask & (1u << i))
+                    sets.append(QStringLiteral("%1 = ?%2").arg(QLatin1String(kColumns[i])).arg(i + 2));
+            }
+            return QStringLiteral("UPDATE Application SET %1 WHERE id = ?1")
+                .arg(sets.join(QLatin1String(", ")));
+        });
     if (!stmt) return db.lastError();
     stmt->bind(1, primaryKey());
     if (isDirty(kBundleIdentifier)) stmt->bind(2, m_bundleIdentifier);

@@ -142,8 +142,9 @@ TRASObject* TRASContext::readRow(TRASEntity entity, const SqliteStatement& row) 
 TRASObject* TRASContext::loadById(TRASEntity entity, qint64 id) {
     if (TRASObject* existing = registered(entity, id)) return existing;
     if (id <= 0) return nullptr;
-    SqliteStatement* stmt = m_db.cached(QString::fromLatin1(selectSql(entity)) +
-                                        QStringLiteral(" WHERE id = ?1"));
+    SqliteStatement* stmt = m_db.cachedByKey(
+        statementKey(StatementKind::SelectById, quint64(slot(entity))),
+        [entity] { return QString::fromLatin1(selectSql(entity)) + QStringLiteral(" WHERE id = ?1"); });
     if (!stmt) return nullptr;
     stmt->bind(1, id);
     TRASObject* object = stmt->step() ? readRow(entity, *stmt) : nullptr;
@@ -210,9 +211,12 @@ TRASApplication* TRASContext::fetchApplication(const char* column, const QString
         auto* app = static_cast<TRASApplication*>(object);
         if (columnValue(app).first == value) return app;
     }
-    SqliteStatement* stmt =
-        m_db.cached(QString::fromLatin1(selectSql(TRASEntity::Application)) +
-                    QStringLiteral(" WHERE %1 = ?1 ORDER BY id").arg(QLatin1String(column)));
+    const quint64 which = column[0] == 'b' ? 0 : column[0] == 'e' ? 1 : 2;
+    SqliteStatement* stmt = m_db.cachedByKey(
+        statementKey(StatementKind::SelectApplicationBy, which), [column] {
+            return QString::fromLatin1(selectSql(TRASEntity::Application)) +
+                   QStringLiteral(" WHERE %1 = ?1 ORDER BY id").arg(QLatin1String(column));
+        });
     if (!stmt) return nullptr;
     stmt->bind(1, value);
     TRASApplication* found = nullptr;
@@ -271,8 +275,9 @@ std::vector<TRASHourlyEvent*> TRASContext::fetchSavedHourlyEvents(const QString&
 void TRASContext::loadChildren(TRASPathComponent* node) {
     if (node->m_childrenLoaded) return;
     node->m_childrenLoaded = true;
-    SqliteStatement* stmt = m_db.cached(QString::fromLatin1(selectSql(TRASEntity::PathComponent)) +
-                                        QStringLiteral(" WHERE pathParent = ?1"));
+    SqliteStatement* stmt = m_db.cachedByKey(statementKey(StatementKind::SelectChildren, 0), [] {
+        return QString::fromLatin1(selectSql(TRASEntity::PathComponent)) + QStringLiteral(" WHERE pathParent = ?1");
+    });
     if (!stmt) return;
     stmt->bind(1, node->primaryKey());
     while (stmt->step()) {
@@ -290,8 +295,9 @@ void TRASContext::loadChildren(TRASPathComponent* node) {
 void TRASContext::loadHourlyEvents(TRASPathComponent* node) {
     if (node->m_hourlyEventsLoaded) return;
     node->m_hourlyEventsLoaded = true;
-    SqliteStatement* stmt = m_db.cached(QString::fromLatin1(selectSql(TRASEntity::HourlyEvent)) +
-                                        QStringLiteral(" WHERE lastPathComponent = ?1"));
+    SqliteStatement* stmt = m_db.cachedByKey(statementKey(StatementKind::SelectHourlyEvents, 0), [] {
+        return QString::fromLatin1(selectSql(TRASEntity::HourlyEvent)) + QStringLiteral(" WHERE lastPathComponent = ?1");
+    });
     if (!stmt) return;
     stmt->bind(1, node->primaryKey());
     while (stmt->step()) {
@@ -308,8 +314,9 @@ void TRASContext::loadHourlyEvents(TRASPathComponent* node) {
 void TRASContext::loadEvents(TRASPathComponent* node) {
     if (node->m_eventsLoaded) return;
     node->m_eventsLoaded = true;
-    SqliteStatement* stmt = m_db.cached(QString::fromLatin1(selectSql(TRASEntity::Event)) +
-                                        QStringLiteral(" WHERE lastPathComponent = ?1"));
+    SqliteStatement* stmt = m_db.cachedByKey(statementKey(StatementKind::SelectEvents, 0), [] {
+        return QString::fromLatin1(selectSql(TRASEntity::Event)) + QStringLiteral(" WHERE lastPathComponent = ?1");
+    });
     if (!stmt) return;
     stmt->bind(1, node->primaryKey());
     while (stmt->step()) {

@@ -107,6 +107,14 @@ public:
 
     // The SELECT of all columns of the entity's table, without a WHERE.
     static const char* selectSql(TRASEntity entity);
+    // Keys for SqliteDatabase::cachedByKey, one range per kind of statement.
+    enum class StatementKind : quint64 {
+        SelectById = 1, SelectApplicationBy, SelectChildren, SelectHourlyEvents, SelectEvents,
+        Delete, UpdatePathComponent, UpdateApplication,
+    };
+    static quint64 statementKey(StatementKind kind, quint64 detail) {
+        return (quint64(kind) << 32) | detail;
+    }
 
     // For TRASObject::didChange.
     void markUpdated(TRASObject* object);

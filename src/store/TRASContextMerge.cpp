@@ -85,8 +85,10 @@ void TRASContext::linkToOwner(TRASObject* object) {
 }
 
 void TRASContext::refresh(TRASObject* object) {
-    SqliteStatement* stmt = m_db.cached(QString::fromLatin1(selectSql(object->m_entity)) +
-                                        QStringLiteral(" WHERE id = ?1"));
+    const TRASEntity entity = object->m_entity;
+    SqliteStatement* stmt = m_db.cachedByKey(
+        statementKey(StatementKind::SelectById, quint64(entity)),
+        [entity] { return QString::fromLatin1(selectSql(entity)) + QStringLiteral(" WHERE id = ?1"); });
     if (!stmt) return;
     stmt->bind(1, object->m_primaryKey);
     if (stmt->step()) {

@@ -80,8 +80,11 @@ std::optional<TRError> TRASContext::writeChanges() {
     }
     for (TRASObject* object : m_deleted) {
         if (error || object->m_primaryKey == 0) continue;
-        SqliteStatement* stmt = m_db.cached(
-            QStringLiteral("DELETE FROM %1 WHERE id = ?1").arg(tableOf(object->m_entity)));
+        const TRASEntity entity = object->m_entity;
+        SqliteStatement* stmt =
+            m_db.cachedByKey(statementKey(StatementKind::Delete, quint64(entity)), [entity] {
+                return QStringLiteral("DELETE FROM %1 WHERE id = ?1").arg(tableOf(entity));
+            });
         if (!stmt) {
             error = m_db.lastError();
             break;

@@ -264,13 +264,18 @@ std::optional<TRError> TRASPathComponent::updateRow(SqliteDatabase& db) {
     static const char* const kColumns[] = {"value", "pathLevel", "startDateOfChildren",
                                            "stopDateOfChildren", "cachedIcon", "application",
                                            "pathParent"};
-    QStringList sets;
-    for (int i = 0; i < 7; ++i) {
-        if (isDirty(1u << i))
-            sets.append(QStringLiteral("%1 = ?%2").arg(QLatin1String(kColumns[i])).arg(i + 2));
-    }
-    SqliteStatement* stmt = db.cached(QStringLiteral("UPDATE PathComponent SET %1 WHERE id = ?1")
-                                          .arg(sets.join(QLatin1String(", "))));
+    const std::uint32_t mask = dirtyMask() & 0x7Fu;
+    if (mask == 0) return std::nullopt;
+    SqliteStatement* stmt = db.cachedByKey(
+        TRASContext::statementKey(TRASContext::StatementKind::UpdatePathComponent, mask), [mask] {
+            QStringList sets;
+            for (int i = 0; i < 7; ++i) {
+                if (mask & (1u << i))
+                    sets.append(QStringLiteral("%1 = ?%2").arg(QLatin1String(kColumns[i])).arg(i + 2));
+            }
+            return QStringLiteral("UPDATE PathComponent SET %1 WHERE id = ?1")
+                .arg(sets.join(QLatin1String(", ")));
+        });
     if (!stmt) return db.lastError();
     stmt->bind(1, primaryKey());
     if (isDirty(kValue)) stmt->bind(2, m_value);
