@@ -201,15 +201,17 @@ TRASApplication* TRASContext::fetchApplication(const char* column, const QString
             return {app->executableName(), TRASApplication::kExecutableName};
         return {app->title(), TRASApplication::kTitle};
     };
-    for (TRASObject* object : m_inserted) {
-        if (object->m_entity != TRASEntity::Application) continue;
-        auto* app = static_cast<TRASApplication*>(object);
-        if (columnValue(app).first == value) return app;
-    }
-    for (TRASObject* object : m_updated) {
-        if (object->m_entity != TRASEntity::Application) continue;
-        auto* app = static_cast<TRASApplication*>(object);
-        if (columnValue(app).first == value) return app;
+    // As in SQL, a missing value equals nothing, not even an empty one.
+    auto matches = [&](TRASApplication* app) {
+        const QString current = columnValue(app).first;
+        return !current.isNull() && !value.isNull() && current == value;
+    };
+    for (const auto* set : {&m_inserted, &m_updated}) {
+        for (TRASObject* object : *set) {
+            if (object->m_entity != TRASEntity::Application) continue;
+            auto* app = static_cast<TRASApplication*>(object);
+            if (matches(app)) return app;
+        }
     }
     const quint64 which = column[0] == 'b' ? 0 : column[0] == 'e' ? 1 : 2;
     SqliteStatement* stmt = m_db.cachedByKey(

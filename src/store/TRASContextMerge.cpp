@@ -27,7 +27,8 @@ void TRASContext::merge(const QStringList& inserted, const QStringList& updated,
             notFound->append(uri);
             continue;
         }
-        if (TRASObject* object = registered(entity, id)) refresh(object);
+        TRASObject* object = registered(entity, id);
+        if (object && !object->m_deleted) refresh(object);
     }
     for (const QString& uri : deleted) {
         if (!parseUri(uri, &entity, &id)) {

@@ -32,6 +32,8 @@ std::optional<TRError> TRASContext::save(TRASSaveResult* result) {
 }
 
 void TRASContext::runCleanupRules() {
+    // Anything a failed attempt dirtied is in the changed set by now.
+    m_dirtiedByCleanup.clear();
     std::vector<TRASObject*> changed;
     changed.reserve(m_inserted.size() + m_updated.size());
     changed.insert(changed.end(), m_inserted.begin(), m_inserted.end());

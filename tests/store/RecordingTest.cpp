@@ -174,3 +174,19 @@ TEST_F(StoreTest, AsksTheBlacklistOncePerRecording) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(StoreTest, EmptyIdentifierDoesNotMatchAMissingOne) {
+    TRASApplication* noId = TRASApplication::applicationWithBundleIdentifier(
+        store(), QString(), QStringLiteral("/usr/bin/x"), QStringLiteral("X"), true);
+    TRASApplication* emptyId = TRASApplication::applicationWithBundleIdentifier(
+        store(), QLatin1String(""), QString(), QStringLiteral("Y"), true);
+    EXPECT_NE(noId, emptyId);
+    store().save();
+    EXPECT_EQ(TRASApplication::applicationWithBundleIdentifier(store(), QLatin1String(""), QString(),
+                                                               QStringLiteral("Z"), false),
+              emptyId);
+}
+
+}  // namespace
