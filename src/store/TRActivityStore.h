@@ -144,6 +144,8 @@ private:
     void announceSave(const TRASSaveResult& result);
     QStringList componentsForActivity(const TRActivity& activity);
     QString filterSql(const TRASEventFilter& filter) const;
+    static bool coversMostRecordedTime(const TRASEventFilter& filter,
+                                       const std::vector<TRASPathComponent*>& nodes);
     bool matchesFilter(TRASHourlyEvent* event, const TRASEventFilter& filter) const;
     std::vector<TRASHourlyEvent*> fetchHourlyEvents(const TRASEventFilter& filter);
     QDateTime dateForFunctionOnHourlyEvents(const char* function);

@@ -2,6 +2,7 @@
 #include <QSet>
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "TRASApplication.h"
 #include "TRASHourlyEvent.h"
@@ -97,6 +98,25 @@ bool TRActivityStore::matchesFilter(TRASHourlyEvent* event, const TRASEventFilte
     return true;
 }
 
+// Whether the range spans more than a quarter of the time between the
+// roots' earliest start and latest stop (only a choice of index, so stale
+// bounds cost speed, never correctness).
+bool TRActivityStore::coversMostRecordedTime(const TRASEventFilter& filter,
+                                             const std::vector<TRASPathComponent*>& nodes) {
+    if (!filter.start.isValid() && !filter.stop.isValid()) return true;
+    double first = std::numeric_limits<double>::infinity();
+    double last = -first;
+    for (TRASPathComponent* node : nodes) {
+        if (node->pathLevelValue() != 0) break;  // sorted by level: the roots come first
+        if (node->startDateOfChildren().isValid()) first = std::min(first, secondsOf(node->startDateOfChildren()));
+        if (node->stopDateOfChildren().isValid()) last = std::max(last, secondsOf(node->stopDateOfChildren()));
+    }
+    if (!(last > first)) return false;
+    const double from = filter.start.isValid() ? std::max(first, secondsOf(filter.start)) : first;
+    const double to = filter.stop.isValid() ? std::min(last, secondsOf(filter.stop)) : last;
+    return (to - from) > 0.25 * (last - first);
+}
+
 int TRActivityStore::filterEventsBetweenDate(const TRASEventFilter& filter) {
     Q_EMIT rootPathComponentsWithFilterWillChange();
     const std::vector<TRASPathComponent*>& nodes = allPathComponentsSortedByPathLevel();
@@ -105,11 +125,12 @@ int TRActivityStore::filterEventsBetweenDate(const TRASEventFilter& filter) {
         // Summed here rather than by GROUP BY: SQLite would sort the rows of
         // a date range first. Rows of one node tend to come together, so the
         // node looked up last is tried first.
-        // Without a date range, the node index delivers each node's rows together.
-        const bool allDates = !filter.start.isValid() && !filter.stop.isValid();
+        // For a range over most of the recorded time the node index is the
+        // faster path: it delivers each node's rows together.
+        const bool byNode = coversMostRecordedTime(filter, nodes);
         auto stmt = m_db.prepare(
             QStringLiteral("SELECT lastPathComponent, duration FROM HourlyEvent%1 WHERE 1")
-                .arg(allDates ? QStringLiteral(" INDEXED BY HourlyEvent_lastPathComponent") : QString()) +
+                .arg(byNode ? QStringLiteral(" INDEXED BY HourlyEvent_lastPathComponent") : QString()) +
             filterSql(filter) + context->pendingHourlyEventExclusion());
         qint64 lastId = -1;
         TRASPathComponent* node = nullptr;
