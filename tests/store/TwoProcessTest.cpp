@@ -135,6 +135,9 @@ int main(int argc, char** argv) {
     QTemporaryDir busDir;
     int fds[2];
     if (!busDir.isValid() || pipe(fds) != 0) return 1;
+    // Neither process may read or write the user's own settings or data.
+    setenv("XDG_CONFIG_HOME", busDir.filePath(QStringLiteral("config")).toLocal8Bit().constData(), 1);
+    setenv("XDG_DATA_HOME", busDir.filePath(QStringLiteral("data")).toLocal8Bit().constData(), 1);
     const QByteArray program = daemon.toLocal8Bit();
     const QByteArray address = "--address=unix:dir=" + busDir.path().toLocal8Bit();
     const pid_t pid = fork();
