@@ -140,6 +140,14 @@ TRASApplication* TRASApplication::applicationWithRunningApplication(
                                              createNewIfNeeded);
 }
 
+TRASApplication* TRASApplication::applicationWithProjectStoreApplication(
+    TRActivityStore& store, const QString& bundleIdentifier, const QString& executableName,
+    const QString& title) {
+    // Creation is always on, whatever the caller would ask: kept as the main
+    // application does it.
+    return applicationWithBundleIdentifier(store, bundleIdentifier, executableName, title, true);
+}
+
 TRASApplication* TRASApplication::customActivitiesApplication(TRActivityStore& store) {
     return applicationWithBundleIdentifier(
         store, QString::fromLatin1(kCustomActivitiesBundleIdentifier), QString(),

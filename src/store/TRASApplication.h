@@ -65,6 +65,11 @@ public:
     static TRASApplication* applicationWithRunningApplication(const TRApplicationSlot& application,
                                                               bool createNewIfNeeded);
     static TRASApplication* customActivitiesApplication(TRActivityStore& store);
+    // For the project store's applications: always creates a missing one.
+    static TRASApplication* applicationWithProjectStoreApplication(TRActivityStore& store,
+                                                                   const QString& bundleIdentifier,
+                                                                   const QString& executableName,
+                                                                   const QString& title);
 
 private:
     friend class TRASContext;

@@ -137,7 +137,10 @@ bool TRActivityStore::open() {
 
 void TRActivityStore::setTimeThreshold(double seconds) {
     if (seconds == m_timeThreshold) return;
+    // The filtered views depend on the threshold.
+    Q_EMIT rootPathComponentsWithFilterWillChange();
     m_timeThreshold = seconds;
+    Q_EMIT rootPathComponentsWithFilterDidChange();
     if (!m_settings) m_settings = m_options.settings();
     m_settings->setValue(QStringLiteral("activityStoreTimeThreshold"), seconds);
     m_settings->sync();

@@ -84,7 +84,8 @@ public:
     TRASIconLookup& iconLookup() { return *m_options.iconLookup; }
 
     double timeThreshold() const { return m_timeThreshold; }
-    // Writes a different value back to the settings.
+    // Writes a different value back to the settings; the filtered views
+    // announce a change.
     void setTimeThreshold(double seconds);
     QDateTime firstFilterDay() const { return m_firstFilterDay; }
     QDateTime lastFilterDay() const { return m_lastFilterDay; }

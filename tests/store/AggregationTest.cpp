@@ -111,9 +111,14 @@ TEST_F(AggregationTest, ThresholdHidesNodesAtExactlyItsValue) {
         size_t roots;
     } cases[] = {{"default", 0, 2, 1}, {"equal to the smaller child", 60, 1, 1},
                  {"just below it", 59.5, 2, 1}, {"equal to the root", 960, 0, 0}};
+    int announced = 0;
+    QObject::connect(&store(), &TRActivityStore::rootPathComponentsWithFilterDidChange, &store(),
+                     [&] { ++announced; });
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
+        announced = 0;
         store().setTimeThreshold(c.threshold);
+        EXPECT_EQ(announced, c.threshold == 0 ? 0 : 1) << "only a different value is announced";
         EXPECT_EQ(m_a->filteredChildComponents().size(), c.children);
         EXPECT_EQ(store().rootPathComponentsWithFilter().size(), c.roots);
     }
