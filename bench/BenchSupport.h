@@ -7,8 +7,8 @@
 #include <QTemporaryDir>
 #include <algorithm>
 #include <chrono>
-#include <ctime>
 #include <cstdio>
+#include <ctime>
 #include <memory>
 #include <vector>
 
@@ -37,7 +37,9 @@ inline double percentile(std::vector<double> values, double p) {
     return values[index];
 }
 
-inline double median(std::vector<double> values) { return percentile(std::move(values), 0.5); }
+inline double median(std::vector<double> values) {
+    return percentile(std::move(values), 0.5);
+}
 
 inline void print(const char* name, double value, const char* unit) {
     std::printf("%s: %.3f %s\n", name, value, unit);
@@ -48,7 +50,9 @@ inline TRActivityStore::Options storeOptions(const QTemporaryDir& dir) {
     TRActivityStore::Options options;
     options.dataFolder = dir.filePath(QStringLiteral("info.mallowby.Vorlix"));
     const QString settings = dir.filePath(QStringLiteral("VorlixHelper.conf"));
-    options.settings = [settings] { return std::make_unique<QSettings>(settings, QSettings::IniFormat); };
+    options.settings = [settings] {
+        return std::make_unique<QSettings>(settings, QSettings::IniFormat);
+    };
     return options;
 }
 

@@ -24,7 +24,8 @@ double residentMiB() {
     QFile status(QStringLiteral("/proc/self/status"));
     if (!status.open(QIODevice::ReadOnly)) return 0;
     for (const QByteArray& line : status.readAll().split('\n')) {
-        if (line.startsWith("VmRSS:")) return line.mid(6).trimmed().split(' ').first().toDouble() / 1024.0;
+        if (line.startsWith("VmRSS:"))
+            return line.mid(6).trimmed().split(' ').first().toDouble() / 1024.0;
     }
     return 0;
 }
@@ -49,7 +50,8 @@ void benchTestDataFilter() {
             runs.push_back(bench::microsecondsSince(start) / 1000.0);
             cpu.push_back((bench::cpuMicroseconds() - cpuStart) / 1000.0);
         } else {
-            bench::print("benchmark_first_run_with_node_load", bench::microsecondsSince(start) / 1000.0, "ms");
+            bench::print("benchmark_first_run_with_node_load",
+                         bench::microsecondsSince(start) / 1000.0, "ms");
         }
     }
     bench::print("benchmark_filter_run_median", bench::median(runs), "ms");
@@ -61,7 +63,9 @@ void writeFiveYearStore(const QString& folder) {
     {
         TRActivityStore::Options options;
         options.dataFolder = folder;
-        options.settings = [] { return std::make_unique<QSettings>(QString(), QSettings::IniFormat); };
+        options.settings = [] {
+            return std::make_unique<QSettings>(QString(), QSettings::IniFormat);
+        };
         TRActivityStore schemaOnly(options);
         schemaOnly.managedObjectContext();
     }
@@ -70,8 +74,11 @@ void writeFiveYearStore(const QString& folder) {
     db.exec(QStringLiteral("BEGIN"));
     std::mt19937 random(42);
     const int apps = 300, nodes = 50000, events = 500000;
-    SqliteStatement* app = db.cached("INSERT INTO Application(id, bundleIdentifier, title, pathRoot) VALUES(?1, ?2, ?3, ?4)");
-    SqliteStatement* node = db.cached("INSERT INTO PathComponent(id, value, pathLevel, application, pathParent) VALUES(?1, ?2, ?3, ?4, ?5)");
+    SqliteStatement* app = db.cached(
+        "INSERT INTO Application(id, bundleIdentifier, title, pathRoot) VALUES(?1, ?2, ?3, ?4)");
+    SqliteStatement* node = db.cached(
+        "INSERT INTO PathComponent(id, value, pathLevel, application, pathParent) VALUES(?1, ?2, "
+        "?3, ?4, ?5)");
     std::vector<int> level(nodes + 1, 0), owner(nodes + 1, 0);
     for (int a = 1; a <= apps; ++a) {
         app->reset();
@@ -100,7 +107,8 @@ void writeFiveYearStore(const QString& folder) {
         node->bind(5, qint64(parent));
         node->run();
     }
-    SqliteStatement* event = db.cached("INSERT INTO HourlyEvent(startDate, duration, lastPathComponent) VALUES(?1, ?2, ?3)");
+    SqliteStatement* event = db.cached(
+        "INSERT INTO HourlyEvent(startDate, duration, lastPathComponent) VALUES(?1, ?2, ?3)");
     const double end = double(Calculations::beginningOfHour(kNow).toSecsSinceEpoch());
     const int hours = 5 * 365 * 24;
     for (int e = 0; e < events; ++e) {
@@ -120,9 +128,14 @@ void writeFiveYearStore(const QString& folder) {
 void benchFiveYearStore(const QString& keepIn) {
     QTemporaryDir dir;
     dir.setAutoRemove(keepIn.isEmpty());
-    const QString folder = keepIn.isEmpty() ? dir.filePath(QStringLiteral("info.mallowby.Vorlix")) : keepIn;
-    if (!QFileInfo::exists(folder + QStringLiteral("/ActivityStore.db"))) writeFiveYearStore(folder);
-    bench::print("five_year_file_size", double(QFileInfo(folder + QStringLiteral("/ActivityStore.db")).size()) / (1024.0 * 1024.0), "MiB");
+    const QString folder =
+        keepIn.isEmpty() ? dir.filePath(QStringLiteral("info.mallowby.Vorlix")) : keepIn;
+    if (!QFileInfo::exists(folder + QStringLiteral("/ActivityStore.db")))
+        writeFiveYearStore(folder);
+    bench::print(
+        "five_year_file_size",
+        double(QFileInfo(folder + QStringLiteral("/ActivityStore.db")).size()) / (1024.0 * 1024.0),
+        "MiB");
     TRActivityStore::Options options = bench::storeOptions(dir);
     options.dataFolder = folder;
     options.clock = [] { return kNow; };
@@ -131,7 +144,8 @@ void benchFiveYearStore(const QString& keepIn) {
     store.managedObjectContext();
     bench::print("five_year_open", bench::microsecondsSince(start) / 1000.0, "ms");
 
-    const TRASEventFilter today{Calculations::beginningOfDay(kNow), Calculations::endOfDay(kNow), {}, {}};
+    const TRASEventFilter today{
+        Calculations::beginningOfDay(kNow), Calculations::endOfDay(kNow), {}, {}};
     std::vector<double> todayRuns;
     double total = 0;
     for (int i = 0; i < 200; ++i) {
@@ -144,7 +158,8 @@ void benchFiveYearStore(const QString& keepIn) {
     bench::print("five_year_resident_memory_before_nodes", residentMiB(), "MiB");
     start = bench::Clock::now();
     store.filterEventsBetweenDate({});
-    bench::print("five_year_full_aggregation_first_with_node_load", bench::microsecondsSince(start) / 1000.0, "ms");
+    bench::print("five_year_full_aggregation_first_with_node_load",
+                 bench::microsecondsSince(start) / 1000.0, "ms");
     std::vector<double> full, fullCpu, month, monthCpu;
     for (int i = 0; i < 5; ++i) {
         start = bench::Clock::now();

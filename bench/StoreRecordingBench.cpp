@@ -20,7 +20,9 @@ TRActivity activityFor(int page) {
     app.bundleIdentifier = QStringLiteral("org.example.App%1").arg(page % 7);
     activity.setApplication(app);
     activity.setDocumentPath(QStringLiteral("https://host%1.example.org/section/%2/page?id=%3")
-                                 .arg(page % 13).arg(page % 5).arg(page));
+                                 .arg(page % 13)
+                                 .arg(page % 5)
+                                 .arg(page));
     return activity;
 }
 
@@ -33,7 +35,8 @@ void benchCreateTestData() {
     store.createTestData(app, QDateTime(QDate(2024, 1, 1), QTime(0, 0), Qt::UTC));
     bench::print("createTestData", bench::microsecondsSince(start) / 1000.0, "ms");
     const QString file = store.applicationSupportDirectory() + QStringLiteral("/ActivityStore.db");
-    bench::print("createTestData_file_size", double(QFileInfo(file).size()) / (1024.0 * 1024.0), "MiB");
+    bench::print("createTestData_file_size", double(QFileInfo(file).size()) / (1024.0 * 1024.0),
+                 "MiB");
 }
 
 void benchRecordAndCommit() {

@@ -77,8 +77,7 @@ std::optional<TRError> ensureUuid(SqliteDatabase& db, QString* storeUuid) {
     }
     read->reset();
     *storeUuid = QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
-    SqliteStatement* write =
-        db.cached("INSERT INTO Metadata(key, value) VALUES('storeUUID', ?1)");
+    SqliteStatement* write = db.cached("INSERT INTO Metadata(key, value) VALUES('storeUUID', ?1)");
     if (!write) return db.lastError();
     write->bind(1, *storeUuid);
     return write->run();
@@ -86,7 +85,9 @@ std::optional<TRError> ensureUuid(SqliteDatabase& db, QString* storeUuid) {
 
 }  // namespace
 
-QString versionOneSql() { return QString::fromUtf8(kVersionOne); }
+QString versionOneSql() {
+    return QString::fromUtf8(kVersionOne);
+}
 
 std::optional<TRError> prepare(SqliteDatabase& db, QString* storeUuid) {
     db.setBusyTimeout(5000);

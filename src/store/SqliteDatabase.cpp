@@ -14,7 +14,9 @@ TRError makeError(sqlite3* db, int code) {
 
 }  // namespace
 
-SqliteStatement::~SqliteStatement() { sqlite3_finalize(m_stmt); }
+SqliteStatement::~SqliteStatement() {
+    sqlite3_finalize(m_stmt);
+}
 
 void SqliteStatement::reset() {
     sqlite3_reset(m_stmt);
@@ -22,9 +24,13 @@ void SqliteStatement::reset() {
     m_error.reset();
 }
 
-void SqliteStatement::bindNull(int index) { sqlite3_bind_null(m_stmt, index); }
+void SqliteStatement::bindNull(int index) {
+    sqlite3_bind_null(m_stmt, index);
+}
 
-void SqliteStatement::bind(int index, qint64 value) { sqlite3_bind_int64(m_stmt, index, value); }
+void SqliteStatement::bind(int index, qint64 value) {
+    sqlite3_bind_int64(m_stmt, index, value);
+}
 
 void SqliteStatement::bind(int index, double value) {
     if (std::isnan(value)) {
@@ -75,7 +81,9 @@ bool SqliteStatement::isNull(int column) const {
     return sqlite3_column_type(m_stmt, column) == SQLITE_NULL;
 }
 
-qint64 SqliteStatement::int64(int column) const { return sqlite3_column_int64(m_stmt, column); }
+qint64 SqliteStatement::int64(int column) const {
+    return sqlite3_column_int64(m_stmt, column);
+}
 
 double SqliteStatement::real(int column) const {
     if (isNull(column)) return std::numeric_limits<double>::quiet_NaN();
@@ -97,7 +105,9 @@ QByteArray SqliteStatement::blob(int column) const {
     return QByteArray(static_cast<const char*>(data), bytes);
 }
 
-SqliteDatabase::~SqliteDatabase() { close(); }
+SqliteDatabase::~SqliteDatabase() {
+    close();
+}
 
 std::optional<TRError> SqliteDatabase::open(const QString& path, Mode mode) {
     close();
@@ -135,8 +145,7 @@ SqliteStatement* SqliteDatabase::cached(const char* sql) {
         return it->second.get();
     }
     sqlite3_stmt* stmt = nullptr;
-    if (sqlite3_prepare_v3(m_db, sql, -1, SQLITE_PREPARE_PERSISTENT, &stmt, nullptr) !=
-        SQLITE_OK) {
+    if (sqlite3_prepare_v3(m_db, sql, -1, SQLITE_PREPARE_PERSISTENT, &stmt, nullptr) != SQLITE_OK) {
         return nullptr;
     }
     auto inserted = m_cache.emplace(sql, std::make_unique<SqliteStatement>(stmt));
@@ -146,8 +155,7 @@ SqliteStatement* SqliteDatabase::cached(const char* sql) {
 std::unique_ptr<SqliteStatement> SqliteDatabase::prepare(const QString& sql) {
     const QByteArray utf8 = sql.toUtf8();
     sqlite3_stmt* stmt = nullptr;
-    if (sqlite3_prepare_v2(m_db, utf8.constData(), int(utf8.size()), &stmt, nullptr) !=
-        SQLITE_OK) {
+    if (sqlite3_prepare_v2(m_db, utf8.constData(), int(utf8.size()), &stmt, nullptr) != SQLITE_OK) {
         return nullptr;
     }
     return std::make_unique<SqliteStatement>(stmt);
@@ -159,10 +167,18 @@ qint64 SqliteDatabase::scalarInt(const QString& sql) {
     return stmt->int64(0);
 }
 
-qint64 SqliteDatabase::lastInsertRowId() const { return sqlite3_last_insert_rowid(m_db); }
+qint64 SqliteDatabase::lastInsertRowId() const {
+    return sqlite3_last_insert_rowid(m_db);
+}
 
-int SqliteDatabase::changes() const { return sqlite3_changes(m_db); }
+int SqliteDatabase::changes() const {
+    return sqlite3_changes(m_db);
+}
 
-TRError SqliteDatabase::lastError() const { return makeError(m_db, sqlite3_errcode(m_db)); }
+TRError SqliteDatabase::lastError() const {
+    return makeError(m_db, sqlite3_errcode(m_db));
+}
 
-void SqliteDatabase::setBusyTimeout(int milliseconds) { sqlite3_busy_timeout(m_db, milliseconds); }
+void SqliteDatabase::setBusyTimeout(int milliseconds) {
+    sqlite3_busy_timeout(m_db, milliseconds);
+}

@@ -34,10 +34,10 @@ public:
     void reset();
     void bindNull(int index);
     void bind(int index, qint64 value);
-    void bind(int index, double value);  // NaN binds as NULL
-    void bind(int index, const QString& value);  // a null QString binds as NULL
+    void bind(int index, double value);             // NaN binds as NULL
+    void bind(int index, const QString& value);     // a null QString binds as NULL
     void bind(int index, const QByteArray& value);  // a null block binds as NULL
-    void bindOptionalId(int index, qint64 id);  // 0 binds as NULL
+    void bindOptionalId(int index, qint64 id);      // 0 binds as NULL
 
     // True while a row is available; false at the end or on error (see error()).
     bool step();
@@ -47,7 +47,7 @@ public:
 
     bool isNull(int column) const;
     qint64 int64(int column) const;
-    double real(int column) const;  // NULL reads as NaN
+    double real(int column) const;   // NULL reads as NaN
     QString text(int column) const;  // NULL reads as a null QString
     QByteArray blob(int column) const;
 

@@ -93,17 +93,19 @@ QByteArray TRASApplication::icon() {
     return image;
 }
 
-TRASApplication* TRASApplication::applicationWithBundleIdentifier(
-    TRActivityStore& store, const QString& bundleIdentifier, const QString& executablePath,
-    const QString& title, bool createNewIfNeeded) {
+TRASApplication* TRASApplication::applicationWithBundleIdentifier(TRActivityStore& store,
+                                                                  const QString& bundleIdentifier,
+                                                                  const QString& executablePath,
+                                                                  const QString& title,
+                                                                  bool createNewIfNeeded) {
     if (bundleIdentifier.isEmpty() && executablePath.isEmpty() && title.isEmpty()) return nullptr;
     TRASContext* context = store.managedObjectContext();
     if (!context) return nullptr;
     TRASApplication* app =
-        !bundleIdentifier.isNull()  ? context->fetchApplication("bundleIdentifier", bundleIdentifier)
-        : !executablePath.isNull() ? context->fetchApplication("executableName",
-                                                                lastPathComponent(executablePath))
-                                   : context->fetchApplication("title", title);
+        !bundleIdentifier.isNull() ? context->fetchApplication("bundleIdentifier", bundleIdentifier)
+        : !executablePath.isNull()
+            ? context->fetchApplication("executableName", lastPathComponent(executablePath))
+            : context->fetchApplication("title", title);
     if (app) {
         if (app->bundleIdentifier().isEmpty() && !bundleIdentifier.isEmpty())
             app->setBundleIdentifier(bundleIdentifier);
@@ -180,8 +182,9 @@ std::optional<TRError> TRASApplication::insertRow(SqliteDatabase& db) {
 }
 
 std::optional<TRError> TRASApplication::updateRow(SqliteDatabase& db) {
-    static const char* const kColumns[] = {"bundleIdentifier", "executableName", "title",
-                                           "applescriptTrackingDisabled", "cachedIcon", "pathRoot"};
+    static const char* const kColumns[] = {
+        "bundleIdentifier", "executableName", "title", "applescriptTrackingDisabled",
+        "cachedIcon",       "pathRoot"};
     const std::uint32_t mask = dirtyMask() & 0x3Fu;
     if (mask == 0) return std::nullopt;
     SqliteStatement* stmt = db.cachedByKey(
@@ -189,7 +192,8 @@ std::optional<TRError> TRASApplication::updateRow(SqliteDatabase& db) {
             QStringList sets;
             for (int i = 0; i < 6; ++i) {
                 if (mask & (1u << i))
-                    sets.append(QStringLiteral("%1 = ?%2").arg(QLatin1String(kColumns[i])).arg(i + 2));
+                    sets.append(
+                        QStringLiteral("%1 = ?%2").arg(QLatin1String(kColumns[i])).arg(i + 2));
             }
             return QStringLiteral("UPDATE Application SET %1 WHERE id = ?1")
                 .arg(sets.join(QLatin1String(", ")));

@@ -16,7 +16,8 @@
 class TRActivityStore;
 class TRASPathComponent;
 
-inline constexpr char kCustomActivitiesBundleIdentifier[] = "info.mallowby.Vorlix.custom-activities";
+inline constexpr char kCustomActivitiesBundleIdentifier[] =
+    "info.mallowby.Vorlix.custom-activities";
 
 class TRASApplication final : public TRASObject {
 public:
@@ -54,9 +55,11 @@ public:
     // REQUIRES: at least one argument non-empty, else nothing is found.
     // A found application gets what it lacks filled in (the executable as
     // given, full path and all); a new one gets the executable's file name.
-    static TRASApplication* applicationWithBundleIdentifier(
-        TRActivityStore& store, const QString& bundleIdentifier, const QString& executablePath,
-        const QString& title, bool createNewIfNeeded);
+    static TRASApplication* applicationWithBundleIdentifier(TRActivityStore& store,
+                                                            const QString& bundleIdentifier,
+                                                            const QString& executablePath,
+                                                            const QString& title,
+                                                            bool createNewIfNeeded);
     // A running application by id, executable and name; the null marker gives
     // the custom-activities application; nothing gives nullptr.
     static TRASApplication* applicationWithRunningApplication(TRActivityStore& store,

@@ -12,32 +12,40 @@ namespace {
 
 const char kUriScheme[] = "x-vorlix://";
 
-int slot(TRASEntity entity) { return static_cast<int>(entity); }
+int slot(TRASEntity entity) {
+    return static_cast<int>(entity);
+}
 
 }  // namespace
 
 const char* TRASContext::selectSql(TRASEntity entity) {
     switch (entity) {
-    case TRASEntity::Application:
-        return "SELECT id, bundleIdentifier, executableName, title, applescriptTrackingDisabled, "
-               "cachedIcon, pathRoot FROM Application";
-    case TRASEntity::PathComponent:
-        return "SELECT id, value, pathLevel, startDateOfChildren, stopDateOfChildren, cachedIcon, "
-               "application, pathParent FROM PathComponent";
-    case TRASEntity::HourlyEvent:
-        return "SELECT id, startDate, duration, lastPathComponent FROM HourlyEvent";
-    case TRASEntity::Event:
-        return "SELECT id, startDate, stopDate, lastPathComponent FROM Event";
+        case TRASEntity::Application:
+            return "SELECT id, bundleIdentifier, executableName, title, "
+                   "applescriptTrackingDisabled, "
+                   "cachedIcon, pathRoot FROM Application";
+        case TRASEntity::PathComponent:
+            return "SELECT id, value, pathLevel, startDateOfChildren, stopDateOfChildren, "
+                   "cachedIcon, "
+                   "application, pathParent FROM PathComponent";
+        case TRASEntity::HourlyEvent:
+            return "SELECT id, startDate, duration, lastPathComponent FROM HourlyEvent";
+        case TRASEntity::Event:
+            return "SELECT id, startDate, stopDate, lastPathComponent FROM Event";
     }
     return "";
 }
 
 QString entityName(TRASEntity entity) {
     switch (entity) {
-    case TRASEntity::Application: return QStringLiteral("Application");
-    case TRASEntity::PathComponent: return QStringLiteral("PathComponent");
-    case TRASEntity::HourlyEvent: return QStringLiteral("HourlyEvent");
-    case TRASEntity::Event: return QStringLiteral("Event");
+        case TRASEntity::Application:
+            return QStringLiteral("Application");
+        case TRASEntity::PathComponent:
+            return QStringLiteral("PathComponent");
+        case TRASEntity::HourlyEvent:
+            return QStringLiteral("HourlyEvent");
+        case TRASEntity::Event:
+            return QStringLiteral("Event");
     }
     return QString();
 }
@@ -50,7 +58,9 @@ std::optional<TRASEntity> entityNamed(const QString& name) {
     return std::nullopt;
 }
 
-QString TRASObject::uriRepresentation() const { return m_context->uriFor(*this); }
+QString TRASObject::uriRepresentation() const {
+    return m_context->uriFor(*this);
+}
 
 void TRASObject::didChange(std::uint32_t bits) {
     m_dirty |= bits;
@@ -127,10 +137,18 @@ TRASObject* TRASContext::readRow(TRASEntity entity, const SqliteStatement& row) 
     if (TRASObject* existing = registered(entity, id)) return existing;
     std::unique_ptr<TRASObject> object;
     switch (entity) {
-    case TRASEntity::Application: object = std::make_unique<TRASApplication>(this); break;
-    case TRASEntity::PathComponent: object = std::make_unique<TRASPathComponent>(this); break;
-    case TRASEntity::HourlyEvent: object = std::make_unique<TRASHourlyEvent>(this); break;
-    case TRASEntity::Event: object = std::make_unique<TRASEvent>(this); break;
+        case TRASEntity::Application:
+            object = std::make_unique<TRASApplication>(this);
+            break;
+        case TRASEntity::PathComponent:
+            object = std::make_unique<TRASPathComponent>(this);
+            break;
+        case TRASEntity::HourlyEvent:
+            object = std::make_unique<TRASHourlyEvent>(this);
+            break;
+        case TRASEntity::Event:
+            object = std::make_unique<TRASEvent>(this);
+            break;
     }
     object->m_primaryKey = id;
     object->readColumns(row, false);
@@ -142,9 +160,10 @@ TRASObject* TRASContext::readRow(TRASEntity entity, const SqliteStatement& row) 
 TRASObject* TRASContext::loadById(TRASEntity entity, qint64 id) {
     if (TRASObject* existing = registered(entity, id)) return existing;
     if (id <= 0) return nullptr;
-    SqliteStatement* stmt = m_db.cachedByKey(
-        statementKey(StatementKind::SelectById, quint64(slot(entity))),
-        [entity] { return QString::fromLatin1(selectSql(entity)) + QStringLiteral(" WHERE id = ?1"); });
+    SqliteStatement* stmt =
+        m_db.cachedByKey(statementKey(StatementKind::SelectById, quint64(slot(entity))), [entity] {
+            return QString::fromLatin1(selectSql(entity)) + QStringLiteral(" WHERE id = ?1");
+        });
     if (!stmt) return nullptr;
     stmt->bind(1, id);
     TRASObject* object = stmt->step() ? readRow(entity, *stmt) : nullptr;
@@ -214,8 +233,8 @@ TRASApplication* TRASContext::fetchApplication(const char* column, const QString
         }
     }
     const quint64 which = column[0] == 'b' ? 0 : column[0] == 'e' ? 1 : 2;
-    SqliteStatement* stmt = m_db.cachedByKey(
-        statementKey(StatementKind::SelectApplicationBy, which), [column] {
+    SqliteStatement* stmt =
+        m_db.cachedByKey(statementKey(StatementKind::SelectApplicationBy, which), [column] {
             return QString::fromLatin1(selectSql(TRASEntity::Application)) +
                    QStringLiteral(" WHERE %1 = ?1 ORDER BY id").arg(QLatin1String(column));
         });
@@ -278,7 +297,8 @@ void TRASContext::loadChildren(TRASPathComponent* node) {
     if (node->m_childrenLoaded) return;
     node->m_childrenLoaded = true;
     SqliteStatement* stmt = m_db.cachedByKey(statementKey(StatementKind::SelectChildren, 0), [] {
-        return QString::fromLatin1(selectSql(TRASEntity::PathComponent)) + QStringLiteral(" WHERE pathParent = ?1");
+        return QString::fromLatin1(selectSql(TRASEntity::PathComponent)) +
+               QStringLiteral(" WHERE pathParent = ?1");
     });
     if (!stmt) return;
     stmt->bind(1, node->primaryKey());
@@ -297,9 +317,11 @@ void TRASContext::loadChildren(TRASPathComponent* node) {
 void TRASContext::loadHourlyEvents(TRASPathComponent* node) {
     if (node->m_hourlyEventsLoaded) return;
     node->m_hourlyEventsLoaded = true;
-    SqliteStatement* stmt = m_db.cachedByKey(statementKey(StatementKind::SelectHourlyEvents, 0), [] {
-        return QString::fromLatin1(selectSql(TRASEntity::HourlyEvent)) + QStringLiteral(" WHERE lastPathComponent = ?1");
-    });
+    SqliteStatement* stmt =
+        m_db.cachedByKey(statementKey(StatementKind::SelectHourlyEvents, 0), [] {
+            return QString::fromLatin1(selectSql(TRASEntity::HourlyEvent)) +
+                   QStringLiteral(" WHERE lastPathComponent = ?1");
+        });
     if (!stmt) return;
     stmt->bind(1, node->primaryKey());
     while (stmt->step()) {
@@ -317,7 +339,8 @@ void TRASContext::loadEvents(TRASPathComponent* node) {
     if (node->m_eventsLoaded) return;
     node->m_eventsLoaded = true;
     SqliteStatement* stmt = m_db.cachedByKey(statementKey(StatementKind::SelectEvents, 0), [] {
-        return QString::fromLatin1(selectSql(TRASEntity::Event)) + QStringLiteral(" WHERE lastPathComponent = ?1");
+        return QString::fromLatin1(selectSql(TRASEntity::Event)) +
+               QStringLiteral(" WHERE lastPathComponent = ?1");
     });
     if (!stmt) return;
     stmt->bind(1, node->primaryKey());

@@ -99,8 +99,8 @@ public:
     // Another program saved: inserted rows become known, updated rows are
     // re-read (this program's unsaved property changes kept), deleted rows
     // are dropped. URIs that name nothing go to notFound.
-    void merge(const QStringList& inserted, const QStringList& updated,
-               const QStringList& deleted, QStringList* notFound);
+    void merge(const QStringList& inserted, const QStringList& updated, const QStringList& deleted,
+               QStringList* notFound);
 
     // Called whenever objects are inserted into or deleted from the context.
     std::function<void()> objectsInsertedOrDeleted;
@@ -109,8 +109,14 @@ public:
     static const char* selectSql(TRASEntity entity);
     // Keys for SqliteDatabase::cachedByKey, one range per kind of statement.
     enum class StatementKind : quint64 {
-        SelectById = 1, SelectApplicationBy, SelectChildren, SelectHourlyEvents, SelectEvents,
-        Delete, UpdatePathComponent, UpdateApplication,
+        SelectById = 1,
+        SelectApplicationBy,
+        SelectChildren,
+        SelectHourlyEvents,
+        SelectEvents,
+        Delete,
+        UpdatePathComponent,
+        UpdateApplication,
     };
     static quint64 statementKey(StatementKind kind, quint64 detail) {
         return (quint64(kind) << 32) | detail;

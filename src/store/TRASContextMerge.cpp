@@ -44,7 +44,9 @@ void TRASContext::merge(const QStringList& inserted, const QStringList& updated,
     if (insertedOrDeleted) notifyInsertedOrDeleted();
 }
 
-void TRASContext::linkMergedInsertion(TRASObject* object) { linkToOwner(object); }
+void TRASContext::linkMergedInsertion(TRASObject* object) {
+    linkToOwner(object);
+}
 
 // Takes the object out of the in-memory set of the node or parent it belongs to.
 void TRASContext::unlinkFromOwner(TRASObject* object) {
@@ -87,9 +89,10 @@ void TRASContext::linkToOwner(TRASObject* object) {
 
 void TRASContext::refresh(TRASObject* object) {
     const TRASEntity entity = object->m_entity;
-    SqliteStatement* stmt = m_db.cachedByKey(
-        statementKey(StatementKind::SelectById, quint64(entity)),
-        [entity] { return QString::fromLatin1(selectSql(entity)) + QStringLiteral(" WHERE id = ?1"); });
+    SqliteStatement* stmt =
+        m_db.cachedByKey(statementKey(StatementKind::SelectById, quint64(entity)), [entity] {
+            return QString::fromLatin1(selectSql(entity)) + QStringLiteral(" WHERE id = ?1");
+        });
     if (!stmt) return;
     stmt->bind(1, object->m_primaryKey);
     if (stmt->step()) {

@@ -18,7 +18,9 @@ std::vector<TRASObject*> sortedByCreation(const std::unordered_set<TRASObject*>&
     return objects;
 }
 
-QString tableOf(TRASEntity entity) { return entityName(entity); }
+QString tableOf(TRASEntity entity) {
+    return entityName(entity);
+}
 
 }  // namespace
 

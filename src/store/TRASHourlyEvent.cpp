@@ -105,7 +105,7 @@ void TRASHourlyEvent::willSave() {
 // A local deletion dirties the node (its clean-up rule must look at it); a
 // deletion by the other program only updates what is in memory.
 void TRASHourlyEvent::nullifyRelationships(bool markChanges) {
-    TRASPathComponent* node = markChanges ? lastPathComponent()
+    TRASPathComponent* node = markChanges                    ? lastPathComponent()
                               : m_lastPathComponent.resolved ? m_lastPathComponent.object
                                                              : nullptr;
     if (!node) return;
@@ -170,7 +170,7 @@ void TRASEvent::willSave() {
 }
 
 void TRASEvent::nullifyRelationships(bool markChanges) {
-    TRASPathComponent* node = markChanges ? lastPathComponent()
+    TRASPathComponent* node = markChanges                    ? lastPathComponent()
                               : m_lastPathComponent.resolved ? m_lastPathComponent.object
                                                              : nullptr;
     if (!node) return;

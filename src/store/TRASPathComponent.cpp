@@ -38,8 +38,12 @@ void TRASPathComponent::setPathLevelValue(qint16 value) {
     didChange(kPathLevel);
 }
 
-QDateTime TRASPathComponent::startDateOfChildren() const { return dateFromSeconds(m_startDateOfChildren); }
-QDateTime TRASPathComponent::stopDateOfChildren() const { return dateFromSeconds(m_stopDateOfChildren); }
+QDateTime TRASPathComponent::startDateOfChildren() const {
+    return dateFromSeconds(m_startDateOfChildren);
+}
+QDateTime TRASPathComponent::stopDateOfChildren() const {
+    return dateFromSeconds(m_stopDateOfChildren);
+}
 
 void TRASPathComponent::setCachedIcon(const QByteArray& value) {
     if (m_cachedIcon == value && m_cachedIcon.isNull() == value.isNull()) return;
@@ -161,8 +165,8 @@ void TRASPathComponent::moveStopDateOfChildren(const QDateTime& date) {
 void TRASPathComponent::moveDateBound(double seconds, bool start) {
     for (TRASPathComponent* node = this; node; node = node->pathParent()) {
         double& bound = start ? node->m_startDateOfChildren : node->m_stopDateOfChildren;
-        if (!std::isnan(bound) && (std::isnan(seconds) || (start ? !(seconds < bound)
-                                                                 : !(seconds > bound))))
+        if (!std::isnan(bound) &&
+            (std::isnan(seconds) || (start ? !(seconds < bound) : !(seconds > bound))))
             return;
         bound = seconds;
         node->didChange(start ? kStartDateOfChildren : kStopDateOfChildren);
@@ -208,8 +212,8 @@ QByteArray TRASPathComponent::icon() {
     const QString path = fullPath();
     if (path.isNull()) return QByteArray();
     TRASIconLookup& lookup = context()->store()->iconLookup();
-    const QByteArray image = QFileInfo::exists(path) ? lookup.iconForFile(path)
-                                                     : lookup.genericDocumentIcon();
+    const QByteArray image =
+        QFileInfo::exists(path) ? lookup.iconForFile(path) : lookup.genericDocumentIcon();
     if (!image.isEmpty()) setCachedIcon(image);
     return image;
 }
@@ -261,9 +265,9 @@ std::optional<TRError> TRASPathComponent::insertRow(SqliteDatabase& db) {
 }
 
 std::optional<TRError> TRASPathComponent::updateRow(SqliteDatabase& db) {
-    static const char* const kColumns[] = {"value", "pathLevel", "startDateOfChildren",
-                                           "stopDateOfChildren", "cachedIcon", "application",
-                                           "pathParent"};
+    static const char* const kColumns[] = {
+        "value",      "pathLevel",   "startDateOfChildren", "stopDateOfChildren",
+        "cachedIcon", "application", "pathParent"};
     const std::uint32_t mask = dirtyMask() & 0x7Fu;
     if (mask == 0) return std::nullopt;
     SqliteStatement* stmt = db.cachedByKey(
@@ -271,7 +275,8 @@ std::optional<TRError> TRASPathComponent::updateRow(SqliteDatabase& db) {
             QStringList sets;
             for (int i = 0; i < 7; ++i) {
                 if (mask & (1u << i))
-                    sets.append(QStringLiteral("%1 = ?%2").arg(QLatin1String(kColumns[i])).arg(i + 2));
+                    sets.append(
+                        QStringLiteral("%1 = ?%2").arg(QLatin1String(kColumns[i])).arg(i + 2));
             }
             return QStringLiteral("UPDATE PathComponent SET %1 WHERE id = ?1")
                 .arg(sets.join(QLatin1String(", ")));
@@ -304,7 +309,7 @@ void TRASPathComponent::willSave() {
 }
 
 void TRASPathComponent::nullifyRelationships(bool markChanges) {
-    TRASPathComponent* parent = markChanges ? pathParent()
+    TRASPathComponent* parent = markChanges             ? pathParent()
                                 : m_pathParent.resolved ? m_pathParent.object
                                                         : nullptr;
     if (parent) {

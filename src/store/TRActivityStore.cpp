@@ -1,5 +1,6 @@
 #include "TRActivityStore.h"
 
+#include <sys/stat.h>
 #include <QDir>
 #include <QFile>
 #include <cerrno>
@@ -7,7 +8,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
-#include <sys/stat.h>
 
 #include "ActivityStoreSchema.h"
 #include "DateCalculations.h"
@@ -28,7 +28,9 @@ std::optional<TRActivityStore::Options>& configuredOptions() {
     return options;
 }
 
-double secondsOf(const QDateTime& date) { return double(date.toMSecsSinceEpoch()) / 1000.0; }
+double secondsOf(const QDateTime& date) {
+    return double(date.toMSecsSinceEpoch()) / 1000.0;
+}
 
 QDateTime dateOf(double seconds) {
     return QDateTime::fromMSecsSinceEpoch(qint64(std::llround(seconds * 1000.0)), Qt::UTC);
@@ -77,8 +79,7 @@ void TRActivityStore::configureSharedInstance(Options options) {
 
 TRActivityStore& TRActivityStore::sharedInstance() {
     // Kept for the process's lifetime on purpose: saves at exit go through it.
-    static TRActivityStore* instance =
-        new TRActivityStore(configuredOptions().value_or(Options()));
+    static TRActivityStore* instance = new TRActivityStore(configuredOptions().value_or(Options()));
     return *instance;
 }
 
@@ -99,7 +100,8 @@ bool TRActivityStore::createDataFolder() {
     m_options.reporter->logLine(
         QStringLiteral("Failed to create App Support directory %1 : %2").arg(folder, reason));
     m_options.reporter->logLine(
-        QStringLiteral("Error creating application support directory at %1 : %2").arg(folder, reason));
+        QStringLiteral("Error creating application support directory at %1 : %2")
+            .arg(folder, reason));
     return false;
 }
 

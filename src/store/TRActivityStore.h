@@ -28,8 +28,8 @@
 #include <vector>
 
 #include "SqliteDatabase.h"
-#include "TRActivity.h"
 #include "TRASContext.h"
+#include "TRActivity.h"
 
 class DistributedNotificationCenter;
 class TRASApplication;
@@ -57,15 +57,15 @@ class TRActivityStore final : public QObject {
     Q_OBJECT
 public:
     struct Options {
-        QString dataFolder;         // empty: TRLocations::dataFolderPath()
-        QString bundleIdentifier;   // empty: the helper's own id
-        std::function<QDateTime()> clock;                       // empty: the system clock
+        QString dataFolder;                // empty: TRLocations::dataFolderPath()
+        QString bundleIdentifier;          // empty: the helper's own id
+        std::function<QDateTime()> clock;  // empty: the system clock
         std::function<std::unique_ptr<QSettings>()> settings;  // empty: the helper's file
-        std::shared_ptr<TRBlacklist> blacklist;                 // empty: nothing is
+        std::shared_ptr<TRBlacklist> blacklist;                // empty: nothing is
         std::shared_ptr<DistributedNotificationCenter> notificationCenter;  // may stay empty
-        std::shared_ptr<TRStoreReporter> reporter;              // empty: the log
-        std::shared_ptr<TRASIconLookup> iconLookup;             // empty: no icons
-        std::function<void()> abortProcess;                     // empty: std::abort
+        std::shared_ptr<TRStoreReporter> reporter;                          // empty: the log
+        std::shared_ptr<TRASIconLookup> iconLookup;                         // empty: no icons
+        std::function<void()> abortProcess;                                 // empty: std::abort
     };
 
     explicit TRActivityStore(Options options, QObject* parent = nullptr);
@@ -145,6 +145,8 @@ private:
     void announceSave(const TRASSaveResult& result);
     QStringList componentsForActivity(const TRActivity& activity);
     QString filterSql(const TRASEventFilter& filter) const;
+    void addMatchingEventsToTemporaryTotals(const TRASEventFilter& filter,
+                                            const std::vector<TRASPathComponent*>& nodes);
     static bool coversMostRecordedTime(const TRASEventFilter& filter,
                                        const std::vector<TRASPathComponent*>& nodes);
     bool matchesFilter(TRASHourlyEvent* event, const TRASEventFilter& filter) const;

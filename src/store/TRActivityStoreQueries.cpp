@@ -11,9 +11,13 @@
 
 namespace {
 
-QString number(double value) { return QString::number(value, 'g', 17); }
+QString number(double value) {
+    return QString::number(value, 'g', 17);
+}
 
-double secondsOf(const QDateTime& date) { return double(date.toMSecsSinceEpoch()) / 1000.0; }
+double secondsOf(const QDateTime& date) {
+    return double(date.toMSecsSinceEpoch()) / 1000.0;
+}
 
 QString idList(const std::vector<TRASPathComponent*>& nodes) {
     QStringList ids;
@@ -35,9 +39,10 @@ const std::vector<TRASPathComponent*>& TRActivityStore::allPathComponentsSortedB
         TRASContext* context = managedObjectContext();
         std::vector<TRASPathComponent*> nodes;
         if (context) nodes = context->fetchAllPathComponents();
-        std::stable_sort(nodes.begin(), nodes.end(), [](TRASPathComponent* a, TRASPathComponent* b) {
-            return a->pathLevelValue() < b->pathLevelValue();
-        });
+        std::stable_sort(nodes.begin(), nodes.end(),
+                         [](TRASPathComponent* a, TRASPathComponent* b) {
+                             return a->pathLevelValue() < b->pathLevelValue();
+                         });
         m_sortedCache = std::move(nodes);
     }
     return *m_sortedCache;
@@ -79,9 +84,12 @@ void TRActivityStore::invalidateAllPathComponentsSortedByPathLevelCache() {
 // Closed at the start, open at the end, and only the hour's start counts.
 QString TRActivityStore::filterSql(const TRASEventFilter& filter) const {
     QString sql;
-    if (filter.start.isValid()) sql += QStringLiteral(" AND startDate >= ") + number(secondsOf(filter.start));
-    if (filter.stop.isValid()) sql += QStringLiteral(" AND startDate < ") + number(secondsOf(filter.stop));
-    if (filter.include) sql += QStringLiteral(" AND lastPathComponent IN (%1)").arg(idList(*filter.include));
+    if (filter.start.isValid())
+        sql += QStringLiteral(" AND startDate >= ") + number(secondsOf(filter.start));
+    if (filter.stop.isValid())
+        sql += QStringLiteral(" AND startDate < ") + number(secondsOf(filter.stop));
+    if (filter.include)
+        sql += QStringLiteral(" AND lastPathComponent IN (%1)").arg(idList(*filter.include));
     if (filter.exclude && !filter.exclude->empty())
         sql += QStringLiteral(" AND NOT (lastPathComponent IN (%1))").arg(idList(*filter.exclude));
     return sql;
@@ -108,8 +116,10 @@ bool TRActivityStore::coversMostRecordedTime(const TRASEventFilter& filter,
     double last = -first;
     for (TRASPathComponent* node : nodes) {
         if (node->pathLevelValue() != 0) break;  // sorted by level: the roots come first
-        if (node->startDateOfChildren().isValid()) first = std::min(first, secondsOf(node->startDateOfChildren()));
-        if (node->stopDateOfChildren().isValid()) last = std::max(last, secondsOf(node->stopDateOfChildren()));
+        if (node->startDateOfChildren().isValid())
+            first = std::min(first, secondsOf(node->startDateOfChildren()));
+        if (node->stopDateOfChildren().isValid())
+            last = std::max(last, secondsOf(node->stopDateOfChildren()));
     }
     if (!(last > first)) return false;
     const double from = filter.start.isValid() ? std::max(first, secondsOf(filter.start)) : first;
@@ -117,41 +127,46 @@ bool TRActivityStore::coversMostRecordedTime(const TRASEventFilter& filter,
     return (to - from) > 0.25 * (last - first);
 }
 
+// Adds each matching event's seconds to its node's temporary total: the
+// saved rows in one query, then the events with unsaved changes.
+void TRActivityStore::addMatchingEventsToTemporaryTotals(
+    const TRASEventFilter& filter, const std::vector<TRASPathComponent*>& nodes) {
+    TRASContext* context = managedObjectContext();
+    if (!context) return;
+    // Summed here rather than by GROUP BY, which would sort a date range
+    // first. Over most of the recorded time the node index is faster: it
+    // delivers each node's rows together, so a node is looked up once per run.
+    const bool byNode = coversMostRecordedTime(filter, nodes);
+    auto stmt = m_db.prepare(
+        QStringLiteral("SELECT lastPathComponent, duration FROM HourlyEvent%1 WHERE 1")
+            .arg(byNode ? QStringLiteral(" INDEXED BY HourlyEvent_lastPathComponent") : QString()) +
+        filterSql(filter) + context->pendingHourlyEventExclusion());
+    qint64 lastId = -1;
+    TRASPathComponent* node = nullptr;
+    while (stmt && stmt->step()) {
+        const qint64 id = stmt->int64(0);
+        if (id != lastId) {
+            node = context->registeredPathComponent(id);
+            if (node && node->isDeleted()) node = nullptr;
+            lastId = id;
+        }
+        if (node && !stmt->isNull(1))
+            node->setTotalDurationWithFilterTemporaryValue(
+                node->totalDurationWithFilterTemporaryValue() + stmt->real(1));
+    }
+    for (TRASHourlyEvent* event : context->liveChangedHourlyEvents()) {
+        TRASPathComponent* owner = event->lastPathComponent();
+        if (owner && matchesFilter(event, filter))
+            owner->setTotalDurationWithFilterTemporaryValue(
+                owner->totalDurationWithFilterTemporaryValue() + event->durationValue());
+    }
+}
+
 int TRActivityStore::filterEventsBetweenDate(const TRASEventFilter& filter) {
     Q_EMIT rootPathComponentsWithFilterWillChange();
     const std::vector<TRASPathComponent*>& nodes = allPathComponentsSortedByPathLevel();
     for (TRASPathComponent* node : nodes) node->setTotalDurationWithFilterTemporaryValue(0);
-    if (TRASContext* context = managedObjectContext()) {
-        // Summed here rather than by GROUP BY: SQLite would sort the rows of
-        // a date range first. Rows of one node tend to come together, so the
-        // node looked up last is tried first.
-        // For a range over most of the recorded time the node index is the
-        // faster path: it delivers each node's rows together.
-        const bool byNode = coversMostRecordedTime(filter, nodes);
-        auto stmt = m_db.prepare(
-            QStringLiteral("SELECT lastPathComponent, duration FROM HourlyEvent%1 WHERE 1")
-                .arg(byNode ? QStringLiteral(" INDEXED BY HourlyEvent_lastPathComponent") : QString()) +
-            filterSql(filter) + context->pendingHourlyEventExclusion());
-        qint64 lastId = -1;
-        TRASPathComponent* node = nullptr;
-        while (stmt && stmt->step()) {
-            const qint64 id = stmt->int64(0);
-            if (id != lastId) {
-                node = context->registeredPathComponent(id);
-                if (node && node->isDeleted()) node = nullptr;
-                lastId = id;
-            }
-            if (node && !stmt->isNull(1))
-                node->setTotalDurationWithFilterTemporaryValue(
-                    node->totalDurationWithFilterTemporaryValue() + stmt->real(1));
-        }
-        for (TRASHourlyEvent* event : context->liveChangedHourlyEvents()) {
-            TRASPathComponent* owner = event->lastPathComponent();
-            if (owner && matchesFilter(event, filter))
-                owner->setTotalDurationWithFilterTemporaryValue(
-                    owner->totalDurationWithFilterTemporaryValue() + event->durationValue());
-        }
-    }
+    addMatchingEventsToTemporaryTotals(filter, nodes);
     // Deepest level first: each node is complete before it is added upward.
     for (auto it = nodes.rbegin(); it != nodes.rend(); ++it) {
         if (TRASPathComponent* parent = (*it)->pathParent())
@@ -228,20 +243,28 @@ QDateTime TRActivityStore::dateForFunctionOnHourlyEvents(const char* function) {
     return QDateTime::fromMSecsSinceEpoch(qint64(std::llround(result * 1000.0)), Qt::UTC);
 }
 
-QDateTime TRActivityStore::startDateOfOldestHourlyEvent() { return dateForFunctionOnHourlyEvents("min:"); }
-QDateTime TRActivityStore::startDateOfNewestHourlyEvent() { return dateForFunctionOnHourlyEvents("max:"); }
+QDateTime TRActivityStore::startDateOfOldestHourlyEvent() {
+    return dateForFunctionOnHourlyEvents("min:");
+}
+QDateTime TRActivityStore::startDateOfNewestHourlyEvent() {
+    return dateForFunctionOnHourlyEvents("max:");
+}
 
 void TRActivityStore::createTestData(TRASApplication* application, const QDateTime& reference) {
     TRASPathComponent* root = application ? application->pathRoot() : nullptr;
     if (!root) return;
     for (int a = 0; a < 10; ++a) {
-        TRASPathComponent* n1 = root->childComponentWithValue(QStringLiteral("Level1Test%1").arg(a), true);
+        TRASPathComponent* n1 =
+            root->childComponentWithValue(QStringLiteral("Level1Test%1").arg(a), true);
         for (int b = 0; b < 10; ++b) {
-            TRASPathComponent* n2 = n1->childComponentWithValue(QStringLiteral("Level2Test%1").arg(b), true);
+            TRASPathComponent* n2 =
+                n1->childComponentWithValue(QStringLiteral("Level2Test%1").arg(b), true);
             for (int c = 0; c < 10; ++c) {
-                TRASPathComponent* n3 = n2->childComponentWithValue(QStringLiteral("Level3Test%1").arg(c), true);
+                TRASPathComponent* n3 =
+                    n2->childComponentWithValue(QStringLiteral("Level3Test%1").arg(c), true);
                 for (int d = 0; d < 10; ++d) {
-                    TRASPathComponent* leaf = n3->childComponentWithValue(QStringLiteral("Level4Test%1").arg(d), true);
+                    TRASPathComponent* leaf =
+                        n3->childComponentWithValue(QStringLiteral("Level4Test%1").arg(d), true);
                     for (int hour = 0; hour < 10; ++hour) {
                         addActivity(TRActivity(), leaf, reference.addSecs(3600 * hour),
                                     reference.addSecs(3600 * (hour + 1)));

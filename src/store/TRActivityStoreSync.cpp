@@ -33,14 +33,16 @@ void TRActivityStore::saveWithNotification(bool notify) {
         TRASSaveResult result;
         if (std::optional<TRError> error = context->save(&result)) {
             m_options.reporter->presentError(*error);
-            const QString userInfo = QStringLiteral("{domain = %1; code = %2; file = \"%3/%4\"}")
-                                         .arg(error->domain)
-                                         .arg(error->code)
-                                         .arg(m_options.dataFolder, QStringLiteral("ActivityStore.db"));
-            m_options.reporter->logLine(QStringLiteral("%1:%2 unable to save: %3; %4")
-                                            .arg(QStringLiteral("TRActivityStore"),
-                                                 QStringLiteral("-[TRActivityStore saveWithNotification:]"),
-                                                 error->toString(), userInfo));
+            const QString userInfo =
+                QStringLiteral("{domain = %1; code = %2; file = \"%3/%4\"}")
+                    .arg(error->domain)
+                    .arg(error->code)
+                    .arg(m_options.dataFolder, QStringLiteral("ActivityStore.db"));
+            m_options.reporter->logLine(
+                QStringLiteral("%1:%2 unable to save: %3; %4")
+                    .arg(QStringLiteral("TRActivityStore"),
+                         QStringLiteral("-[TRActivityStore saveWithNotification:]"),
+                         error->toString(), userInfo));
         } else {
             announceSave(result);
         }
@@ -48,8 +50,8 @@ void TRActivityStore::saveWithNotification(bool notify) {
     if (!notify) return;
     if (m_options.bundleIdentifier.endsWith(QLatin1String("Helper"))) {
         if (m_options.notificationCenter)
-            m_options.notificationCenter->post(QString::fromLatin1(kDidSaveActivityStoreNotification),
-                                               QString(), {});
+            m_options.notificationCenter->post(
+                QString::fromLatin1(kDidSaveActivityStoreNotification), QString(), {});
     } else {
         Q_EMIT didSaveActivityStore();
     }
@@ -92,6 +94,7 @@ void TRActivityStore::mergeRemoteSave(const QString& object,
                      decodeUris(userInfo.value(QString::fromLatin1(kUpdatedKey))),
                      decodeUris(userInfo.value(QString::fromLatin1(kDeletedKey))), &notFound);
     for (const QString& uri : notFound)
-        m_options.reporter->logLine(QStringLiteral("managed object with URI '%1' not found!").arg(uri));
+        m_options.reporter->logLine(
+            QStringLiteral("managed object with URI '%1' not found!").arg(uri));
     Q_EMIT remoteChangesMerged();
 }

@@ -24,7 +24,8 @@ class TRBlacklist {
 public:
     virtual ~TRBlacklist() = default;
     // application: nullptr for an activity entered by hand.
-    virtual bool isBlacklisted(const RunningApplication* application, const QString& pathString) = 0;
+    virtual bool isBlacklisted(const RunningApplication* application,
+                               const QString& pathString) = 0;
 };
 
 class TRNoBlacklist final : public TRBlacklist {

@@ -26,9 +26,7 @@ public:
     bool dropDeliveries = false;  // fault switch: posts are logged, never delivered
 
     void attach(FakeDistributedNotificationCenter* center) { m_centers.push_back(center); }
-    void detach(FakeDistributedNotificationCenter* center) {
-        std::erase(m_centers, center);
-    }
+    void detach(FakeDistributedNotificationCenter* center) { std::erase(m_centers, center); }
     inline void deliver(const FakePostedNotification& notification);
 
     std::vector<FakePostedNotification> postedNamed(const QString& name) const {

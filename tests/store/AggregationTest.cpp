@@ -52,7 +52,8 @@ TEST_F(AggregationTest, LevelWithoutNodesGetsAnEmptyGroup) {
     ASSERT_FALSE(other.exec(QStringLiteral(
         "INSERT INTO Application(bundleIdentifier, pathRoot) VALUES('org.example.Gap', 100);"
         "INSERT INTO PathComponent(id, pathLevel, application) VALUES(100, 0, 2);"
-        "INSERT INTO PathComponent(id, value, pathLevel, pathParent) VALUES(101, '/deep', 3, 100);")));
+        "INSERT INTO PathComponent(id, value, pathLevel, pathParent) VALUES(101, '/deep', 3, "
+        "100);")));
     reopen();
     const auto& levels = store().allPathComponentsGroupedByPathLevel();
     ASSERT_EQ(levels.size(), 4u);
@@ -76,11 +77,31 @@ TEST_F(AggregationTest, FilteredTotalsFollowTheRangeAndTheNodeSets) {
         {"everything", {}, 900, 66, 966},
         {"start is inclusive", {utc(2024, 3, 5, 11), QDateTime(), {}, {}}, 300, 66, 366},
         {"stop is exclusive", {QDateTime(), utc(2024, 3, 5, 12), {}, {}}, 900, 0, 900},
-        {"only the hour's start counts", {utc(2024, 3, 5, 10, 30), utc(2024, 3, 5, 11, 30), {}, {}}, 300, 0, 300},
-        {"empty include set matches nothing", {QDateTime(), QDateTime(), std::vector<TRASPathComponent*>{}, {}}, 0, 0, 0},
-        {"empty exclude set excludes nothing", {QDateTime(), QDateTime(), {}, std::vector<TRASPathComponent*>{}}, 900, 66, 966},
-        {"include one node", {QDateTime(), QDateTime(), std::vector<TRASPathComponent*>{m_c}, {}}, 0, 66, 66},
-        {"exclude one node", {QDateTime(), QDateTime(), {}, std::vector<TRASPathComponent*>{m_c}}, 900, 0, 900},
+        {"only the hour's start counts",
+         {utc(2024, 3, 5, 10, 30), utc(2024, 3, 5, 11, 30), {}, {}},
+         300,
+         0,
+         300},
+        {"empty include set matches nothing",
+         {QDateTime(), QDateTime(), std::vector<TRASPathComponent*>{}, {}},
+         0,
+         0,
+         0},
+        {"empty exclude set excludes nothing",
+         {QDateTime(), QDateTime(), {}, std::vector<TRASPathComponent*>{}},
+         900,
+         66,
+         966},
+        {"include one node",
+         {QDateTime(), QDateTime(), std::vector<TRASPathComponent*>{m_c}, {}},
+         0,
+         66,
+         66},
+        {"exclude one node",
+         {QDateTime(), QDateTime(), {}, std::vector<TRASPathComponent*>{m_c}},
+         900,
+         0,
+         900},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -109,8 +130,10 @@ TEST_F(AggregationTest, ThresholdHidesNodesAtExactlyItsValue) {
         double threshold;
         size_t children;
         size_t roots;
-    } cases[] = {{"default", 0, 2, 1}, {"equal to the smaller child", 60, 1, 1},
-                 {"just below it", 59.5, 2, 1}, {"equal to the root", 960, 0, 0}};
+    } cases[] = {{"default", 0, 2, 1},
+                 {"equal to the smaller child", 60, 1, 1},
+                 {"just below it", 59.5, 2, 1},
+                 {"equal to the root", 960, 0, 0}};
     int announced = 0;
     QObject::connect(&store(), &TRActivityStore::rootPathComponentsWithFilterDidChange, &store(),
                      [&] { ++announced; });
@@ -140,18 +163,21 @@ TEST_F(AggregationTest, DeletingARangeSavesAndEmptiedNodesGo) {
     store().deleteEventsBetweenDate({utc(2024, 3, 5, 12), QDateTime(), {}, {}});
     EXPECT_EQ(store().sumOfDurationsOfEventsBetweenDate({}), 900);
     EXPECT_EQ(m_a->childComponentWithValue(QStringLiteral("/c"), false), nullptr);
-    store().deleteEventsBetweenDate({QDateTime(), QDateTime(), std::vector<TRASPathComponent*>{m_b}, {}});
+    store().deleteEventsBetweenDate(
+        {QDateTime(), QDateTime(), std::vector<TRASPathComponent*>{m_b}, {}});
     EXPECT_EQ(store().sumOfDurationsOfEventsBetweenDate({}), 0);
 }
 
 TEST_F(AggregationTest, TodayUsesTheStartDateIndex) {
     recordSample();
     store().save();
-    auto plan = store().managedObjectContext()->database().prepare(QStringLiteral(
-        "EXPLAIN QUERY PLAN SELECT TOTAL(duration) FROM HourlyEvent WHERE 1 AND startDate >= 0 AND startDate < 1"));
+    auto plan = store().managedObjectContext()->database().prepare(
+        QStringLiteral("EXPLAIN QUERY PLAN SELECT TOTAL(duration) FROM HourlyEvent WHERE 1 AND "
+                       "startDate >= 0 AND startDate < 1"));
     QString detail;
     while (plan && plan->step()) detail += plan->text(3);
-    EXPECT_TRUE(detail.contains(QStringLiteral("COVERING INDEX HourlyEvent_startDate"))) << detail.toStdString();
+    EXPECT_TRUE(detail.contains(QStringLiteral("COVERING INDEX HourlyEvent_startDate")))
+        << detail.toStdString();
 }
 
 TEST_F(AggregationTest, ReaderIsNeverLockedOutWhileTheHelperSaves) {

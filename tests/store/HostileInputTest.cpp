@@ -53,15 +53,16 @@ TEST_F(HostileInputTest, TenYearIntervalCreatesOneEventPerHour) {
     const QDateTime stop = start.addSecs(hours * 3600);
     TRASPathComponent* node = store().lastPathComponentForActivity(
         activityWith([](TRActivity& a) { a.setWindowTitle(QStringLiteral("long")); }));
-    store().storeActivity(activityWith([](TRActivity& a) { a.setWindowTitle(QStringLiteral("long")); }),
-                          start, stop);
+    store().storeActivity(
+        activityWith([](TRActivity& a) { a.setWindowTitle(QStringLiteral("long")); }), start, stop);
     EXPECT_EQ(qint64(node->hourlyEvents().size()), hours + 1);
     store().save();
     SqliteDatabase db;
     ASSERT_FALSE(db.open(databasePath(), SqliteDatabase::Mode::ReadOnly));
     EXPECT_EQ(db.scalarInt(QStringLiteral("SELECT COUNT(*) FROM HourlyEvent")), hours + 1);
     EXPECT_EQ(db.scalarInt(QStringLiteral("SELECT SUM(duration) FROM HourlyEvent")), hours * 3600);
-    EXPECT_EQ(db.scalarInt(QStringLiteral("SELECT COUNT(*) FROM HourlyEvent WHERE duration > 3600")), 0);
+    EXPECT_EQ(
+        db.scalarInt(QStringLiteral("SELECT COUNT(*) FROM HourlyEvent WHERE duration > 3600")), 0);
 }
 
 TEST_F(HostileInputTest, MalformedAddressesFallBackToTitleSplitting) {
@@ -70,7 +71,9 @@ TEST_F(HostileInputTest, MalformedAddressesFallBackToTitleSplitting) {
         QString text;
         QStringList expected;
     } cases[] = {
-        {"no host", QStringLiteral("http:///path"), {QStringLiteral("http"), QStringLiteral(":///path")}},
+        {"no host",
+         QStringLiteral("http:///path"),
+         {QStringLiteral("http"), QStringLiteral(":///path")}},
         {"only a scheme", QStringLiteral("https://"), {QStringLiteral("https")}},
     };
     for (const auto& c : cases) {

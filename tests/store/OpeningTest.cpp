@@ -1,7 +1,7 @@
 // Opening the store: the data folder, file modes, the schema and its
 // migration, and what happens when the store cannot be opened.
-#include <QFileInfo>
 #include <sys/stat.h>
+#include <QFileInfo>
 
 #include "ActivityStoreSchema.h"
 #include "SqliteDatabase.h"
@@ -18,8 +18,9 @@ int modeOf(const QString& path) {
 using OpeningTest = StoreTest;
 
 TEST_F(OpeningTest, CreatesAPrivateFolderAndOwnerOnlyFiles) {
-    store().storeActivity(activityWith([](TRActivity& a) { a.setWindowTitle(QStringLiteral("x")); }),
-                          utc(2024, 3, 5, 10), utc(2024, 3, 5, 10, 1));
+    store().storeActivity(
+        activityWith([](TRActivity& a) { a.setWindowTitle(QStringLiteral("x")); }),
+        utc(2024, 3, 5, 10), utc(2024, 3, 5, 10, 1));
     store().save();
     EXPECT_EQ(modeOf(dataFolder()), 0700);
     for (const char* suffix : {"", "-wal", "-shm"}) {
@@ -35,11 +36,15 @@ TEST_F(OpeningTest, WritesAheadWithTheCurrentSchemaVersion) {
     auto mode = db.prepare(QStringLiteral("PRAGMA journal_mode"));
     ASSERT_TRUE(mode && mode->step());
     EXPECT_EQ(mode->text(0), QStringLiteral("wal"));
-    EXPECT_EQ(db.scalarInt(QStringLiteral("PRAGMA user_version")), ActivityStoreSchema::kCurrentVersion);
-    for (const char* index : {"HourlyEvent_startDate", "HourlyEvent_lastPathComponent", "PathComponent_pathParent"}) {
+    EXPECT_EQ(db.scalarInt(QStringLiteral("PRAGMA user_version")),
+              ActivityStoreSchema::kCurrentVersion);
+    for (const char* index :
+         {"HourlyEvent_startDate", "HourlyEvent_lastPathComponent", "PathComponent_pathParent"}) {
         SCOPED_TRACE(index);
-        EXPECT_EQ(db.scalarInt(QStringLiteral("SELECT COUNT(*) FROM sqlite_master WHERE type = 'index' AND name = '%1'")
-                                   .arg(QLatin1String(index))),
+        EXPECT_EQ(db.scalarInt(
+                      QStringLiteral(
+                          "SELECT COUNT(*) FROM sqlite_master WHERE type = 'index' AND name = '%1'")
+                          .arg(QLatin1String(index))),
                   1);
     }
 }
@@ -54,12 +59,19 @@ TEST_F(OpeningTest, DoesNotCreateMissingParentFolders) {
     EXPECT_EQ(s.managedObjectContext(), nullptr);
     EXPECT_FALSE(QFileInfo::exists(m_dir.filePath(QStringLiteral("missing"))));
     ASSERT_EQ(m_reporter->lines.size(), 2);
-    EXPECT_EQ(m_reporter->lines[0], QStringLiteral("Failed to create App Support directory %1 : No such file or directory").arg(o.dataFolder));
-    EXPECT_EQ(m_reporter->lines[1], QStringLiteral("Error creating application support directory at %1 : No such file or directory").arg(o.dataFolder));
+    EXPECT_EQ(
+        m_reporter->lines[0],
+        QStringLiteral("Failed to create App Support directory %1 : No such file or directory")
+            .arg(o.dataFolder));
+    EXPECT_EQ(m_reporter->lines[1],
+              QStringLiteral(
+                  "Error creating application support directory at %1 : No such file or directory")
+                  .arg(o.dataFolder));
     ASSERT_EQ(m_reporter->presented.size(), 1u);
     EXPECT_EQ(m_reporter->presented[0].domain, QStringLiteral("YOUR_ERROR_DOMAIN"));
     EXPECT_EQ(m_reporter->presented[0].code, 9999);
-    EXPECT_EQ(m_reporter->presented[0].description, QStringLiteral("Failed to initialize the store"));
+    EXPECT_EQ(m_reporter->presented[0].description,
+              QStringLiteral("Failed to initialize the store"));
     EXPECT_EQ(m_aborts, 0);
 }
 
@@ -96,22 +108,26 @@ TEST_F(OpeningTest, EndsTheProcessWhenTheFileCannotBeOpened) {
 
 TEST_F(OpeningTest, MigratesAFileOfThePreviousVersion) {
     QDir().mkpath(dataFolder());
-    ASSERT_TRUE(QFile::copy(QStringLiteral(STORE_TEST_DATA "/ActivityStore-v1.db"), databasePath()));
-    const TRActivity activity = activityWith([](TRActivity& a) {
-        a.setDocumentPath(QStringLiteral("/home/notes.txt"));
-    });
-    TRASApplication* app = TRASApplication::applicationWithRunningApplication(store(), testApplication(), false);
+    ASSERT_TRUE(
+        QFile::copy(QStringLiteral(STORE_TEST_DATA "/ActivityStore-v1.db"), databasePath()));
+    const TRActivity activity =
+        activityWith([](TRActivity& a) { a.setDocumentPath(QStringLiteral("/home/notes.txt")); });
+    TRASApplication* app =
+        TRASApplication::applicationWithRunningApplication(store(), testApplication(), false);
     ASSERT_NE(app, nullptr);
     EXPECT_TRUE(app->applescriptTrackingDisabledValue());
     EXPECT_EQ(app->pathRoot()->titleForDisplay(), QStringLiteral("Editor"));
     store().storeActivity(activity, utc(2024, 3, 5, 11, 40), utc(2024, 3, 5, 12, 10));
     store().save();
-    EXPECT_EQ(dumpInFreshProcess(), (QStringList{
-        QStringLiteral("org.example.Editor|/home|/notes.txt @2024-03-05T10:00 3600"),
-        QStringLiteral("org.example.Editor|/home|/notes.txt @2024-03-05T11:00 2400"),
-        QStringLiteral("org.example.Editor|/home|/notes.txt @2024-03-05T12:00 600")}));
+    EXPECT_EQ(
+        dumpInFreshProcess(),
+        (QStringList{QStringLiteral("org.example.Editor|/home|/notes.txt @2024-03-05T10:00 3600"),
+                     QStringLiteral("org.example.Editor|/home|/notes.txt @2024-03-05T11:00 2400"),
+                     QStringLiteral("org.example.Editor|/home|/notes.txt @2024-03-05T12:00 600")}));
     EXPECT_TRUE(app->uriRepresentation().startsWith(QStringLiteral("x-vorlix://")));
-    EXPECT_EQ(store().managedObjectContext()->database().scalarInt(QStringLiteral("PRAGMA user_version")), 2);
+    EXPECT_EQ(
+        store().managedObjectContext()->database().scalarInt(QStringLiteral("PRAGMA user_version")),
+        2);
     const QString uuid = store().managedObjectContext()->storeUuid();
     reopen();
     ASSERT_NE(store().managedObjectContext(), nullptr);
@@ -122,7 +138,10 @@ TEST_F(OpeningTest, ReadsTheTimeThresholdAndWritesChangesBack) {
     setSetting(QStringLiteral("activityStoreTimeThreshold"), 12.5);
     EXPECT_EQ(store().timeThreshold(), 12.5);
     store().setTimeThreshold(30.0);
-    EXPECT_EQ(QSettings(settingsPath(), QSettings::IniFormat).value(QStringLiteral("activityStoreTimeThreshold")).toDouble(), 30.0);
+    EXPECT_EQ(QSettings(settingsPath(), QSettings::IniFormat)
+                  .value(QStringLiteral("activityStoreTimeThreshold"))
+                  .toDouble(),
+              30.0);
     reopen();
     EXPECT_EQ(store().timeThreshold(), 30.0);
 }
@@ -138,7 +157,8 @@ TEST_F(OpeningTest, UsesTheSharedDataFolderByDefault) {
     TRActivityStore::Options o = options();
     o.dataFolder.clear();
     TRActivityStore s(o);
-    EXPECT_EQ(s.applicationSupportDirectory(), m_dir.filePath(QStringLiteral("xdg/info.mallowby.Vorlix")));
+    EXPECT_EQ(s.applicationSupportDirectory(),
+              m_dir.filePath(QStringLiteral("xdg/info.mallowby.Vorlix")));
     EXPECT_EQ(s.bundleIdentifier(), QStringLiteral("info.mallowby.VorlixHelper"));
     qunsetenv("XDG_DATA_HOME");
 }

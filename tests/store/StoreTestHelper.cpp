@@ -36,7 +36,8 @@ int dump(const QString& file) {
         "FROM PathComponent p LEFT JOIN Application a ON a.id = p.application"));
     while (n && n->step()) nodes[n->int64(0)] = Node{n->text(1), n->int64(2), n->text(3)};
     QStringList lines;
-    auto e = db.prepare(QStringLiteral("SELECT lastPathComponent, startDate, duration FROM HourlyEvent"));
+    auto e = db.prepare(
+        QStringLiteral("SELECT lastPathComponent, startDate, duration FROM HourlyEvent"));
     while (e && e->step()) {
         QStringList path;
         for (qint64 id = e->int64(0); id && nodes.count(id); id = nodes[id].parent)
@@ -89,6 +90,7 @@ int main(int argc, char** argv) {
     if (args.size() == 2 && args[0] == QLatin1String("dump")) return dump(args[1]);
     if (args.size() >= 4 && args[0] == QLatin1String("record")) return record(args.mid(1));
     if (args.size() == 3 && args[0] == QLatin1String("post")) return post(args.mid(1));
-    std::fprintf(stderr, "usage: dump DB | record FOLDER ID SECONDS COMPONENT... | post NAME OBJECT\n");
+    std::fprintf(stderr,
+                 "usage: dump DB | record FOLDER ID SECONDS COMPONENT... | post NAME OBJECT\n");
     return 64;
 }

@@ -20,7 +20,9 @@
 #include "TRStoreReporter.h"
 
 // Readable failure messages for Qt strings.
-inline void PrintTo(const QString& s, std::ostream* os) { *os << '"' << s.toStdString() << '"'; }
+inline void PrintTo(const QString& s, std::ostream* os) {
+    *os << '"' << s.toStdString() << '"';
+}
 inline void PrintTo(const QStringList& l, std::ostream* os) {
     *os << "{";
     for (const QString& s : l) *os << "\n  \"" << s.toStdString() << "\"";
@@ -42,7 +44,8 @@ public:
     bool isBlacklisted(const RunningApplication*, const QString& pathString) override {
         ++calls;
         for (const QString& p : paths) {
-            if (pathString == p || (pathString + kPathComponentDelimiter).startsWith(p)) return true;
+            if (pathString == p || (pathString + kPathComponentDelimiter).startsWith(p))
+                return true;
         }
         return false;
     }
@@ -54,7 +57,8 @@ inline QDateTime utc(int y, int mo, int d, int h, int mi = 0, int s = 0) {
     return QDateTime(QDate(y, mo, d), QTime(h, mi, s), Qt::UTC);
 }
 
-inline RunningApplication testApplication(const QString& id = QStringLiteral("org.example.Editor")) {
+inline RunningApplication testApplication(
+    const QString& id = QStringLiteral("org.example.Editor")) {
     RunningApplication app;
     app.processIdentifier = 42;
     app.bundleIdentifier = id;
@@ -112,7 +116,8 @@ protected:
         process.start(QStringLiteral(STORE_TEST_HELPER), {QStringLiteral("dump"), databasePath()});
         EXPECT_TRUE(process.waitForFinished(30000));
         EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
-        return QString::fromUtf8(process.readAllStandardOutput()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        return QString::fromUtf8(process.readAllStandardOutput())
+            .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     }
 
     QTemporaryDir m_dir;

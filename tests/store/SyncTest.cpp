@@ -37,7 +37,8 @@ protected:
     static TRActivity onPath(const QString& path) {
         return activityWith([&](TRActivity& a) { a.setDocumentPath(path); });
     }
-    static void record(TRActivityStore& s, const QString& path, const QDateTime& start, int seconds) {
+    static void record(TRActivityStore& s, const QString& path, const QDateTime& start,
+                       int seconds) {
         s.storeActivity(onPath(path), start, start.addSecs(seconds));
     }
 
@@ -51,13 +52,16 @@ TEST_F(SyncTest, SaveAnnouncesSortedUrisOfWhatChanged) {
     const auto changes = m_bus->postedNamed(kChanges);
     ASSERT_EQ(changes.size(), 1u);
     EXPECT_EQ(changes[0].object, kHelper + QStringLiteral("|||") + dataFolder());
-    const QStringList inserted = QString::fromUtf8(changes[0].userInfo.value(QStringLiteral("inserted"))).split(QLatin1Char('\n'));
+    const QStringList inserted =
+        QString::fromUtf8(changes[0].userInfo.value(QStringLiteral("inserted")))
+            .split(QLatin1Char('\n'));
     EXPECT_EQ(inserted.size(), 5) << "application, three nodes, one hour";
     QStringList sorted = inserted;
     sorted.sort();
     EXPECT_EQ(inserted, sorted);
     for (const QString& uri : inserted) {
-        EXPECT_TRUE(uri.startsWith(QStringLiteral("x-vorlix://") + helper->managedObjectContext()->storeUuid() + QLatin1Char('/')));
+        EXPECT_TRUE(uri.startsWith(QStringLiteral("x-vorlix://") +
+                                   helper->managedObjectContext()->storeUuid() + QLatin1Char('/')));
         EXPECT_TRUE(uri.contains(QStringLiteral("/p"))) << "permanent identities only";
     }
     ASSERT_EQ(m_bus->postedNamed(kDidSave).size(), 1u);
@@ -85,7 +89,8 @@ TEST_F(SyncTest, WhichNotificationsASaveSends) {
         auto s = makeStore(c.id);
         SignalCounter inProcess(s.get(), &TRActivityStore::didSaveActivityStore);
         s->managedObjectContext();
-        if (c.changeSomething) record(*s, QStringLiteral("/x"), m_now, 1 + int(m_bus->posted.size()));
+        if (c.changeSomething)
+            record(*s, QStringLiteral("/x"), m_now, 1 + int(m_bus->posted.size()));
         s->saveWithNotification(c.notify);
         EXPECT_EQ(m_bus->postedNamed(kChanges).size(), c.changesOnBus);
         EXPECT_EQ(m_bus->postedNamed(kDidSave).size(), c.didSaveOnBus);
@@ -138,8 +143,10 @@ TEST_F(SyncTest, IgnoresNotificationsNotMeantForThisStore) {
         {"three parts", kHelper + QStringLiteral("|||") + folder + QStringLiteral("|||x"), 0},
         {"one part", kHelper, 0},
         {"our own identifier", kMain + QStringLiteral("|||") + folder, 0},
-        {"the lite variant's folder", kHelper + QStringLiteral("|||") + folder + QStringLiteral("-lite"), 0},
-        {"a folder with a trailing slash", kHelper + QStringLiteral("|||") + folder + QLatin1Char('/'), 0},
+        {"the lite variant's folder",
+         kHelper + QStringLiteral("|||") + folder + QStringLiteral("-lite"), 0},
+        {"a folder with a trailing slash",
+         kHelper + QStringLiteral("|||") + folder + QLatin1Char('/'), 0},
         {"the helper on our folder", kHelper + QStringLiteral("|||") + folder, 1},
     };
     FakeDistributedNotificationCenter poster(m_bus);
@@ -168,19 +175,22 @@ TEST_F(SyncTest, LogsUrisThatNameNothingAndMergesTheRest) {
                 {{QStringLiteral("inserted"), (missing + QLatin1Char('\n') + otherStore).toUtf8()},
                  {QStringLiteral("deleted"), garbage.toUtf8()}});
     drainEvents();
-    EXPECT_EQ(m_reporter->lines, (QStringList{
-        QStringLiteral("managed object with URI '%1' not found!").arg(missing),
-        QStringLiteral("managed object with URI '%1' not found!").arg(otherStore),
-        QStringLiteral("managed object with URI '%1' not found!").arg(garbage)}));
+    EXPECT_EQ(
+        m_reporter->lines,
+        (QStringList{QStringLiteral("managed object with URI '%1' not found!").arg(missing),
+                     QStringLiteral("managed object with URI '%1' not found!").arg(otherStore),
+                     QStringLiteral("managed object with URI '%1' not found!").arg(garbage)}));
 }
 
 TEST_F(SyncTest, OurUnsavedValuesWinPerPropertyAndTheRestComesFromTheFile) {
     auto helper = makeStore(kHelper);
     auto main = makeStore(kMain);
-    TRASApplication* helperApp = TRASApplication::applicationWithRunningApplication(*helper, testApplication(), true);
+    TRASApplication* helperApp =
+        TRASApplication::applicationWithRunningApplication(*helper, testApplication(), true);
     helper->save();
     drainEvents();
-    TRASApplication* mainApp = TRASApplication::applicationWithRunningApplication(*main, testApplication(), false);
+    TRASApplication* mainApp =
+        TRASApplication::applicationWithRunningApplication(*main, testApplication(), false);
     ASSERT_NE(mainApp, nullptr);
     mainApp->setApplescriptTrackingDisabledValue(true);  // unsaved in the main application
     helperApp->setTitle(QStringLiteral("Renamed"));
@@ -193,7 +203,8 @@ TEST_F(SyncTest, OurUnsavedValuesWinPerPropertyAndTheRestComesFromTheFile) {
     EXPECT_TRUE(mainApp->applescriptTrackingDisabledValue()) << "our unsaved change is kept";
     main->save();
     reopen();
-    TRASApplication* fresh = TRASApplication::applicationWithRunningApplication(store(), testApplication(), false);
+    TRASApplication* fresh =
+        TRASApplication::applicationWithRunningApplication(store(), testApplication(), false);
     EXPECT_TRUE(fresh->applescriptTrackingDisabledValue());
     EXPECT_EQ(fresh->title(), QStringLiteral("Renamed"));
 }
@@ -213,7 +224,8 @@ TEST_F(SyncTest, DeletionsArriveAndDropNodeCaches) {
     helper->deleteEventsBetweenDate(TRASEventFilter{});
     drainEvents();
     EXPECT_TRUE(a->children().empty()) << "the other program's deletion arrived";
-    EXPECT_EQ(main->allPathComponentsSortedByPathLevel().size(), 2u) << "the node went, the cache was rebuilt";
+    EXPECT_EQ(main->allPathComponentsSortedByPathLevel().size(), 2u)
+        << "the node went, the cache was rebuilt";
 }
 
 TEST_F(SyncTest, CachesSurviveMergedUpdatesButNotMergedInsertions) {
@@ -227,7 +239,8 @@ TEST_F(SyncTest, CachesSurviveMergedUpdatesButNotMergedInsertions) {
     // the cache was rebuilt.
     SqliteDatabase other;
     ASSERT_FALSE(other.open(databasePath()));
-    ASSERT_FALSE(other.exec(QStringLiteral("INSERT INTO PathComponent(value, pathLevel, pathParent) VALUES('/hidden', 1, 1)")));
+    ASSERT_FALSE(other.exec(QStringLiteral(
+        "INSERT INTO PathComponent(value, pathLevel, pathParent) VALUES('/hidden', 1, 1)")));
     record(*helper, QStringLiteral("/a"), utc(2024, 3, 5, 10, 10), 60);
     helper->save();
     drainEvents();

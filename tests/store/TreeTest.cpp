@@ -8,11 +8,18 @@ namespace {
 class FakeIcons final : public TRASIconLookup {
 public:
     QString applicationPathForBundleIdentifier(const QString& id) const override {
-        return id == QLatin1String("info.mallowby.VorlixHelper") ? QStringLiteral("/apps/helper.desktop") : QString();
+        return id == QLatin1String("info.mallowby.VorlixHelper")
+                   ? QStringLiteral("/apps/helper.desktop")
+                   : QString();
     }
     QString applicationPathForName(const QString&) const override { return QString(); }
-    QByteArray iconForApplicationPath(const QString& path) const override { return "app:" + path.toUtf8(); }
-    QByteArray iconForFile(const QString& path) const override { ++fileLookups; return "file:" + path.toUtf8(); }
+    QByteArray iconForApplicationPath(const QString& path) const override {
+        return "app:" + path.toUtf8();
+    }
+    QByteArray iconForFile(const QString& path) const override {
+        ++fileLookups;
+        return "file:" + path.toUtf8();
+    }
     QByteArray genericDocumentIcon() const override { return "docu"; }
     mutable int fileLookups = 0;
 };
@@ -38,8 +45,10 @@ TEST_F(TreeTest, ChildLookupIsExactAndCaseSensitive) {
 }
 
 TEST_F(TreeTest, DateBoundsWidenUpwardAndStopWhereAlreadyCovered) {
-    TRASPathComponent* b = record(QStringLiteral("/a/b"), utc(2024, 3, 5, 10), utc(2024, 3, 5, 10, 10));
-    TRASPathComponent* c = record(QStringLiteral("/a/c"), utc(2024, 3, 5, 9), utc(2024, 3, 5, 9, 10));
+    TRASPathComponent* b =
+        record(QStringLiteral("/a/b"), utc(2024, 3, 5, 10), utc(2024, 3, 5, 10, 10));
+    TRASPathComponent* c =
+        record(QStringLiteral("/a/c"), utc(2024, 3, 5, 9), utc(2024, 3, 5, 9, 10));
     store().save();
     TRASPathComponent* a = b->pathParent();
     EXPECT_EQ(b->startDateOfChildren(), utc(2024, 3, 5, 10));
@@ -50,11 +59,13 @@ TEST_F(TreeTest, DateBoundsWidenUpwardAndStopWhereAlreadyCovered) {
     b->moveStartDateOfChildren(utc(2024, 3, 5, 10, 5));
     b->moveStopDateOfChildren(utc(2024, 3, 5, 10, 5));
     b->moveStartDateOfChildren(QDateTime());
-    EXPECT_FALSE(store().managedObjectContext()->hasChanges()) << "nothing to widen, nothing dirtied";
+    EXPECT_FALSE(store().managedObjectContext()->hasChanges())
+        << "nothing to widen, nothing dirtied";
 }
 
 TEST_F(TreeTest, HourLookupFindsTheEventOfTheDatesHour) {
-    TRASPathComponent* node = record(QStringLiteral("/a"), utc(2024, 3, 5, 10, 20), utc(2024, 3, 5, 10, 30));
+    TRASPathComponent* node =
+        record(QStringLiteral("/a"), utc(2024, 3, 5, 10, 20), utc(2024, 3, 5, 10, 30));
     store().save();
     reopen();
     node = store().lastPathComponentForActivity(
@@ -67,7 +78,8 @@ TEST_F(TreeTest, HourLookupFindsTheEventOfTheDatesHour) {
 }
 
 TEST_F(TreeTest, NamesAndLocatesNodes) {
-    TRASPathComponent* file = record(QStringLiteral("/Users/a"), utc(2024, 3, 5, 10), utc(2024, 3, 5, 10, 1));
+    TRASPathComponent* file =
+        record(QStringLiteral("/Users/a"), utc(2024, 3, 5, 10), utc(2024, 3, 5, 10, 1));
     TRASPathComponent* title = store().lastPathComponentForActivity(
         activityWith([](TRActivity& a) { a.setWindowTitle(QStringLiteral("Inbox - Mail")); }));
     TRASPathComponent* root = file->pathParent()->pathParent();
@@ -92,7 +104,8 @@ TEST_F(TreeTest, NamesAndLocatesNodes) {
     EXPECT_EQ(file->titleForDisplay(), QStringLiteral("/a"));
     EXPECT_EQ(root->titleForDisplay(), QStringLiteral("Editor"));
     root->application()->setTitle(QString());
-    EXPECT_EQ(root->titleForDisplay(), QStringLiteral("editor")) << "falls back to the executable name";
+    EXPECT_EQ(root->titleForDisplay(), QStringLiteral("editor"))
+        << "falls back to the executable name";
 }
 
 TEST_F(TreeTest, IconsFollowTheirFallbacksAndAreCached) {
@@ -103,16 +116,18 @@ TEST_F(TreeTest, IconsFollowTheirFallbacksAndAreCached) {
     const QString existing = m_dir.filePath(QStringLiteral("present.txt"));
     QFile(existing).open(QIODevice::WriteOnly);
     auto node = [&](const QString& path) {
-        return s.lastPathComponentForActivity(activityWith([&](TRActivity& a) { a.setDocumentPath(path); }));
+        return s.lastPathComponentForActivity(
+            activityWith([&](TRActivity& a) { a.setDocumentPath(path); }));
     };
     EXPECT_EQ(node(existing)->icon(), "file:" + existing.toUtf8());
     EXPECT_EQ(node(existing)->icon(), "file:" + existing.toUtf8());
     EXPECT_EQ(icons->fileLookups, 1) << "cached after the first look-up";
     EXPECT_EQ(node(QStringLiteral("/no/such/file"))->icon(), QByteArray("docu"));
-    TRASPathComponent* titled =
-        s.lastPathComponentForActivity(activityWith([](TRActivity& a) { a.setWindowTitle(QStringLiteral("t")); }));
+    TRASPathComponent* titled = s.lastPathComponentForActivity(
+        activityWith([](TRActivity& a) { a.setWindowTitle(QStringLiteral("t")); }));
     EXPECT_TRUE(titled->icon().isEmpty()) << "no path, no icon";
-    EXPECT_EQ(TRASApplication::customActivitiesApplication(s)->icon(), QByteArray("app:/apps/helper.desktop"));
+    EXPECT_EQ(TRASApplication::customActivitiesApplication(s)->icon(),
+              QByteArray("app:/apps/helper.desktop"));
     EXPECT_EQ(node(existing)->pathParent()->pathParent()->pathParent()->icon(), QByteArray("docu"))
         << "a root shows its application's icon; this one is not installed";
     // Headless default: no icons at all.

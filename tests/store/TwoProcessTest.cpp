@@ -4,16 +4,16 @@
 // with it.
 #include <gtest/gtest.h>
 
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <csignal>
-#include <poll.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include "DBusNotificationCenter.h"
 #include "DateCalculations.h"
@@ -29,7 +29,8 @@ const QString kMain = QStringLiteral("info.mallowby.Vorlix");
 // Runs the event loop until `done` holds or five seconds pass.
 bool waitFor(const std::function<bool()>& done) {
     QDeadlineTimer deadline(5000);
-    while (!done() && !deadline.hasExpired()) QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    while (!done() && !deadline.hasExpired())
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
     return done();
 }
 
@@ -42,14 +43,19 @@ protected:
         o.dataFolder = m_dir.filePath(QStringLiteral("info.mallowby.Vorlix"));
         o.bundleIdentifier = kMain;
         const QString settings = m_dir.filePath(QStringLiteral("VorlixHelper.conf"));
-        o.settings = [settings] { return std::make_unique<QSettings>(settings, QSettings::IniFormat); };
+        o.settings = [settings] {
+            return std::make_unique<QSettings>(settings, QSettings::IniFormat);
+        };
         o.notificationCenter = m_center;
         m_store = std::make_unique<TRActivityStore>(o);
-        QObject::connect(m_store.get(), &TRActivityStore::remoteChangesMerged, m_store.get(), [this] { ++m_merges; });
+        QObject::connect(m_store.get(), &TRActivityStore::remoteChangesMerged, m_store.get(),
+                         [this] { ++m_merges; });
         ASSERT_NE(m_store->managedObjectContext(), nullptr);
-        for (const char* name : {kDidSaveActivityStoreNotification, kContextDidSaveDistributedNotification}) {
-            m_center->addObserver(QString::fromLatin1(name),
-                                  [this](const QString& n, const QString&, const auto&) { m_seen.append(n); });
+        for (const char* name :
+             {kDidSaveActivityStoreNotification, kContextDidSaveDistributedNotification}) {
+            m_center->addObserver(
+                QString::fromLatin1(name),
+                [this](const QString& n, const QString&, const auto&) { m_seen.append(n); });
         }
     }
 
@@ -60,8 +66,9 @@ protected:
         ASSERT_EQ(helper.exitCode(), 0) << helper.readAllStandardError().toStdString();
     }
     void record(int seconds, const QStringList& components) {
-        runHelper(QStringList{QStringLiteral("record"), m_store->applicationSupportDirectory(), kHelper,
-                              QString::number(seconds)} + components);
+        runHelper(QStringList{QStringLiteral("record"), m_store->applicationSupportDirectory(),
+                              kHelper, QString::number(seconds)} +
+                  components);
     }
     TRASPathComponent* node(const QStringList& components) {
         TRActivity activity;
@@ -83,7 +90,8 @@ TEST_F(TwoProcessTest, HolderSeesNewNodesAndChangedDurationsWithoutReopening) {
     record(600, {QStringLiteral("/a"), QStringLiteral("/b")});
     ASSERT_TRUE(waitFor([&] { return m_merges == 1; }));
     TRASPathComponent* b = node({QStringLiteral("/a"), QStringLiteral("/b")});
-    TRASHourlyEvent* hour = b->hourlyEventWithDate(QDateTime(QDate(2024, 3, 5), QTime(10, 0), Qt::UTC), false);
+    TRASHourlyEvent* hour =
+        b->hourlyEventWithDate(QDateTime(QDate(2024, 3, 5), QTime(10, 0), Qt::UTC), false);
     ASSERT_NE(hour, nullptr);
     EXPECT_EQ(hour->durationValue(), 600);
     TRASPathComponent* a = b->pathParent();
@@ -96,7 +104,9 @@ TEST_F(TwoProcessTest, HolderSeesNewNodesAndChangedDurationsWithoutReopening) {
     EXPECT_EQ(a->children().size(), 2u);
     TRASPathComponent* c = a->childComponentWithValue(QStringLiteral("/c"), false);
     ASSERT_NE(c, nullptr);
-    EXPECT_EQ(c->hourlyEventWithDate(QDateTime(QDate(2024, 3, 5), QTime(10, 0), Qt::UTC), false)->durationValue(), 60);
+    EXPECT_EQ(c->hourlyEventWithDate(QDateTime(QDate(2024, 3, 5), QTime(10, 0), Qt::UTC), false)
+                  ->durationValue(),
+              60);
     EXPECT_FALSE(m_store->managedObjectContext()->hasChanges());
 }
 
@@ -107,15 +117,17 @@ TEST_F(TwoProcessTest, IgnoresNotificationsForOthersAndSavesOfNothingSendOnlyDid
                                    QString::fromLatin1(kDidSaveActivityStoreNotification)}));
     const QString folder = m_store->applicationSupportDirectory();
     const QString name = QString::fromLatin1(kContextDidSaveDistributedNotification);
-    for (const QString& object : {kHelper + QStringLiteral("|||") + folder + QStringLiteral("|||x"),
-                                  kMain + QStringLiteral("|||") + folder,
-                                  kHelper + QStringLiteral("|||") + folder + QStringLiteral("-lite")}) {
+    for (const QString& object :
+         {kHelper + QStringLiteral("|||") + folder + QStringLiteral("|||x"),
+          kMain + QStringLiteral("|||") + folder,
+          kHelper + QStringLiteral("|||") + folder + QStringLiteral("-lite")}) {
         runHelper({QStringLiteral("post"), name, object});
     }
     // Nothing changes: no change notification, only the save notification.
     m_seen.clear();
     record(0, {QStringLiteral("/a")});
-    ASSERT_TRUE(waitFor([&] { return m_seen.contains(QString::fromLatin1(kDidSaveActivityStoreNotification)); }));
+    ASSERT_TRUE(waitFor(
+        [&] { return m_seen.contains(QString::fromLatin1(kDidSaveActivityStoreNotification)); }));
     EXPECT_EQ(m_seen.count(name), 3) << "only the three posted by hand";
     EXPECT_EQ(m_merges, 1) << "none of them was merged";
 }
@@ -136,7 +148,8 @@ int main(int argc, char** argv) {
     int fds[2];
     if (!busDir.isValid() || pipe(fds) != 0) return 1;
     // Neither process may read or write the user's own settings or data.
-    setenv("XDG_CONFIG_HOME", busDir.filePath(QStringLiteral("config")).toLocal8Bit().constData(), 1);
+    setenv("XDG_CONFIG_HOME", busDir.filePath(QStringLiteral("config")).toLocal8Bit().constData(),
+           1);
     setenv("XDG_DATA_HOME", busDir.filePath(QStringLiteral("data")).toLocal8Bit().constData(), 1);
     const QByteArray program = daemon.toLocal8Bit();
     const QByteArray address = "--address=unix:dir=" + busDir.path().toLocal8Bit();

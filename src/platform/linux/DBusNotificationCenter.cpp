@@ -35,10 +35,10 @@ int DBusNotificationCenter::addObserver(const QString& name, Observer observer) 
     if (!m_connection.isConnected()) return -1;
     bool listening = false;
     for (const auto& entry : m_observers) listening = listening || entry.second.name == name;
-    if (!listening &&
-        !m_connection.connect(QString(), QString::fromLatin1(kPath), QString::fromLatin1(kInterface),
-                              name, QString::fromLatin1(kSignature), this,
-                              SLOT(handleSignal(QDBusMessage)))) {
+    if (!listening && !m_connection.connect(QString(), QString::fromLatin1(kPath),
+                                            QString::fromLatin1(kInterface), name,
+                                            QString::fromLatin1(kSignature), this,
+                                            SLOT(handleSignal(QDBusMessage)))) {
         return -1;
     }
     const int token = m_nextToken++;
