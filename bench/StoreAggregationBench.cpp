@@ -8,6 +8,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <cstdlib>
+#include <malloc.h>
 #include <random>
 
 #include "BenchSupport.h"
@@ -156,8 +157,12 @@ void benchFiveYearStore(const QString& keepIn) {
     bench::print("five_year_today_sum_median", bench::median(todayRuns) / 1000.0, "ms");
 
     bench::print("five_year_resident_memory_before_nodes", residentMiB(), "MiB");
+    const size_t heapBefore = mallinfo2().uordblks;
     start = bench::Clock::now();
     store.filterEventsBetweenDate({});
+    bench::print("five_year_heap_per_loaded_node",
+                 double(mallinfo2().uordblks - heapBefore) / double(store.allPathComponentsSortedByPathLevel().size()),
+                 "bytes");
     bench::print("five_year_full_aggregation_first_with_node_load",
                  bench::microsecondsSince(start) / 1000.0, "ms");
     std::vector<double> full, fullCpu, month, monthCpu;

@@ -59,15 +59,12 @@ void TRASApplication::setCachedIcon(const QByteArray& value) {
 }
 
 TRASPathComponent* TRASApplication::pathRoot() {
-    if (!m_pathRoot.resolved) {
-        m_pathRoot.object = context()->pathComponentWithId(m_pathRoot.id);
-        m_pathRoot.resolved = true;
-    }
+    if (!m_pathRoot.resolved()) m_pathRoot.resolveTo(context()->pathComponentWithId(m_pathRoot.id));
     return m_pathRoot.object;
 }
 
 void TRASApplication::setPathRoot(TRASPathComponent* root) {
-    if (m_pathRoot.resolved && m_pathRoot.object == root) return;
+    if (m_pathRoot.resolved() && m_pathRoot.object == root) return;
     m_pathRoot.set(root);
     didChange(kPathRoot);
     if (root) root->setApplicationLink(this);
@@ -216,7 +213,7 @@ void TRASApplication::willSave() {
 
 void TRASApplication::nullifyRelationships(bool markChanges) {
     Q_UNUSED(markChanges);
-    if (m_pathRoot.resolved && m_pathRoot.object) {
+    if (m_pathRoot.resolved() && m_pathRoot.object) {
         TRASPathComponent* root = m_pathRoot.object;
         root->m_application.setFromRow(primaryKey());
     }

@@ -70,11 +70,18 @@ void TRASObject::didChange(std::uint32_t bits) {
 TRASContext::TRASContext(SqliteDatabase& db, QString storeUuid, TRActivityStore* store)
     : m_db(db), m_storeUuid(std::move(storeUuid)), m_store(store) {}
 
-TRASContext::~TRASContext() = default;
+TRASContext::~TRASContext() {
+    while (TRASObject* object = m_owned) {
+        m_owned = object->m_nextOwned;
+        delete object;
+    }
+}
 
 TRASObject* TRASContext::adopt(std::unique_ptr<TRASObject> object) {
-    TRASObject* raw = object.get();
-    m_objects.emplace(raw, std::move(object));
+    TRASObject* raw = object.release();
+    raw->m_nextOwned = m_owned;
+    if (m_owned) m_owned->m_previousOwned = raw;
+    m_owned = raw;
     return raw;
 }
 
@@ -305,7 +312,7 @@ void TRASContext::loadChildren(TRASPathComponent* node) {
     while (stmt->step()) {
         auto* child = static_cast<TRASPathComponent*>(readRow(TRASEntity::PathComponent, *stmt));
         if (child->m_deleted) continue;
-        if (child->m_pathParent.resolved && child->m_pathParent.object != node) continue;
+        if (child->m_pathParent.resolved() && child->m_pathParent.object != node) continue;
         child->m_pathParent.set(node);
         if (std::find(node->m_children.begin(), node->m_children.end(), child) ==
             node->m_children.end())
@@ -327,10 +334,10 @@ void TRASContext::loadHourlyEvents(TRASPathComponent* node) {
     while (stmt->step()) {
         auto* event = static_cast<TRASHourlyEvent*>(readRow(TRASEntity::HourlyEvent, *stmt));
         if (event->m_deleted) continue;
-        if (event->m_lastPathComponent.resolved && event->m_lastPathComponent.object != node)
+        if (event->m_lastPathComponent.resolved() && event->m_lastPathComponent.object != node)
             continue;
         event->m_lastPathComponent.set(node);
-        node->m_hourlyEvents.emplace(TRASPathComponent::hourKey(event->m_startDate), event);
+        node->hourlyEventMap().emplace(TRASPathComponent::hourKey(event->m_startDate), event);
     }
     stmt->reset();
 }
@@ -348,7 +355,7 @@ void TRASContext::loadEvents(TRASPathComponent* node) {
         auto* event = static_cast<TRASEvent*>(readRow(TRASEntity::Event, *stmt));
         if (event->m_deleted) continue;
         event->m_lastPathComponent.set(node);
-        node->m_events.push_back(event);
+        node->eventList().push_back(event);
     }
     stmt->reset();
 }

@@ -146,7 +146,9 @@ private:
     QString m_storeUuid;
     TRActivityStore* m_store;
     qint64 m_nextTemporaryId = 1;
-    std::unordered_map<TRASObject*, std::unique_ptr<TRASObject>> m_objects;
+    // Every object the context owns, linked through the objects themselves
+    // (a hash map here cost more per node than the node's own fields).
+    TRASObject* m_owned = nullptr;
     std::unordered_map<qint64, TRASObject*> m_registered[4];
     std::unordered_set<TRASObject*> m_inserted;
     std::unordered_set<TRASObject*> m_updated;

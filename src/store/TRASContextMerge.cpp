@@ -52,11 +52,11 @@ void TRASContext::linkMergedInsertion(TRASObject* object) {
 void TRASContext::unlinkFromOwner(TRASObject* object) {
     if (object->m_entity == TRASEntity::PathComponent) {
         auto* node = static_cast<TRASPathComponent*>(object);
-        if (node->m_pathParent.resolved && node->m_pathParent.object)
+        if (node->m_pathParent.resolved() && node->m_pathParent.object)
             node->m_pathParent.object->removeChild(node, false);
     } else if (object->m_entity == TRASEntity::HourlyEvent) {
         auto* event = static_cast<TRASHourlyEvent*>(object);
-        if (event->m_lastPathComponent.resolved && event->m_lastPathComponent.object)
+        if (event->m_lastPathComponent.resolved() && event->m_lastPathComponent.object)
             event->m_lastPathComponent.object->removeHourlyEvent(event);
     }
 }
@@ -66,7 +66,7 @@ void TRASContext::unlinkFromOwner(TRASObject* object) {
 void TRASContext::linkToOwner(TRASObject* object) {
     if (object->m_entity == TRASEntity::PathComponent) {
         auto* node = static_cast<TRASPathComponent*>(object);
-        TRASPathComponent* parent = node->m_pathParent.resolved
+        TRASPathComponent* parent = node->m_pathParent.resolved()
                                         ? node->m_pathParent.object
                                         : registeredPathComponent(node->m_pathParent.id);
         if (!parent || parent->m_deleted) return;
@@ -77,13 +77,13 @@ void TRASContext::linkToOwner(TRASObject* object) {
             children.push_back(node);
     } else if (object->m_entity == TRASEntity::HourlyEvent) {
         auto* event = static_cast<TRASHourlyEvent*>(object);
-        TRASPathComponent* node = event->m_lastPathComponent.resolved
+        TRASPathComponent* node = event->m_lastPathComponent.resolved()
                                       ? event->m_lastPathComponent.object
                                       : registeredPathComponent(event->m_lastPathComponent.id);
         if (!node || node->m_deleted) return;
         event->m_lastPathComponent.set(node);
         if (node->m_hourlyEventsLoaded)
-            node->m_hourlyEvents.emplace(TRASPathComponent::hourKey(event->m_startDate), event);
+            node->hourlyEventMap().emplace(TRASPathComponent::hourKey(event->m_startDate), event);
     }
 }
 

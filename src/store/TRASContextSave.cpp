@@ -147,5 +147,10 @@ void TRASContext::forget(TRASObject* object) {
     m_updated.erase(object);
     m_deleted.erase(object);
     m_dirtiedByCleanup.erase(object);
-    m_objects.erase(object);
+    if (object->m_previousOwned)
+        object->m_previousOwned->m_nextOwned = object->m_nextOwned;
+    else
+        m_owned = object->m_nextOwned;
+    if (object->m_nextOwned) object->m_nextOwned->m_previousOwned = object->m_previousOwned;
+    delete object;
 }

@@ -13,11 +13,11 @@ QDateTime TRASHourlyEvent::startDate() const {
 
 void TRASHourlyEvent::setStartDateSeconds(double value) {
     if (m_startDate == value) return;
-    TRASPathComponent* node = m_lastPathComponent.resolved ? m_lastPathComponent.object : nullptr;
+    TRASPathComponent* node = m_lastPathComponent.resolved() ? m_lastPathComponent.object : nullptr;
     if (node) node->removeHourlyEvent(this);
     m_startDate = value;
     if (node && node->m_hourlyEventsLoaded)
-        node->m_hourlyEvents.emplace(TRASPathComponent::hourKey(m_startDate), this);
+        node->hourlyEventMap().emplace(TRASPathComponent::hourKey(m_startDate), this);
     didChange(kStartDate);
 }
 
@@ -29,10 +29,8 @@ void TRASHourlyEvent::setDurationValue(double value) {
 }
 
 TRASPathComponent* TRASHourlyEvent::lastPathComponent() {
-    if (!m_lastPathComponent.resolved) {
-        m_lastPathComponent.object = context()->pathComponentWithId(m_lastPathComponent.id);
-        m_lastPathComponent.resolved = true;
-    }
+    if (!m_lastPathComponent.resolved())
+        m_lastPathComponent.resolveTo(context()->pathComponentWithId(m_lastPathComponent.id));
     return m_lastPathComponent.object;
 }
 
@@ -45,7 +43,7 @@ void TRASHourlyEvent::setLastPathComponent(TRASPathComponent* node) {
     }
     if (node) {
         node->hourlyEvents();  // read the file's events before adding to them
-        node->m_hourlyEvents.emplace(TRASPathComponent::hourKey(m_startDate), this);
+        node->hourlyEventMap().emplace(TRASPathComponent::hourKey(m_startDate), this);
         node->didChange(0);
     }
     m_lastPathComponent.set(node);
@@ -105,19 +103,17 @@ void TRASHourlyEvent::willSave() {
 // A local deletion dirties the node (its clean-up rule must look at it); a
 // deletion by the other program only updates what is in memory.
 void TRASHourlyEvent::nullifyRelationships(bool markChanges) {
-    TRASPathComponent* node = markChanges                    ? lastPathComponent()
-                              : m_lastPathComponent.resolved ? m_lastPathComponent.object
-                                                             : nullptr;
+    TRASPathComponent* node = markChanges                      ? lastPathComponent()
+                              : m_lastPathComponent.resolved() ? m_lastPathComponent.object
+                                                               : nullptr;
     if (!node) return;
     node->removeHourlyEvent(this);
     if (markChanges) node->didChange(0);
 }
 
 TRASPathComponent* TRASEvent::lastPathComponent() {
-    if (!m_lastPathComponent.resolved) {
-        m_lastPathComponent.object = context()->pathComponentWithId(m_lastPathComponent.id);
-        m_lastPathComponent.resolved = true;
-    }
+    if (!m_lastPathComponent.resolved())
+        m_lastPathComponent.resolveTo(context()->pathComponentWithId(m_lastPathComponent.id));
     return m_lastPathComponent.object;
 }
 
@@ -130,7 +126,7 @@ void TRASEvent::setLastPathComponent(TRASPathComponent* node) {
     }
     if (node) {
         node->events();
-        node->m_events.push_back(this);
+        node->eventList().push_back(this);
         node->didChange(0);
     }
     m_lastPathComponent.set(node);
@@ -170,9 +166,9 @@ void TRASEvent::willSave() {
 }
 
 void TRASEvent::nullifyRelationships(bool markChanges) {
-    TRASPathComponent* node = markChanges                    ? lastPathComponent()
-                              : m_lastPathComponent.resolved ? m_lastPathComponent.object
-                                                             : nullptr;
+    TRASPathComponent* node = markChanges                      ? lastPathComponent()
+                              : m_lastPathComponent.resolved() ? m_lastPathComponent.object
+                                                               : nullptr;
     if (!node) return;
     node->removeEvent(this);
     if (markChanges) node->didChange(0);

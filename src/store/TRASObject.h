@@ -22,7 +22,7 @@ class SqliteDatabase;
 class SqliteStatement;
 class TRASContext;
 
-enum class TRASEntity { Application, PathComponent, HourlyEvent, Event };
+enum class TRASEntity : std::uint8_t { Application, PathComponent, HourlyEvent, Event };
 
 QString entityName(TRASEntity entity);
 std::optional<TRASEntity> entityNamed(const QString& name);
@@ -46,6 +46,7 @@ public:
 
 protected:
     TRASObject(TRASContext* context, TRASEntity entity) : m_context(context), m_entity(entity) {}
+    // Fields are ordered for size: one object per node or hour is kept.
 
     // Records a change of the persistent properties in `bits` (0 for a change
     // of a to-many relationship, which has no column of its own).
@@ -67,10 +68,12 @@ private:
     virtual void nullifyRelationships(bool markChanges) = 0;
 
     TRASContext* m_context;
-    TRASEntity m_entity;
+    TRASObject* m_previousOwned = nullptr;
+    TRASObject* m_nextOwned = nullptr;
     qint64 m_primaryKey = 0;
     qint64 m_temporaryId = 0;
     std::uint32_t m_dirty = 0;
+    TRASEntity m_entity;
     bool m_inserted = false;
     bool m_updated = false;
     bool m_deleted = false;

@@ -52,24 +52,20 @@ void TRASPathComponent::setCachedIcon(const QByteArray& value) {
 }
 
 TRASApplication* TRASPathComponent::application() {
-    if (!m_application.resolved) {
-        m_application.object = context()->applicationWithId(m_application.id);
-        m_application.resolved = true;
-    }
+    if (!m_application.resolved())
+        m_application.resolveTo(context()->applicationWithId(m_application.id));
     return m_application.object;
 }
 
 void TRASPathComponent::setApplicationLink(TRASApplication* application) {
-    if (m_application.resolved && m_application.object == application) return;
+    if (m_application.resolved() && m_application.object == application) return;
     m_application.set(application);
     didChange(kApplication);
 }
 
 TRASPathComponent* TRASPathComponent::pathParent() {
-    if (!m_pathParent.resolved) {
-        m_pathParent.object = context()->pathComponentWithId(m_pathParent.id);
-        m_pathParent.resolved = true;
-    }
+    if (!m_pathParent.resolved())
+        m_pathParent.resolveTo(context()->pathComponentWithId(m_pathParent.id));
     return m_pathParent.object;
 }
 
@@ -94,23 +90,36 @@ void TRASPathComponent::removeChild(TRASPathComponent* child, bool markChange) {
 }
 
 void TRASPathComponent::removeHourlyEvent(TRASHourlyEvent* event) {
-    auto range = m_hourlyEvents.equal_range(hourKey(event->startDateSeconds()));
+    if (!m_hourlyEvents) return;
+    auto& map = *m_hourlyEvents;
+    auto range = map.equal_range(hourKey(event->startDateSeconds()));
     for (auto it = range.first; it != range.second; ++it) {
         if (it->second == event) {
-            m_hourlyEvents.erase(it);
+            map.erase(it);
             return;
         }
     }
-    for (auto it = m_hourlyEvents.begin(); it != m_hourlyEvents.end(); ++it) {
+    for (auto it = map.begin(); it != map.end(); ++it) {
         if (it->second == event) {
-            m_hourlyEvents.erase(it);
+            map.erase(it);
             return;
         }
     }
 }
 
 void TRASPathComponent::removeEvent(TRASEvent* event) {
-    m_events.erase(std::remove(m_events.begin(), m_events.end(), event), m_events.end());
+    if (m_events) std::erase(*m_events, event);
+}
+
+std::multimap<double, TRASHourlyEvent*>& TRASPathComponent::hourlyEventMap() {
+    if (!m_hourlyEvents)
+        m_hourlyEvents = std::make_unique<std::multimap<double, TRASHourlyEvent*>>();
+    return *m_hourlyEvents;
+}
+
+std::vector<TRASEvent*>& TRASPathComponent::eventList() {
+    if (!m_events) m_events = std::make_unique<std::vector<TRASEvent*>>();
+    return *m_events;
 }
 
 const std::vector<TRASPathComponent*>& TRASPathComponent::children() {
@@ -120,12 +129,14 @@ const std::vector<TRASPathComponent*>& TRASPathComponent::children() {
 
 const std::vector<TRASEvent*>& TRASPathComponent::events() {
     context()->loadEvents(this);
-    return m_events;
+    static const std::vector<TRASEvent*> kNone;
+    return m_events ? *m_events : kNone;
 }
 
 const std::multimap<double, TRASHourlyEvent*>& TRASPathComponent::hourlyEvents() {
     context()->loadHourlyEvents(this);
-    return m_hourlyEvents;
+    static const std::multimap<double, TRASHourlyEvent*> kNone;
+    return m_hourlyEvents ? *m_hourlyEvents : kNone;
 }
 
 TRASPathComponent* TRASPathComponent::childComponentWithValue(const QString& value,
@@ -144,8 +155,9 @@ TRASPathComponent* TRASPathComponent::childComponentWithValue(const QString& val
 TRASHourlyEvent* TRASPathComponent::hourlyEventWithDate(const QDateTime& date,
                                                         bool createNewIfNeeded) {
     const double hour = secondsFromDate(Calculations::beginningOfHour(date));
-    auto found = hourlyEvents().find(hourKey(hour));
-    if (found != m_hourlyEvents.end()) return found->second;
+    const auto& events = hourlyEvents();
+    auto found = events.find(hourKey(hour));
+    if (found != events.end()) return found->second;
     if (!createNewIfNeeded) return nullptr;
     TRASHourlyEvent* event = context()->insertHourlyEvent();
     event->setStartDateSeconds(hour);
@@ -300,7 +312,7 @@ void TRASPathComponent::willSave() {
     if (isDeleted() || application()) return;
     if (pathParent()) {
         if ((m_childrenLoaded && !m_children.empty()) ||
-            (m_hourlyEventsLoaded && !m_hourlyEvents.empty()))
+            (m_hourlyEventsLoaded && m_hourlyEvents && !m_hourlyEvents->empty()))
             return;
         if (!children().empty() || !events().empty() || !hourlyEvents().empty()) return;
     }
@@ -309,18 +321,23 @@ void TRASPathComponent::willSave() {
 }
 
 void TRASPathComponent::nullifyRelationships(bool markChanges) {
-    TRASPathComponent* parent = markChanges             ? pathParent()
-                                : m_pathParent.resolved ? m_pathParent.object
-                                                        : nullptr;
+    TRASPathComponent* parent = markChanges               ? pathParent()
+                                : m_pathParent.resolved() ? m_pathParent.object
+                                                          : nullptr;
     if (parent) {
         auto it = std::find(parent->m_children.begin(), parent->m_children.end(), this);
         if (it != parent->m_children.end()) parent->m_children.erase(it);
         if (markChanges) parent->didChange(0);
     }
     for (TRASPathComponent* child : m_children) child->m_pathParent.setFromRow(primaryKey());
-    for (auto& entry : m_hourlyEvents) entry.second->m_lastPathComponent.setFromRow(primaryKey());
-    for (TRASEvent* event : m_events) event->m_lastPathComponent.setFromRow(primaryKey());
-    if (m_application.resolved && m_application.object &&
+    if (m_hourlyEvents) {
+        for (auto& entry : *m_hourlyEvents)
+            entry.second->m_lastPathComponent.setFromRow(primaryKey());
+    }
+    if (m_events) {
+        for (TRASEvent* event : *m_events) event->m_lastPathComponent.setFromRow(primaryKey());
+    }
+    if (m_application.resolved() && m_application.object &&
         m_application.object->m_pathRoot.object == this)
         m_application.object->m_pathRoot.setFromRow(primaryKey());
 }

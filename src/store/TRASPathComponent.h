@@ -12,6 +12,7 @@
 #include <QString>
 #include <limits>
 #include <map>
+#include <memory>
 #include <vector>
 
 #include "TRASObject.h"
@@ -109,22 +110,24 @@ private:
     void removeChild(TRASPathComponent* child, bool markChange = true);
     void removeHourlyEvent(TRASHourlyEvent* event);
     void removeEvent(TRASEvent* event);
+    std::multimap<double, TRASHourlyEvent*>& hourlyEventMap();
+    std::vector<TRASEvent*>& eventList();
 
     QString m_value;
-    qint16 m_pathLevel = 0;
     double m_startDateOfChildren = std::numeric_limits<double>::quiet_NaN();
     double m_stopDateOfChildren = std::numeric_limits<double>::quiet_NaN();
+    double m_totalDurationWithFilter = 0;
+    double m_temporaryTotal = 0;
     QByteArray m_cachedIcon;
     TRASToOne<TRASApplication> m_application;
     TRASToOne<TRASPathComponent> m_pathParent;
-
     std::vector<TRASPathComponent*> m_children;
-    std::multimap<double, TRASHourlyEvent*> m_hourlyEvents;
-    std::vector<TRASEvent*> m_events;
+    // Allocated on first use: most nodes never read their events, and a
+    // five-year store keeps tens of thousands of nodes in memory.
+    std::unique_ptr<std::multimap<double, TRASHourlyEvent*>> m_hourlyEvents;
+    std::unique_ptr<std::vector<TRASEvent*>> m_events;
+    qint16 m_pathLevel = 0;
     bool m_childrenLoaded = false;
     bool m_hourlyEventsLoaded = false;
     bool m_eventsLoaded = false;
-
-    double m_totalDurationWithFilter = 0;
-    double m_temporaryTotal = 0;
 };
