@@ -1,28 +1,21 @@
 #include "TrackingWiring.h"
 
 #include "AppLog.h"
+#include "DBusNotificationCenter.h"
 #include "LinuxIdleTimeSource.h"
 #include "LogindPowerAndSessionEvents.h"
 #include "TRActivityRecorder.h"
 #include "TRActivitySource.h"
+#include "TRActivityStore.h"
+#include "TRApplicationInfoExtractor.h"
+#include "TRASApplication.h"
 #include "TRClock.h"
 #include "TRExtractorRegistry.h"
 #include "TRInfoExtractor.h"
-#include "TRApplicationInfoExtractor.h"
 #include "TRInfoLogger.h"
 #include "TRStatusMenuDelegate.h"
 
 namespace {
-
-// ---------------------------------------------------------------------------
-// PLACEHOLDERS, to be replaced by adapters over the real pieces:
-// - PlaceholderActivityRecorder -> TRActivityStore::sharedInstance()
-//   storeActivity(activity, start, stop) and save(), and
-//   TRASApplication::applicationWithRunningApplication(app, false)
-//   ->applescriptTrackingDisabled.
-// Until then the helper runs the whole loop but sees no application in
-// front and records nothing.
-// ---------------------------------------------------------------------------
 
 // The extractor dispatch as the loop's activity source.
 class ExtractorActivitySource final : public TRActivitySource {
@@ -40,13 +33,20 @@ public:
     }
 };
 
-class PlaceholderActivityRecorder final : public TRActivityRecorder {
+// The activity store as the loop's recorder. The store opens lazily, on the
+// first lookup of a tick.
+class StoreActivityRecorder final : public TRActivityRecorder {
 public:
-    void storeActivity(const TRActivity&, const QDateTime& start, const QDateTime& stop) override {
-        qCDebug(lcApp) << "would store an interval of" << start.secsTo(stop) << "s";
+    void storeActivity(const TRActivity& activity, const QDateTime& start,
+                       const QDateTime& stop) override {
+        TRActivityStore::sharedInstance().storeActivity(activity, start, stop);
     }
-    void save() override {}
-    bool applescriptTrackingDisabled(const RunningApplication&) override { return false; }
+    void save() override { TRActivityStore::sharedInstance().save(); }
+    bool applescriptTrackingDisabled(const RunningApplication& application) override {
+        const TRASApplication* stored =
+            TRASApplication::applicationWithRunningApplication(TRApplicationSlot(application), false);
+        return stored != nullptr && stored->applescriptTrackingDisabledValue();
+    }
 };
 
 }  // namespace
@@ -61,7 +61,10 @@ std::unique_ptr<TrackingWiring> wireTracking() {
     TRExtractionContext::setShared(wiring->platform.context());
     registerDefaultExtractors();
     wiring->activitySource = std::make_unique<ExtractorActivitySource>();
-    wiring->recorder = std::make_unique<PlaceholderActivityRecorder>();
+    TRActivityStore::Options storeOptions;
+    storeOptions.notificationCenter = std::make_shared<DBusNotificationCenter>();
+    TRActivityStore::configureSharedInstance(std::move(storeOptions));
+    wiring->recorder = std::make_unique<StoreActivityRecorder>();
     wiring->idleTimeSource = std::make_unique<LinuxIdleTimeSource>();
     wiring->powerAndSessionEvents = std::make_unique<LogindPowerAndSessionEvents>();
     wiring->powerAndSessionEvents->start();

@@ -15,6 +15,7 @@
 #include "InspectCommand.h"
 #include "PlatformObjects.h"
 #include "SingleInstance.h"
+#include "TRActivityStore.h"
 #include "TRInfoLogger.h"
 #include "TrackingWiring.h"
 #include "Translations.h"
@@ -39,6 +40,7 @@ void parseCommandLine(QCoreApplication& app) {
 // in progress and saves.
 void applicationShouldTerminate(TrackingWiring& wiring) {
     wiring.logger->endTracking();
+    TRActivityStore::sharedInstance().prepareForTermination();
     qCInfo(lcApp) << "terminating";
 }
 

@@ -1,0 +1,59 @@
+#pragma once
+// Small helpers for the store benchmarks: a store on a temporary folder,
+// wall-clock timing and medians. Figures print as "name: value unit".
+
+#include <QDateTime>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <ctime>
+#include <memory>
+#include <vector>
+
+#include "TRActivityStore.h"
+
+namespace bench {
+
+using Clock = std::chrono::steady_clock;
+
+inline double microsecondsSince(Clock::time_point start) {
+    return std::chrono::duration<double, std::micro>(Clock::now() - start).count();
+}
+
+// CPU time of this process, which the other programs on a shared machine
+// do not inflate the way they inflate wall-clock time.
+inline double cpuMicroseconds() {
+    timespec ts{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &ts);
+    return double(ts.tv_sec) * 1e6 + double(ts.tv_nsec) / 1e3;
+}
+
+inline double percentile(std::vector<double> values, double p) {
+    if (values.empty()) return 0;
+    std::sort(values.begin(), values.end());
+    const size_t index = std::min(values.size() - 1, size_t(p * double(values.size() - 1) + 0.5));
+    return values[index];
+}
+
+inline double median(std::vector<double> values) {
+    return percentile(std::move(values), 0.5);
+}
+
+inline void print(const char* name, double value, const char* unit) {
+    std::printf("%s: %.3f %s\n", name, value, unit);
+    std::fflush(stdout);
+}
+
+inline TRActivityStore::Options storeOptions(const QTemporaryDir& dir) {
+    TRActivityStore::Options options;
+    options.dataFolder = dir.filePath(QStringLiteral("info.mallowby.Vorlix"));
+    const QString settings = dir.filePath(QStringLiteral("VorlixHelper.conf"));
+    options.settings = [settings] {
+        return std::make_unique<QSettings>(settings, QSettings::IniFormat);
+    };
+    return options;
+}
+
+}  // namespace bench

@@ -1,0 +1,217 @@
+// Aggregation figures.
+//  - benchmark: the unrestricted filter over the test-data tree (four levels
+//    of ten nodes, 100,000 one-hour events), five runs.
+//  - a synthetic five-year store (300 applications, 50,000 path components,
+//    500,000 hourly events): open, "today", full and one-month aggregation,
+//    and 1,000 project-like subtree sums.
+#include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
+#include <cstdlib>
+#include <malloc.h>
+#include <random>
+
+#include "BenchSupport.h"
+#include "DateCalculations.h"
+#include "SqliteDatabase.h"
+#include "TRASApplication.h"
+#include "TRASPathComponent.h"
+
+namespace {
+
+const QDateTime kNow(QDate(2024, 3, 5), QTime(12, 0), Qt::UTC);
+
+double residentMiB() {
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly)) return 0;
+    for (const QByteArray& line : status.readAll().split('\n')) {
+        if (line.startsWith("VmRSS:"))
+            return line.mid(6).trimmed().split(' ').first().toDouble() / 1024.0;
+    }
+    return 0;
+}
+
+void benchTestDataFilter() {
+    QTemporaryDir dir;
+    TRActivityStore::Options options = bench::storeOptions(dir);
+    options.clock = [] { return kNow; };
+    TRActivityStore store(options);
+    TRASApplication* app = TRASApplication::applicationWithBundleIdentifier(
+        store, QStringLiteral("org.example.Bench"), QString(), QStringLiteral("Bench"), true);
+    const QDateTime reference = kNow.addDays(-30);
+    store.createTestData(app, reference);
+    store.save();
+    TRASEventFilter filter{reference.addSecs(-1), store.now(), {}, {}};
+    std::vector<double> runs, cpu;
+    for (int i = 0; i < 6; ++i) {
+        const auto start = bench::Clock::now();
+        const double cpuStart = bench::cpuMicroseconds();
+        store.filterEventsBetweenDate(filter);
+        if (i > 0) {  // run 0 also loads the nodes
+            runs.push_back(bench::microsecondsSince(start) / 1000.0);
+            cpu.push_back((bench::cpuMicroseconds() - cpuStart) / 1000.0);
+        } else {
+            bench::print("benchmark_first_run_with_node_load",
+                         bench::microsecondsSince(start) / 1000.0, "ms");
+        }
+    }
+    bench::print("benchmark_filter_run_median", bench::median(runs), "ms");
+    bench::print("benchmark_filter_run_median_cpu", bench::median(cpu), "ms");
+}
+
+// Writes the synthetic store straight through SQL, in one transaction.
+void writeFiveYearStore(const QString& folder) {
+    {
+        TRActivityStore::Options options;
+        options.dataFolder = folder;
+        options.settings = [] {
+            return std::make_unique<QSettings>(QString(), QSettings::IniFormat);
+        };
+        TRActivityStore schemaOnly(options);
+        schemaOnly.managedObjectContext();
+    }
+    SqliteDatabase db;
+    db.open(folder + QStringLiteral("/ActivityStore.db"));
+    db.exec(QStringLiteral("BEGIN"));
+    std::mt19937 random(42);
+    const int apps = 300, nodes = 50000, events = 500000;
+    SqliteStatement* app = db.cached(
+        "INSERT INTO Application(id, bundleIdentifier, title, pathRoot) VALUES(?1, ?2, ?3, ?4)");
+    SqliteStatement* node = db.cached(
+        "INSERT INTO PathComponent(id, value, pathLevel, application, pathParent) VALUES(?1, ?2, "
+        "?3, ?4, ?5)");
+    std::vector<int> level(nodes + 1, 0), owner(nodes + 1, 0);
+    for (int a = 1; a <= apps; ++a) {
+        app->reset();
+        app->bind(1, qint64(a));
+        app->bind(2, QStringLiteral("org.example.App%1").arg(a));
+        app->bind(3, QStringLiteral("App %1").arg(a));
+        app->bind(4, qint64(a));
+        app->run();
+        node->reset();
+        node->bind(1, qint64(a));
+        node->bind(3, qint64(0));
+        node->bind(4, qint64(a));
+        node->run();
+        owner[a] = a;
+    }
+    for (int n = apps + 1; n <= nodes; ++n) {
+        // Grow each tree by attaching to an earlier node, at most six levels deep.
+        int parent = 1 + int(random() % unsigned(n - 1));
+        while (level[parent] >= 6) parent = owner[parent];
+        level[n] = level[parent] + 1;
+        owner[n] = owner[parent];
+        node->reset();
+        node->bind(1, qint64(n));
+        node->bind(2, QStringLiteral("/component%1").arg(n));
+        node->bind(3, qint64(level[n]));
+        node->bind(5, qint64(parent));
+        node->run();
+    }
+    SqliteStatement* event = db.cached(
+        "INSERT INTO HourlyEvent(startDate, duration, lastPathComponent) VALUES(?1, ?2, ?3)");
+    const double end = double(Calculations::beginningOfHour(kNow).toSecsSinceEpoch());
+    const int hours = 5 * 365 * 24;
+    for (int e = 0; e < events; ++e) {
+        event->reset();
+        // About a hundred land today, the rest anywhere in the five years.
+        const int hoursBack = e % 5000 == 0 ? int(random() % 12) : int(random() % unsigned(hours));
+        event->bind(1, end - 3600.0 * hoursBack);
+        event->bind(2, double(1 + random() % 3600));
+        event->bind(3, qint64(apps + 1 + random() % unsigned(nodes - apps)));
+        event->run();
+    }
+    db.exec(QStringLiteral("COMMIT"));
+    db.exec(QStringLiteral("PRAGMA wal_checkpoint(TRUNCATE)"));
+}
+
+// keepIn: a folder to write the store into and leave there (for inspection).
+void benchFiveYearStore(const QString& keepIn) {
+    QTemporaryDir dir;
+    dir.setAutoRemove(keepIn.isEmpty());
+    const QString folder =
+        keepIn.isEmpty() ? dir.filePath(QStringLiteral("info.mallowby.Vorlix")) : keepIn;
+    if (!QFileInfo::exists(folder + QStringLiteral("/ActivityStore.db")))
+        writeFiveYearStore(folder);
+    bench::print(
+        "five_year_file_size",
+        double(QFileInfo(folder + QStringLiteral("/ActivityStore.db")).size()) / (1024.0 * 1024.0),
+        "MiB");
+    TRActivityStore::Options options = bench::storeOptions(dir);
+    options.dataFolder = folder;
+    options.clock = [] { return kNow; };
+    auto start = bench::Clock::now();
+    TRActivityStore store(options);
+    store.managedObjectContext();
+    bench::print("five_year_open", bench::microsecondsSince(start) / 1000.0, "ms");
+
+    const TRASEventFilter today{
+        Calculations::beginningOfDay(kNow), Calculations::endOfDay(kNow), {}, {}};
+    std::vector<double> todayRuns;
+    double total = 0;
+    for (int i = 0; i < 200; ++i) {
+        start = bench::Clock::now();
+        total += store.sumOfDurationsOfEventsBetweenDate(today);
+        todayRuns.push_back(bench::microsecondsSince(start));
+    }
+    bench::print("five_year_today_sum_median", bench::median(todayRuns) / 1000.0, "ms");
+
+    bench::print("five_year_resident_memory_before_nodes", residentMiB(), "MiB");
+    const size_t heapBefore = mallinfo2().uordblks;
+    start = bench::Clock::now();
+    store.filterEventsBetweenDate({});
+    bench::print("five_year_heap_per_loaded_node",
+                 double(mallinfo2().uordblks - heapBefore) / double(store.allPathComponentsSortedByPathLevel().size()),
+                 "bytes");
+    bench::print("five_year_full_aggregation_first_with_node_load",
+                 bench::microsecondsSince(start) / 1000.0, "ms");
+    std::vector<double> full, fullCpu, month, monthCpu;
+    for (int i = 0; i < 5; ++i) {
+        start = bench::Clock::now();
+        const double cpuStart = bench::cpuMicroseconds();
+        store.filterEventsBetweenDate({});
+        full.push_back(bench::microsecondsSince(start) / 1000.0);
+        fullCpu.push_back((bench::cpuMicroseconds() - cpuStart) / 1000.0);
+    }
+    bench::print("five_year_full_aggregation_median", bench::median(full), "ms");
+    bench::print("five_year_full_aggregation_median_cpu", bench::median(fullCpu), "ms");
+    const TRASEventFilter lastMonth{Calculations::prevMonth(kNow), kNow, {}, {}};
+    for (int i = 0; i < 5; ++i) {
+        start = bench::Clock::now();
+        const double cpuStart = bench::cpuMicroseconds();
+        store.filterEventsBetweenDate(lastMonth);
+        month.push_back(bench::microsecondsSince(start) / 1000.0);
+        monthCpu.push_back((bench::cpuMicroseconds() - cpuStart) / 1000.0);
+    }
+    bench::print("five_year_month_aggregation_median", bench::median(month), "ms");
+    bench::print("five_year_month_aggregation_median_cpu", bench::median(monthCpu), "ms");
+
+    const auto& nodes = store.allPathComponentsSortedByPathLevel();
+    std::mt19937 random(7);
+    std::vector<std::vector<TRASPathComponent*>> subtrees;
+    for (int i = 0; i < 1000; ++i) {
+        // Project-like: a subtree a few levels down, as a project's path would name.
+        TRASPathComponent* n = nodes[random() % nodes.size()];
+        subtrees.push_back(n->completeSubtree());
+    }
+    start = bench::Clock::now();
+    for (const auto& subtree : subtrees)
+        total += store.sumOfDurationsOfEventsBetweenDate({QDateTime(), QDateTime(), subtree, {}});
+    bench::print("five_year_1000_subtree_sums", bench::microsecondsSince(start) / 1000.0, "ms");
+    bench::print("five_year_resident_memory", residentMiB(), "MiB");
+    if (total < 0) std::printf("impossible\n");
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    setenv("TZ", "UTC", 1);
+    Calculations::refreshCurrentCalendar();
+    QCoreApplication app(argc, argv);
+    const QStringList args = app.arguments();
+    // An argument picks one part: "benchmark" or "fiveyear [FOLDER]".
+    if (args.size() < 2 || args[1] == QLatin1String("benchmark")) benchTestDataFilter();
+    if (args.size() < 2 || args[1] == QLatin1String("fiveyear"))
+        benchFiveYearStore(args.size() > 2 ? args[2] : QString());
+    return 0;
+}

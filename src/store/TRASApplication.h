@@ -1,0 +1,92 @@
+#pragma once
+// TRASApplication: one tracked application, or the pseudo-application that
+// holds the activities the user entered by hand. It owns the root of its
+// path-component tree (pathRoot).
+//
+// Lookups (by application id, else executable name, else title) go through
+// the store's context and see unsaved changes. Main thread only.
+
+#include <QByteArray>
+#include <QString>
+
+#include "TRASObject.h"
+#include "TRASToOne.h"
+#include "TRActivity.h"
+
+class TRActivityStore;
+class TRASPathComponent;
+
+inline constexpr char kCustomActivitiesBundleIdentifier[] =
+    "info.mallowby.Vorlix.custom-activities";
+
+class TRASApplication final : public TRASObject {
+public:
+    enum Property : std::uint32_t {
+        kBundleIdentifier = 1u << 0,
+        kExecutableName = 1u << 1,
+        kTitle = 1u << 2,
+        kApplescriptTrackingDisabled = 1u << 3,
+        kCachedIcon = 1u << 4,
+        kPathRoot = 1u << 5,
+    };
+
+    explicit TRASApplication(TRASContext* context) : TRASObject(context, TRASEntity::Application) {}
+
+    const QString& bundleIdentifier() const { return m_bundleIdentifier; }
+    void setBundleIdentifier(const QString& value);
+    const QString& executableName() const { return m_executableName; }
+    void setExecutableName(const QString& value);
+    const QString& title() const { return m_title; }
+    void setTitle(const QString& value);
+    bool applescriptTrackingDisabledValue() const { return m_applescriptTrackingDisabled; }
+    void setApplescriptTrackingDisabledValue(bool value);
+    const QByteArray& cachedIcon() const { return m_cachedIcon; }
+    void setCachedIcon(const QByteArray& value);
+
+    TRASPathComponent* pathRoot();
+    // Also makes this application the root's `application`.
+    void setPathRoot(TRASPathComponent* root);
+
+    // The installed application's location, or a null string.
+    QString bundlePath() const;
+    // Encoded image (PNG); empty when the desktop has no icon for it.
+    QByteArray icon();
+
+    // REQUIRES: at least one argument non-empty, else nothing is found.
+    // A found application gets what it lacks filled in (the executable as
+    // given, full path and all); a new one gets the executable's file name.
+    static TRASApplication* applicationWithBundleIdentifier(TRActivityStore& store,
+                                                            const QString& bundleIdentifier,
+                                                            const QString& executablePath,
+                                                            const QString& title,
+                                                            bool createNewIfNeeded);
+    // A running application by id, executable and name; the null marker gives
+    // the custom-activities application; nothing gives nullptr.
+    static TRASApplication* applicationWithRunningApplication(TRActivityStore& store,
+                                                              const TRApplicationSlot& application,
+                                                              bool createNewIfNeeded);
+    static TRASApplication* applicationWithRunningApplication(const TRApplicationSlot& application,
+                                                              bool createNewIfNeeded);
+    static TRASApplication* customActivitiesApplication(TRActivityStore& store);
+    // For the project store's applications: always creates a missing one.
+    static TRASApplication* applicationWithProjectStoreApplication(TRActivityStore& store,
+                                                                   const QString& bundleIdentifier,
+                                                                   const QString& executableName,
+                                                                   const QString& title);
+
+private:
+    friend class TRASContext;
+    friend class TRASPathComponent;
+    void readColumns(const SqliteStatement& row, bool keepDirty) override;
+    std::optional<TRError> insertRow(SqliteDatabase& db) override;
+    std::optional<TRError> updateRow(SqliteDatabase& db) override;
+    void willSave() override;
+    void nullifyRelationships(bool markChanges) override;
+
+    QString m_bundleIdentifier;
+    QString m_executableName;
+    QString m_title;
+    bool m_applescriptTrackingDisabled = false;
+    QByteArray m_cachedIcon;
+    TRASToOne<TRASPathComponent> m_pathRoot;
+};

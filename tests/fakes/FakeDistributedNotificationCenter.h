@@ -1,0 +1,90 @@
+#pragma once
+// An in-memory stand-in for the session bus: every centre attached to one
+// FakeNotificationBus receives every post (the poster included), later, from
+// the event loop, as the real bus delivers. The bus keeps a log of posts, and
+// a fault switch drops deliveries. Main thread only.
+
+#include <QCoreApplication>
+#include <QMetaObject>
+#include <map>
+#include <memory>
+#include <vector>
+
+#include "DistributedNotificationCenter.h"
+
+struct FakePostedNotification {
+    QString name;
+    QString object;
+    DistributedNotificationCenter::UserInfo userInfo;
+};
+
+class FakeDistributedNotificationCenter;
+
+class FakeNotificationBus final {
+public:
+    std::vector<FakePostedNotification> posted;
+    bool dropDeliveries = false;  // fault switch: posts are logged, never delivered
+
+    void attach(FakeDistributedNotificationCenter* center) { m_centers.push_back(center); }
+    void detach(FakeDistributedNotificationCenter* center) { std::erase(m_centers, center); }
+    inline void deliver(const FakePostedNotification& notification);
+
+    std::vector<FakePostedNotification> postedNamed(const QString& name) const {
+        std::vector<FakePostedNotification> result;
+        for (const auto& p : posted) {
+            if (p.name == name) result.push_back(p);
+        }
+        return result;
+    }
+
+private:
+    std::vector<FakeDistributedNotificationCenter*> m_centers;
+};
+
+class FakeDistributedNotificationCenter final : public DistributedNotificationCenter {
+public:
+    explicit FakeDistributedNotificationCenter(std::shared_ptr<FakeNotificationBus> bus)
+        : m_bus(std::move(bus)), m_alive(std::make_shared<bool>(true)) {
+        m_bus->attach(this);
+    }
+    ~FakeDistributedNotificationCenter() override {
+        *m_alive = false;
+        m_bus->detach(this);
+    }
+
+    void post(const QString& name, const QString& object, const UserInfo& userInfo) override {
+        m_bus->deliver({name, object, userInfo});
+    }
+    int addObserver(const QString& name, Observer observer) override {
+        m_observers.emplace(m_next, std::make_pair(name, std::move(observer)));
+        return m_next++;
+    }
+    void removeObserver(int token) override { m_observers.erase(token); }
+
+    void receive(const FakePostedNotification& notification) {
+        std::weak_ptr<bool> alive = m_alive;
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(),
+            [this, alive, notification] {
+                if (alive.expired() || !*alive.lock()) return;
+                for (const auto& entry : m_observers) {
+                    if (entry.second.first == notification.name)
+                        entry.second.second(notification.name, notification.object,
+                                            notification.userInfo);
+                }
+            },
+            Qt::QueuedConnection);
+    }
+
+private:
+    std::shared_ptr<FakeNotificationBus> m_bus;
+    std::shared_ptr<bool> m_alive;
+    std::map<int, std::pair<QString, Observer>> m_observers;
+    int m_next = 0;
+};
+
+void FakeNotificationBus::deliver(const FakePostedNotification& notification) {
+    posted.push_back(notification);
+    if (dropDeliveries) return;
+    for (FakeDistributedNotificationCenter* center : m_centers) center->receive(notification);
+}

@@ -1,0 +1,129 @@
+#pragma once
+// Shared set-up for the store tests: a store on a fresh temporary data
+// folder with its own settings file, a fixed clock, a switchable blacklist,
+// a recording reporter, and a way to read the file back in another process.
+
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QProcess>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <memory>
+
+#include "TRASApplication.h"
+#include "TRASHourlyEvent.h"
+#include "TRASPathComponent.h"
+#include "TRActivityStore.h"
+#include "TRBlacklist.h"
+#include "TRStoreReporter.h"
+
+// Readable failure messages for Qt strings.
+inline void PrintTo(const QString& s, std::ostream* os) {
+    *os << '"' << s.toStdString() << '"';
+}
+inline void PrintTo(const QStringList& l, std::ostream* os) {
+    *os << "{";
+    for (const QString& s : l) *os << "\n  \"" << s.toStdString() << "\"";
+    *os << "}";
+}
+
+class RecordingReporter final : public TRStoreReporter {
+public:
+    void presentError(const TRError& error) override { presented.push_back(error); }
+    void logLine(const QString& line) override { lines.append(line); }
+    std::vector<TRError> presented;
+    QStringList lines;
+};
+
+// Blacklists path strings equal to, or prefixing (followed by the delimiter),
+// one of `paths`, the rule the project store applies.
+class ListBlacklist final : public TRBlacklist {
+public:
+    bool isBlacklisted(const RunningApplication*, const QString& pathString) override {
+        ++calls;
+        for (const QString& p : paths) {
+            if (pathString == p || (pathString + kPathComponentDelimiter).startsWith(p))
+                return true;
+        }
+        return false;
+    }
+    QStringList paths;
+    int calls = 0;
+};
+
+inline QDateTime utc(int y, int mo, int d, int h, int mi = 0, int s = 0) {
+    return QDateTime(QDate(y, mo, d), QTime(h, mi, s), Qt::UTC);
+}
+
+inline RunningApplication testApplication(
+    const QString& id = QStringLiteral("org.example.Editor")) {
+    RunningApplication app;
+    app.processIdentifier = 42;
+    app.bundleIdentifier = id;
+    app.executablePath = QStringLiteral("/usr/bin/editor");
+    app.localizedName = QStringLiteral("Editor");
+    return app;
+}
+
+inline TRActivity activityWith(const std::function<void(TRActivity&)>& fill,
+                               const RunningApplication& app = testApplication()) {
+    TRActivity activity;
+    activity.setApplication(app);
+    fill(activity);
+    return activity;
+}
+
+class StoreTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(m_dir.isValid());
+        m_reporter = std::make_shared<RecordingReporter>();
+        m_blacklist = std::make_shared<ListBlacklist>();
+    }
+
+    QString dataFolder() const { return m_dir.filePath(QStringLiteral("info.mallowby.Vorlix")); }
+    QString databasePath() const { return dataFolder() + QStringLiteral("/ActivityStore.db"); }
+    QString settingsPath() const { return m_dir.filePath(QStringLiteral("VorlixHelper.conf")); }
+    void setSetting(const QString& key, const QVariant& value) {
+        QSettings(settingsPath(), QSettings::IniFormat).setValue(key, value);
+    }
+
+    TRActivityStore::Options options(const QString& bundleIdentifier = QString()) {
+        TRActivityStore::Options o;
+        o.dataFolder = dataFolder();
+        o.bundleIdentifier = bundleIdentifier;
+        o.clock = [this] { return m_now; };
+        const QString path = settingsPath();
+        o.settings = [path] { return std::make_unique<QSettings>(path, QSettings::IniFormat); };
+        o.blacklist = m_blacklist;
+        o.reporter = m_reporter;
+        o.abortProcess = [this] { ++m_aborts; };
+        return o;
+    }
+
+    TRActivityStore& store() {
+        if (!m_store) m_store = std::make_unique<TRActivityStore>(options());
+        return *m_store;
+    }
+    void reopen() { m_store.reset(); }
+
+    // The file as another process reads it: one line per hourly event,
+    // "app|/a|/b @yyyy-MM-ddTHH:mm duration", sorted.
+    QStringList dumpInFreshProcess() {
+        QProcess process;
+        process.start(QStringLiteral(STORE_TEST_HELPER), {QStringLiteral("dump"), databasePath()});
+        EXPECT_TRUE(process.waitForFinished(30000));
+        EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
+        return QString::fromUtf8(process.readAllStandardOutput())
+            .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    }
+
+    QTemporaryDir m_dir;
+    QDateTime m_now = utc(2024, 3, 5, 12);
+    std::shared_ptr<RecordingReporter> m_reporter;
+    std::shared_ptr<ListBlacklist> m_blacklist;
+    std::unique_ptr<TRActivityStore> m_store;
+    int m_aborts = 0;
+};

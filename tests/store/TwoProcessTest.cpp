@@ -1,0 +1,194 @@
+// Two real processes on a private session bus: this one holds the store
+// open as the main application does, store_test_helper records and saves as
+// the helper does. The bus daemon is started once for the binary and ends
+// with it.
+#include <gtest/gtest.h>
+
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <csignal>
+
+#include "DBusNotificationCenter.h"
+#include "DateCalculations.h"
+#include "TRASHourlyEvent.h"
+#include "TRASPathComponent.h"
+#include "TRActivityStore.h"
+
+namespace {
+
+const QString kHelper = QStringLiteral("info.mallowby.VorlixHelper");
+const QString kMain = QStringLiteral("info.mallowby.Vorlix");
+
+// Runs the event loop until `done` holds or five seconds pass.
+bool waitFor(const std::function<bool()>& done) {
+    QDeadlineTimer deadline(5000);
+    while (!done() && !deadline.hasExpired())
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    return done();
+}
+
+class TwoProcessTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(m_dir.isValid());
+        m_center = std::make_shared<DBusNotificationCenter>();
+        TRActivityStore::Options o;
+        o.dataFolder = m_dir.filePath(QStringLiteral("info.mallowby.Vorlix"));
+        o.bundleIdentifier = kMain;
+        const QString settings = m_dir.filePath(QStringLiteral("VorlixHelper.conf"));
+        o.settings = [settings] {
+            return std::make_unique<QSettings>(settings, QSettings::IniFormat);
+        };
+        o.notificationCenter = m_center;
+        m_store = std::make_unique<TRActivityStore>(o);
+        QObject::connect(m_store.get(), &TRActivityStore::remoteChangesMerged, m_store.get(),
+                         [this] { ++m_merges; });
+        ASSERT_NE(m_store->managedObjectContext(), nullptr);
+        for (const char* name :
+             {kDidSaveActivityStoreNotification, kContextDidSaveDistributedNotification}) {
+            m_center->addObserver(
+                QString::fromLatin1(name),
+                [this](const QString& n, const QString&, const auto&) { m_seen.append(n); });
+        }
+    }
+
+    void runHelper(const QStringList& args) {
+        QProcess helper;
+        helper.start(QStringLiteral(STORE_TEST_HELPER), args);
+        ASSERT_TRUE(helper.waitForFinished(15000));
+        ASSERT_EQ(helper.exitCode(), 0) << helper.readAllStandardError().toStdString();
+    }
+    void record(int seconds, const QStringList& components) {
+        runHelper(QStringList{QStringLiteral("record"), m_store->applicationSupportDirectory(),
+                              kHelper, QString::number(seconds)} +
+                  components);
+    }
+    TRASPathComponent* node(const QStringList& components) {
+        TRActivity activity;
+        RunningApplication app;
+        app.bundleIdentifier = QStringLiteral("org.example.Editor");
+        activity.setApplication(app);
+        activity.setPathComponents(components);
+        return m_store->lastPathComponentForActivity(activity);
+    }
+
+    QTemporaryDir m_dir;
+    std::shared_ptr<DBusNotificationCenter> m_center;
+    std::unique_ptr<TRActivityStore> m_store;
+    int m_merges = 0;
+    QStringList m_seen;
+};
+
+TEST_F(TwoProcessTest, HolderSeesNewNodesAndChangedDurationsWithoutReopening) {
+    record(600, {QStringLiteral("/a"), QStringLiteral("/b")});
+    ASSERT_TRUE(waitFor([&] { return m_merges == 1; }));
+    TRASPathComponent* b = node({QStringLiteral("/a"), QStringLiteral("/b")});
+    TRASHourlyEvent* hour =
+        b->hourlyEventWithDate(QDateTime(QDate(2024, 3, 5), QTime(10, 0), Qt::UTC), false);
+    ASSERT_NE(hour, nullptr);
+    EXPECT_EQ(hour->durationValue(), 600);
+    TRASPathComponent* a = b->pathParent();
+    ASSERT_EQ(a->children().size(), 1u);
+
+    record(300, {QStringLiteral("/a"), QStringLiteral("/b")});
+    record(60, {QStringLiteral("/a"), QStringLiteral("/c")});
+    ASSERT_TRUE(waitFor([&] { return m_merges == 3; }));
+    EXPECT_EQ(hour->durationValue(), 900);
+    EXPECT_EQ(a->children().size(), 2u);
+    TRASPathComponent* c = a->childComponentWithValue(QStringLiteral("/c"), false);
+    ASSERT_NE(c, nullptr);
+    EXPECT_EQ(c->hourlyEventWithDate(QDateTime(QDate(2024, 3, 5), QTime(10, 0), Qt::UTC), false)
+                  ->durationValue(),
+              60);
+    EXPECT_FALSE(m_store->managedObjectContext()->hasChanges());
+}
+
+TEST_F(TwoProcessTest, IgnoresNotificationsForOthersAndSavesOfNothingSendOnlyDidSave) {
+    record(60, {QStringLiteral("/a")});
+    ASSERT_TRUE(waitFor([&] { return m_merges == 1 && m_seen.size() == 2; }));
+    EXPECT_EQ(m_seen, (QStringList{QString::fromLatin1(kContextDidSaveDistributedNotification),
+                                   QString::fromLatin1(kDidSaveActivityStoreNotification)}));
+    const QString folder = m_store->applicationSupportDirectory();
+    const QString name = QString::fromLatin1(kContextDidSaveDistributedNotification);
+    for (const QString& object :
+         {kHelper + QStringLiteral("|||") + folder + QStringLiteral("|||x"),
+          kMain + QStringLiteral("|||") + folder,
+          kHelper + QStringLiteral("|||") + folder + QStringLiteral("-lite")}) {
+        runHelper({QStringLiteral("post"), name, object});
+    }
+    // Nothing changes: no change notification, only the save notification.
+    m_seen.clear();
+    record(0, {QStringLiteral("/a")});
+    ASSERT_TRUE(waitFor(
+        [&] { return m_seen.contains(QString::fromLatin1(kDidSaveActivityStoreNotification)); }));
+    EXPECT_EQ(m_seen.count(name), 3) << "only the three posted by hand";
+    EXPECT_EQ(m_merges, 1) << "none of them was merged";
+}
+
+TEST(DBusNotificationCenterWithoutBus, SendsAndReceivesNothing) {
+    DBusNotificationCenter center(QDBusConnection::connectToBus(
+        QStringLiteral("unix:path=/nonexistent/vorlix-bus"), QStringLiteral("vorlix-no-bus")));
+    EXPECT_EQ(center.addObserver(QStringLiteral("Anything"),
+                                 [](const QString&, const QString&, const auto&) {}),
+              -1);
+    center.post(QStringLiteral("Anything"), QStringLiteral("object"), {});  // must not crash
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    setenv("TZ", "UTC", 1);
+    Calculations::refreshCurrentCalendar();
+    ::testing::InitGoogleTest(&argc, argv);
+    if (::testing::GTEST_FLAG(list_tests)) return RUN_ALL_TESTS();
+    const QString daemon = QStandardPaths::findExecutable(QStringLiteral("dbus-daemon"));
+    if (daemon.isEmpty()) {
+        std::fprintf(stderr, "dbus-daemon not found: skipped\n");
+        return 77;
+    }
+    QTemporaryDir busDir;
+    int fds[2];
+    if (!busDir.isValid() || pipe(fds) != 0) return 1;
+    // Neither process may read or write the user's own settings or data.
+    setenv("XDG_CONFIG_HOME", busDir.filePath(QStringLiteral("config")).toLocal8Bit().constData(),
+           1);
+    setenv("XDG_DATA_HOME", busDir.filePath(QStringLiteral("data")).toLocal8Bit().constData(), 1);
+    const QByteArray program = daemon.toLocal8Bit();
+    const QByteArray address = "--address=unix:dir=" + busDir.path().toLocal8Bit();
+    const pid_t pid = fork();
+    if (pid == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGTERM);
+        dup2(fds[1], 3);
+        execl(program.constData(), program.constData(), "--session", "--nofork", "--nopidfile",
+              address.constData(), "--print-address=3", static_cast<char*>(nullptr));
+        _exit(127);
+    }
+    close(fds[1]);
+    QByteArray busAddress;
+    pollfd pfd{fds[0], POLLIN, 0};
+    char buffer[512];
+    while (!busAddress.endsWith('\n') && poll(&pfd, 1, 5000) > 0) {
+        const ssize_t n = read(fds[0], buffer, sizeof buffer);
+        if (n <= 0) break;
+        busAddress.append(buffer, int(n));
+    }
+    close(fds[0]);
+    int status = 1;
+    if (!busAddress.trimmed().isEmpty()) {
+        setenv("DBUS_SESSION_BUS_ADDRESS", busAddress.trimmed().constData(), 1);
+        QCoreApplication app(argc, argv);
+        status = RUN_ALL_TESTS();
+    } else {
+        std::fprintf(stderr, "dbus-daemon did not start\n");
+    }
+    kill(pid, SIGTERM);
+    waitpid(pid, nullptr, 0);
+    return status;
+}
