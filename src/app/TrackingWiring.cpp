@@ -1,5 +1,10 @@
 #include "TrackingWiring.h"
 
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QStandardPaths>
+
 #include "AppLog.h"
 #include "DBusNotificationCenter.h"
 #include "LinuxIdleTimeSource.h"
@@ -16,6 +21,18 @@
 #include "TRStatusMenuDelegate.h"
 
 namespace {
+
+// The store makes its own folder inside the user's data folder and nothing
+// above it. A bare account may not have that folder yet; the XDG rules say to
+// create it, owner-only, rather than fail.
+void ensureUserDataFolder() {
+    const QString base = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    if (base.isEmpty() || QFileInfo::exists(base)) return;
+    if (QDir().mkpath(base)) {
+        QFile::setPermissions(base, QFileDevice::ReadOwner | QFileDevice::WriteOwner |
+                                        QFileDevice::ExeOwner);
+    }
+}
 
 // The extractor dispatch as the loop's activity source.
 class ExtractorActivitySource final : public TRActivitySource {
@@ -61,6 +78,7 @@ std::unique_ptr<TrackingWiring> wireTracking() {
     TRExtractionContext::setShared(wiring->platform.context());
     registerDefaultExtractors();
     wiring->activitySource = std::make_unique<ExtractorActivitySource>();
+    ensureUserDataFolder();
     TRActivityStore::Options storeOptions;
     storeOptions.notificationCenter = std::make_shared<DBusNotificationCenter>();
     TRActivityStore::configureSharedInstance(std::move(storeOptions));
