@@ -16,7 +16,8 @@
 //                         else the first descendant implementing Document in a
 //                         bounded breadth-first walk
 //   "AXRole"              "AXApplication"; "AXWindow" for frames and windows;
-//                         "AXSheet" for a modal dialog or an alert
+//                         "AXSheet" for a modal dialog or file chooser, or an
+//                         alert
 //   "AXParent"            a sheet's window (the application's first other
 //                         frame), a window's application
 //   "AXDescription"       the accessible description
