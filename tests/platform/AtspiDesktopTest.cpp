@@ -209,3 +209,17 @@ TEST(AtspiAccessibilityTest, GtkEditorTitleSizeAndSheetComeFromItsAccessibles) {
     EXPECT_TRUE(stringOf((*parent)->copyAttributeValue(QStringLiteral("AXTitle"))).contains(QStringLiteral("letter.txt")));
     g_desktop->stopProgram(pid);
 }
+
+TEST(AtspiAccessibilityTest, DesktopSwitchReportsAndTurnsAccessibilityOn) {
+    REQUIRE_DESKTOP();
+    EXPECT_TRUE(accessibility().isEnabled());
+    ASSERT_TRUE(g_desktop->run(
+        QStringLiteral("gdbus"),
+        {QStringLiteral("call"), QStringLiteral("--session"), QStringLiteral("--dest"), QStringLiteral("org.a11y.Bus"),
+         QStringLiteral("--object-path"), QStringLiteral("/org/a11y/bus"), QStringLiteral("--method"),
+         QStringLiteral("org.freedesktop.DBus.Properties.Set"), QStringLiteral("org.a11y.Status"),
+         QStringLiteral("IsEnabled"), QStringLiteral("<false>")}));
+    EXPECT_FALSE(accessibility().isEnabled());
+    EXPECT_TRUE(accessibility().enable());
+    EXPECT_TRUE(accessibility().isEnabled());
+}
