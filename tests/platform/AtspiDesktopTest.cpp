@@ -175,7 +175,7 @@ TEST(AtspiAccessibilityTest, FirefoxPageAddressFollowsTabsAndAStoppedFirefoxCost
     g_desktop->stopProgram(pid);
 }
 
-TEST(AtspiAccessibilityTest, GtkEditorWindowTitleIsItsAccessibleName) {
+TEST(AtspiAccessibilityTest, GtkEditorTitleSizeAndSheetComeFromItsAccessibles) {
     REQUIRE_DESKTOP();
     if (!DisposableDesktop::missingTool({QStringLiteral("gedit")}).isEmpty()) GTEST_SKIP() << "no gedit";
     const QString file = g_desktop->stateDir() + QStringLiteral("/home/letter.txt");
@@ -196,5 +196,30 @@ TEST(AtspiAccessibilityTest, GtkEditorWindowTitleIsItsAccessibleName) {
     EXPECT_GT(std::get<AXSize>(*size).height, 100);
     const auto position = windowAttribute(pid, "AXMainWindow", "AXPosition");
     EXPECT_TRUE(position && std::holds_alternative<AXPoint>(*position));
+
+    // The open dialog is a sheet on the document window.
+    ASSERT_TRUE(g_desktop->run(QStringLiteral("xdotool"), {QStringLiteral("key"), QStringLiteral("ctrl+o")}));
+    EXPECT_TRUE(DisposableDesktop::waitUntil(
+        [&] { return stringOf(windowAttribute(pid, "AXMainWindow", "AXRole")) == QStringLiteral("AXSheet"); },
+        kPageTimeoutMs, 100));
+    const auto sheetParent = windowAttribute(pid, "AXMainWindow", "AXParent");
+    const auto* parent = sheetParent ? std::get_if<AccessibilityElementRef>(&*sheetParent) : nullptr;
+    ASSERT_TRUE(parent != nullptr && *parent);
+    EXPECT_EQ(stringOf((*parent)->copyAttributeValue(QStringLiteral("AXRole"))), QStringLiteral("AXWindow"));
+    EXPECT_TRUE(stringOf((*parent)->copyAttributeValue(QStringLiteral("AXTitle"))).contains(QStringLiteral("letter.txt")));
     g_desktop->stopProgram(pid);
+}
+
+TEST(AtspiAccessibilityTest, DesktopSwitchReportsAndTurnsAccessibilityOn) {
+    REQUIRE_DESKTOP();
+    EXPECT_TRUE(accessibility().isEnabled());
+    ASSERT_TRUE(g_desktop->run(
+        QStringLiteral("gdbus"),
+        {QStringLiteral("call"), QStringLiteral("--session"), QStringLiteral("--dest"), QStringLiteral("org.a11y.Bus"),
+         QStringLiteral("--object-path"), QStringLiteral("/org/a11y/bus"), QStringLiteral("--method"),
+         QStringLiteral("org.freedesktop.DBus.Properties.Set"), QStringLiteral("org.a11y.Status"),
+         QStringLiteral("IsEnabled"), QStringLiteral("<false>")}));
+    EXPECT_FALSE(accessibility().isEnabled());
+    EXPECT_TRUE(accessibility().enable());
+    EXPECT_TRUE(accessibility().isEnabled());
 }

@@ -52,6 +52,21 @@ bool waitForFrontProcess(qint64 pid) {
         5000);
 }
 
+QString processSummary(const std::vector<qint64>& pids) {
+    QString summary;
+    for (qint64 pid : pids) {
+        QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
+        const QByteArray text = stat.open(QIODevice::ReadOnly) ? stat.readAll() : QByteArray();
+        const qsizetype close = text.lastIndexOf(')');
+        summary += QStringLiteral(" %1:%2").arg(pid).arg(
+            close > 0 ? QString(QLatin1Char(text.at(close + 2))) : QStringLiteral("gone"));
+    }
+    for (const WindowInfo& info : windows().windowList()) {
+        summary += QStringLiteral(" [window %1 pid %2]").arg(info.windowId).arg(info.ownerProcessIdentifier);
+    }
+    return summary;
+}
+
 int main(int argc, char** argv) {
     ::testing::InitGoogleTest(&argc, argv);
     // Test discovery only lists the tests: no desktop for that.

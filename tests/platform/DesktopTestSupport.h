@@ -8,6 +8,7 @@
 #include <QString>
 #include <QUrl>
 #include <memory>
+#include <vector>
 
 #include "AtspiAccessibility.h"
 #include "DisposableDesktop.h"
@@ -25,6 +26,9 @@ QUrl site();                                  // pages one..four.html, served on
 QString page(const char* name);               // the address of "<name>.html"
 qint64 startTitledXterm(const QString& title);
 bool waitForFrontProcess(qint64 pid);
+// For failure messages: each process's state letter (or "gone") and the
+// desktop's windows with their pids.
+QString processSummary(const std::vector<qint64>& pids);
 
 #define REQUIRE_DESKTOP()                                                                          \
     do {                                                                                           \

@@ -27,7 +27,7 @@ TEST(XcbWindowSystemTest, FrontWindowOfXtermHasItsTitleClassAndProcess) {
     ASSERT_TRUE(windows().isAvailable());
     const qint64 pid = startTitledXterm(QStringLiteral("vorlix title check"));
     const auto window = g_desktop->waitForWindowOfProcess(pid, kWindowTimeoutMs);
-    ASSERT_TRUE(window);
+    ASSERT_TRUE(window) << qPrintable(processSummary({pid}));
     ASSERT_TRUE(g_desktop->activateWindow(*window));
     ASSERT_TRUE(waitForFrontProcess(pid));
 
@@ -48,7 +48,7 @@ TEST(XcbWindowSystemTest, FrontProcessFollowsAWindowSwitch) {
     const qint64 second = startTitledXterm(QStringLiteral("vorlix second"));
     const auto firstWindow = g_desktop->waitForWindowOfProcess(first, kWindowTimeoutMs);
     const auto secondWindow = g_desktop->waitForWindowOfProcess(second, kWindowTimeoutMs);
-    ASSERT_TRUE(firstWindow && secondWindow);
+    ASSERT_TRUE(firstWindow && secondWindow) << qPrintable(processSummary({first, second}));
 
     for (int round = 0; round < 2; ++round) {
         SCOPED_TRACE(round);
@@ -67,7 +67,7 @@ TEST(XcbWindowSystemTest, WindowListRunsFrontToBackAndLeavesOutMinimisedWindows)
     const qint64 front = startTitledXterm(QStringLiteral("vorlix front"));
     const auto backWindow = g_desktop->waitForWindowOfProcess(back, kWindowTimeoutMs);
     const auto frontWindow = g_desktop->waitForWindowOfProcess(front, kWindowTimeoutMs);
-    ASSERT_TRUE(backWindow && frontWindow);
+    ASSERT_TRUE(backWindow && frontWindow) << qPrintable(processSummary({back, front}));
     ASSERT_TRUE(g_desktop->activateWindow(*backWindow));
     ASSERT_TRUE(g_desktop->activateWindow(*frontWindow));
     ASSERT_TRUE(waitForFrontProcess(front));
@@ -97,7 +97,7 @@ TEST(XcbWindowSystemTest, ActiveWindowOfZeroIsAGapNotAProcess) {
     REQUIRE_DESKTOP();
     const qint64 pid = startTitledXterm(QStringLiteral("vorlix gap"));
     const auto window = g_desktop->waitForWindowOfProcess(pid, kWindowTimeoutMs);
-    ASSERT_TRUE(window);
+    ASSERT_TRUE(window) << qPrintable(processSummary({pid}));
     ASSERT_TRUE(g_desktop->activateWindow(*window));
     ASSERT_TRUE(waitForFrontProcess(pid));
     ASSERT_TRUE(g_desktop->run(QStringLiteral("xprop"),

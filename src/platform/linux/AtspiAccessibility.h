@@ -16,7 +16,8 @@
 //                         else the first descendant implementing Document in a
 //                         bounded breadth-first walk
 //   "AXRole"              "AXApplication"; "AXWindow" for frames and windows;
-//                         "AXSheet" for a modal dialog or an alert
+//                         "AXSheet" for a modal dialog or file chooser, or an
+//                         alert
 //   "AXParent"            a sheet's window (the application's first other
 //                         frame), a window's application
 //   "AXDescription"       the accessible description
@@ -28,7 +29,7 @@
 // (the tracking worker); debug builds assert it. That thread owns a private
 // GLib main context which `processPendingEvents` drains without blocking,
 // so the Qt main loop never dispatches AT-SPI traffic. libatspi is one per
-// process: so is this provider. Every call is bounded
+// process: so is this provider. Elements must not outlive it. Every call is bounded
 // by a 250 ms timeout; an application that times out is left alone for a
 // few seconds, so a stopped program delays one query by about a quarter of
 // a second, not every call in it. `isEnabled` and `enable` use the session

@@ -199,7 +199,8 @@ AccessiblePtr AtspiQuery::windowAt(AtspiAccessible* application, int index) {
 bool AtspiQuery::isSheet(AtspiAccessible* window) {
     const std::optional<AtspiRole> windowRole = role(window);
     if (windowRole == ATSPI_ROLE_ALERT) return true;
-    return windowRole == ATSPI_ROLE_DIALOG && hasState(window, ATSPI_STATE_MODAL);
+    return (windowRole == ATSPI_ROLE_DIALOG || windowRole == ATSPI_ROLE_FILE_CHOOSER) &&
+           hasState(window, ATSPI_STATE_MODAL);
 }
 
 bool AtspiQuery::isDocument(AtspiAccessible* object) {

@@ -69,6 +69,17 @@ void splitWmClass(const PropertyReply& wmClass, QString& instance, QString& clas
     className = QString::fromLatin1(parts.value(1));
 }
 
+// One X-Resource client-id request for the pid of a window's client. The
+// selector's type is deduced from the request function.
+template <class Selector>
+xcb_res_query_client_ids_cookie_t askForClientPid(
+    xcb_connection_t* connection,
+    xcb_res_query_client_ids_cookie_t (*request)(xcb_connection_t*, uint32_t, const Selector*),
+    xcb_window_t window) {
+    const Selector selector{window, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
+    return request(connection, 1, &selector);
+}
+
 bool containsAtom(const std::vector<uint32_t>& atoms, xcb_atom_t atom) {
     return atom != XCB_NONE && std::find(atoms.begin(), atoms.end(), atom) != atoms.end();
 }
@@ -143,8 +154,7 @@ std::vector<qint32> XcbWindowSystem::Private::resourcePids(const std::vector<xcb
     std::vector<xcb_res_query_client_ids_cookie_t> cookies;
     cookies.reserve(windows.size());
     for (xcb_window_t w : windows) {
-        xcb_res_client_id_spec_t spec{w, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
-        cookies.push_back(xcb_res_query_client_ids(connection, 1, &spec));
+        cookies.push_back(askForClientPid(connection, &xcb_res_query_client_ids, w));
     }
     for (size_t i = 0; i < windows.size(); ++i) {
         xcb_generic_error_t* error = nullptr;
@@ -154,7 +164,8 @@ std::vector<qint32> XcbWindowSystem::Private::resourcePids(const std::vector<xcb
         if (reply == nullptr) continue;
         for (auto it = xcb_res_query_client_ids_ids_iterator(reply); it.rem > 0;
              xcb_res_client_id_value_next(&it)) {
-            if ((it.data->spec.mask & XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID) != 0 &&
+            const auto& [client, valueLength] = *it.data;
+            if ((client.mask & XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID) != 0 &&
                 xcb_res_client_id_value_value_length(it.data) >= 1) {
                 pids[i] = qint32(*xcb_res_client_id_value_value(it.data));
                 break;
