@@ -7,21 +7,21 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 "$root/scripts/setup.sh" --test
 jobs=$(nproc)
 
-configure_and_build() {  # dir, cmake options...
-  local dir=$1; shift
+configure_and_build() {  # dir, target, cmake options...
+  local dir=$1 target=$2; shift 2
   cmake -S "$root" -B "$dir" -G Ninja -DVORLIX_WERROR=ON "$@" >/dev/null
-  cmake --build "$dir" -j "$jobs"
+  cmake --build "$dir" -j "$jobs" --target "$target"
 }
 
 status=0
 if [[ "${VORLIX_SKIP_SANITIZERS:-0}" != 1 ]]; then
-  configure_and_build "$root/build-asan" -DVORLIX_ASAN=ON -DVORLIX_BENCH=OFF
+  configure_and_build "$root/build-asan" unit_tests -DVORLIX_ASAN=ON -DVORLIX_BENCH=OFF
   (cd "$root/build-asan" && ASAN_OPTIONS=detect_leaks=0 UBSAN_OPTIONS=print_stacktrace=1 \
     ctest -L unit -j "$jobs" --output-on-failure) || status=1
-  configure_and_build "$root/build-tsan" -DVORLIX_TSAN=ON -DVORLIX_BENCH=OFF
+  configure_and_build "$root/build-tsan" unit_tests -DVORLIX_TSAN=ON -DVORLIX_BENCH=OFF
   (cd "$root/build-tsan" && TSAN_OPTIONS="suppressions=$root/tests/tsan.supp" \
     ctest -L unit -j "$jobs" --output-on-failure) || status=1
 fi
-configure_and_build "$root/build"
+configure_and_build "$root/build" all
 (cd "$root/build" && ctest -j "$jobs" --output-on-failure) || status=1
 exit $status
