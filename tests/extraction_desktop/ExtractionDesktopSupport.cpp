@@ -104,10 +104,18 @@ qint64 startInFront(const std::function<qint64()>& start) {
     return pid;
 }
 
+// xterm's toolkit waits for the window manager to confirm its size hints,
+// by default for up to 5 s, and openbox now and then never answers: a
+// tenth of a second is plenty on this desktop.
+QStringList xtermArguments(const QString& title, const QStringList& moreArguments) {
+    return QStringList{QStringLiteral("-xrm"), QStringLiteral("*wmTimeout: 100"),
+                       QStringLiteral("-T"), title} +
+           moreArguments +
+           QStringList{QStringLiteral("-e"), QStringLiteral("sleep"), QStringLiteral("600")};
+}
+
 qint64 startTitledXterm(const QString& title, const QStringList& moreArguments) {
-    return g_desktop->startXterm(
-        QStringList{QStringLiteral("-T"), title} + moreArguments +
-        QStringList{QStringLiteral("-e"), QStringLiteral("sleep"), QStringLiteral("600")});
+    return g_desktop->startXterm(xtermArguments(title, moreArguments));
 }
 
 QString copyOfXterm(const QString& fileName) {

@@ -59,8 +59,10 @@ QString page(const char* name);
 // window system reports it in front. -1 when any of that failed.
 qint64 startInFront(const std::function<qint64()>& start);
 bool waitForFrontProcess(qint64 pid);
-// An xterm whose window is named `title` and that stays open.
+// An xterm whose window is named `title` and that stays open, and the
+// arguments that make any xterm so.
 qint64 startTitledXterm(const QString& title, const QStringList& moreArguments = {});
+QStringList xtermArguments(const QString& title, const QStringList& moreArguments = {});
 // A copy of the xterm executable under another file name (a copy, since the
 // executable's path is read from /proc/PID/exe, which resolves links).
 QString copyOfXterm(const QString& fileName);

@@ -119,11 +119,8 @@ TEST(ExtractionOnDesktop, DesktopAgentsInFrontAreNotTracked) {
         SCOPED_TRACE(agent);
         const QString program = copyOfXterm(QLatin1String(agent));
         ASSERT_FALSE(program.isEmpty());
-        const qint64 pid = startInFront([&] {
-            return g_desktop->startProgram(
-                program, {QStringLiteral("-T"), QLatin1String(agent), QStringLiteral("-e"),
-                          QStringLiteral("sleep"), QStringLiteral("600")});
-        });
+        const qint64 pid = startInFront(
+            [&] { return g_desktop->startProgram(program, xtermArguments(QLatin1String(agent))); });
         ASSERT_GT(pid, 0);
         for (int i = 0; i < 3; ++i) EXPECT_FALSE(TRInfoExtractor::currentActivity());
 
@@ -171,10 +168,7 @@ TEST(ExtractionOnDesktop, ProgramWithoutDesktopEntryIsKnownByItsExecutable) {
         SCOPED_TRACE(item.name);
         const qint64 pid = startInFront([&] {
             return g_desktop->startProgram(
-                program, item.arguments + QStringList{QStringLiteral("-T"),
-                                                      QStringLiteral("my own terminal"),
-                                                      QStringLiteral("-e"), QStringLiteral("sleep"),
-                                                      QStringLiteral("600")});
+                program, xtermArguments(QStringLiteral("my own terminal"), item.arguments));
         });
         ASSERT_GT(pid, 0);
         Tick last;
