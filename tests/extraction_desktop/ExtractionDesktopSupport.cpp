@@ -37,6 +37,11 @@ void submitWorkerStep(WorkerStep& step) {
     });
 }
 
+void runOnWorker(const std::function<void()>& task) {
+    g_worker->async(task);
+    g_worker->sync();
+}
+
 void waitForWorker() {
     g_worker->sync();
 }

@@ -38,6 +38,8 @@ WorkerStep runWorkerStep(const TRActivity& activity);
 // (its activity set) must live until waitForWorker() has returned.
 void submitWorkerStep(WorkerStep& step);
 void waitForWorker();
+// Any other work that must run on the worker, waited for.
+void runOnWorker(const std::function<void()>& task);
 
 // One tick: currentActivity() here, then the worker step when there is an
 // activity.
