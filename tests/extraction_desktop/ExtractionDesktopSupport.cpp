@@ -158,6 +158,11 @@ int main(int argc, char** argv) {
         g_worker = &worker;
         if (g_desktop) {
             platform = createPlatformObjects();
+            // Switched on over the bus, as the desktop's settings do: with the
+            // launcher's command-line switch alone the switch now and then
+            // read "off" for a whole test once a GTK program had started
+            // (likely the settings of the fresh home taking over).
+            if (platform.accessibility) platform.accessibility->enable();
             TRExtractionContext::setShared(platform.context());
             registerDefaultExtractors();
         }

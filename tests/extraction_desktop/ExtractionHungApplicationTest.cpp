@@ -80,9 +80,9 @@ TEST(ExtractionOnDesktop, HungApplicationDelaysOneWorkerStepByAboutItsTimeout) {
                                         QStringLiteral("/usr/bin/python3"), script, flag});
     });
     ASSERT_GT(pid, 0);
-    // Only an application the tree answers for can keep the worker waiting.
-    // Now and then (under load) the ticks never get the tree's title although
-    // asking directly does: skipped then, with both answers, so it is seen.
+    // Only an application the tree answers for can keep the worker waiting:
+    // if the ticks never get the tree's title, say what asking directly
+    // gives (and whether accessibility is on) and skip.
     Tick last;
     if (!waitForTick(
             [](const Tick& t) {
