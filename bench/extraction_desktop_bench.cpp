@@ -159,6 +159,8 @@ int main(int argc, char** argv) {
     int status = 0;
     {
         PlatformObjects platform = createPlatformObjects();
+        // On for the session, as in the desktop tests.
+        if (platform.accessibility) platform.accessibility->enable();
         TRSerialQueue worker(QStringLiteral("extraction"));
         TRExtractionContext::setShared(platform.context());
         registerDefaultExtractors();
