@@ -69,7 +69,15 @@ public:
 }  // namespace
 
 TrackingWiring::TrackingWiring() = default;
-TrackingWiring::~TrackingWiring() = default;
+TrackingWiring::~TrackingWiring() {
+    if (!logger) return;
+    logger->endTracking();
+    // The accessibility objects belong to the worker thread that used them.
+    logger->runOnWorkerAndWait([this] {
+        platform.scriptingTargets.reset();
+        platform.accessibility.reset();
+    });
+}
 
 std::unique_ptr<TrackingWiring> wireTracking() {
     auto wiring = std::make_unique<TrackingWiring>();

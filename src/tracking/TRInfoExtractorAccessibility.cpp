@@ -1,7 +1,5 @@
 #include "TRInfoExtractorAccessibility.h"
 
-#include <vector>
-
 #include "UIElementUtilities.h"
 
 namespace TRInfoExtractorAccessibility {
@@ -44,21 +42,21 @@ std::optional<TRActivityDetails> detailsOfFrontWindows(AccessibilityProvider* pr
     const AccessibilityElementRef application = provider->applicationElement(processIdentifier);
     if (!application) return std::nullopt;
 
-    std::vector<AccessibilityElementRef> windows;
-    for (const char* attribute : {kMainWindowAttribute, kFocusedWindowAttribute}) {
-        if (AccessibilityElementRef window = elementAttribute(attribute, application)) {
-            windows.push_back(std::move(window));
-        }
-    }
+    // The focused window only fills what the main window left open, so it is
+    // not asked for at all once the main window gave both (usually they are
+    // the same window, and every question goes to the application).
     TRActivityDetails details;
-    for (const AccessibilityElementRef& candidate : windows) {
-        const AccessibilityElementRef window = windowBehindSheets(candidate);
+    for (const char* attribute : {kMainWindowAttribute, kFocusedWindowAttribute}) {
+        if (!details.windowTitle().isNull() && !details.documentPath().isNull()) break;
+        const AccessibilityElementRef window =
+            windowBehindSheets(elementAttribute(attribute, application));
         if (!window) continue;
-        const QString title = stringAttribute(UIElementUtilities::kTitleAttribute, window);
-        if (!title.isNull() && details.windowTitle().isNull()) details.setWindowTitle(title);
-        const QString document = stringAttribute(kDocumentAttribute, window);
-        if (!document.isNull() && details.documentPath().isNull())
-            details.setDocumentPath(document);
+        if (details.windowTitle().isNull()) {
+            details.setWindowTitle(stringAttribute(UIElementUtilities::kTitleAttribute, window));
+        }
+        if (details.documentPath().isNull()) {
+            details.setDocumentPath(stringAttribute(kDocumentAttribute, window));
+        }
     }
     return details;
 }

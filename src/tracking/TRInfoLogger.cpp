@@ -108,6 +108,11 @@ void TRInfoLogger::beginTracking() {
     qCInfo(lcTracking) << "tracking started";
 }
 
+void TRInfoLogger::runOnWorkerAndWait(std::function<void()> task) {
+    m_activityQueue->async(std::move(task));
+    m_activityQueue->sync();
+}
+
 void TRInfoLogger::endTracking() {
     const bool wasTracking = m_trackingTimer != nullptr;
     m_trackingTimer.reset();

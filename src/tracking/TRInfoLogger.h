@@ -96,6 +96,11 @@ public:
     void beginTracking();
     void endTracking();
 
+    // Runs `task` on the extractor worker and waits until it has run: for
+    // objects that must be released on the thread that used them.
+    // REQUIRES: main thread, tracking stopped.
+    void runOnWorkerAndWait(std::function<void()> task);
+
     // The tick and the save, normally called by the timers.
     void trackingHandler();
     void flushChanges();

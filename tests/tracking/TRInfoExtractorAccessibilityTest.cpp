@@ -97,6 +97,34 @@ TEST_F(TRInfoExtractorAccessibilityTest, LetsTheMainWindowWinAndTheFocusedWindow
     }
 }
 
+// Every question goes to the application itself (and to a stopped one costs
+// a timeout): the focused window is asked only for what is still missing.
+TEST_F(TRInfoExtractorAccessibilityTest, AsksTheFocusedWindowOnlyForWhatTheMainWindowLacks) {
+    struct AskCase {
+        const char* name;
+        Element main;
+        int wantFocusedWindowCopies;
+        int wantFocusedTitleCopies;
+        int wantFocusedDocumentCopies;
+    };
+    const AskCase cases[] = {
+        {"title and document from the main window", window("Main", "file:///m.txt"), 0, 0, 0},
+        {"an empty title and document still count", window("", ""), 0, 0, 0},
+        {"no document in the main window", window("Main"), 1, 0, 1},
+        {"no main window", nullptr, 1, 1, 1},
+    };
+    for (const AskCase& c : cases) {
+        SCOPED_TRACE(c.name);
+        const Element focused = window("Focused", "file:///f.txt");
+        const Element application = applicationWith(c.main, focused);
+        complete(application);
+        EXPECT_EQ(application->copyCount(QStringLiteral("AXFocusedWindow")),
+                  c.wantFocusedWindowCopies);
+        EXPECT_EQ(focused->copyCount(QStringLiteral("AXTitle")), c.wantFocusedTitleCopies);
+        EXPECT_EQ(focused->copyCount(QStringLiteral("AXDocument")), c.wantFocusedDocumentCopies);
+    }
+}
+
 TEST_F(TRInfoExtractorAccessibilityTest, StandsASheetForTheWindowItIsAttachedTo) {
     auto document = window("Report.odt", "file:///home/u/Report.odt");
     auto sheet = FakeAccessibilityElement::sheetOn(document);

@@ -112,8 +112,14 @@ AtspiAccessibilityProvider::AtspiAccessibilityProvider() : d(std::make_unique<Se
 AtspiAccessibilityProvider::~AtspiAccessibilityProvider() {
     d->assertThread();
     d->applications.clear();
-    // The context stays the thread's default: libatspi keeps using it until
-    // the process ends, and it may have pushed contexts of its own above it.
+    // Give the thread back the default context it had: whoever pushed that
+    // one (Qt's event dispatcher, when AT-SPI ran on the main thread) pops it
+    // on the way out and expects it on top. The context itself stays alive,
+    // as libatspi keeps it until the process ends.
+    if (d->context != nullptr && d->thread == std::this_thread::get_id() &&
+        g_main_context_get_thread_default() == d->context) {
+        g_main_context_pop_thread_default(d->context);
+    }
 }
 
 bool AtspiAccessibilityProvider::isEnabled() {

@@ -1,0 +1,177 @@
+// What the two extraction steps of a tick cost on a real desktop, with the
+// helper's own platform objects: TRInfoExtractor::currentActivity() on the
+// main thread and the worker step (callInfoExtractorForActivity: the
+// accessibility tree, then the extractor) on one worker thread, as the
+// tracking loop runs them. Starts its own disposable desktop; measures with
+// an xterm in front (no accessibility tree) and with Chromium on a local
+// page in front (the page address comes from the tree).
+//
+// Prints "name: value unit" lines, medians over `--samples` ticks (default
+// 30) spaced `--spacing-ms` apart (default 1000, as the helper ticks): back
+// to back, caches make every figure several times cheaper than a real tick.
+// CPU is the calling thread's own; what the X server, the accessibility bus
+// and the application spend answering is not included.
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QThread>
+#include <algorithm>
+#include <cstdio>
+#include <ctime>
+#include <vector>
+
+#include "AccessibilityElement.h"
+#include "DisposableDesktop.h"
+#include "PlatformObjects.h"
+#include "TRApplicationInfoExtractor.h"
+#include "TRExtractorRegistry.h"
+#include "TRInfoExtractor.h"
+#include "TRSerialQueue.h"
+
+namespace {
+
+double threadCpuMs() {
+    timespec t{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
+    return double(t.tv_sec) * 1e3 + double(t.tv_nsec) / 1e6;
+}
+
+double median(std::vector<double> values) {
+    if (values.empty()) return 0;
+    std::sort(values.begin(), values.end());
+    return values[values.size() / 2];
+}
+
+struct Samples final {
+    std::vector<double> wallMs;
+    std::vector<double> cpuMs;
+};
+
+// Runs `call` and adds its wall and CPU time, on the calling thread.
+template <class Call>
+void sample(Samples& samples, Call&& call) {
+    QElapsedTimer timer;
+    const double cpuStart = threadCpuMs();
+    timer.start();
+    call();
+    samples.wallMs.push_back(double(timer.nsecsElapsed()) / 1e6);
+    samples.cpuMs.push_back(threadCpuMs() - cpuStart);
+}
+
+void print(const QString& name, const Samples& samples) {
+    std::printf("%s_wall: %.4f ms\n%s_cpu: %.4f ms\n", qPrintable(name), median(samples.wallMs),
+                qPrintable(name), median(samples.cpuMs));
+    std::fflush(stdout);
+}
+
+struct Options final {
+    int samples = 30;
+    int spacingMs = 1000;
+};
+
+// Ticks as the loop does, one every spacing, and prints the medians of each
+// step under `name`.
+void measureTicks(const QString& name, TRSerialQueue& worker, const Options& options) {
+    Samples current;
+    Samples step;
+    Samples enabledCheck;
+    for (int i = 0; i < options.samples; ++i) {
+        QThread::msleep(ulong(options.spacingMs));
+        std::optional<TRActivity> activity;
+        sample(current, [&] { activity = TRInfoExtractor::currentActivity(); });
+        if (!activity) continue;
+        worker.async([&] {
+            sample(step, [&] { TRInfoExtractor::callInfoExtractorForActivity(*activity); });
+            sample(enabledCheck, [] {
+                if (auto* provider = TRExtractionContext::shared().accessibility)
+                    provider->isEnabled();
+            });
+        });
+        worker.sync();
+    }
+    print(name + QStringLiteral("_current_activity"), current);
+    print(name + QStringLiteral("_worker_step"), step);
+    print(name + QStringLiteral("_accessibility_enabled_check"), enabledCheck);
+}
+
+// The worker step's answer for the front application, for readiness checks.
+QString documentPathNow(TRSerialQueue& worker) {
+    std::optional<TRActivity> activity = TRInfoExtractor::currentActivity();
+    if (!activity) return {};
+    worker.async([&] { TRInfoExtractor::callInfoExtractorForActivity(*activity); });
+    worker.sync();
+    return activity->documentPath();
+}
+
+QString servePage(DisposableDesktop& desktop) {
+    const QString site = desktop.stateDir() + QStringLiteral("/site");
+    QDir().mkpath(site);
+    QFile page(site + QStringLiteral("/page.html"));
+    if (!page.open(QIODevice::WriteOnly)) return {};
+    page.write("<html><head><title>bench</title></head><body><p>bench</p></body></html>");
+    page.close();
+    return desktop.startHttpServer(site).resolved(QUrl(QStringLiteral("page.html"))).toString();
+}
+
+bool bringToFront(DisposableDesktop& desktop, qint64 pid) {
+    const auto window = desktop.waitForWindowOfProcess(pid, 30000);
+    return window && desktop.activateWindow(*window);
+}
+
+int runBench(DisposableDesktop& desktop, TRSerialQueue& worker, const Options& options) {
+    // A short wait for the window manager (see the desktop tests).
+    const qint64 xterm =
+        desktop.startXterm({QStringLiteral("-xrm"), QStringLiteral("*wmTimeout: 100"),
+                            QStringLiteral("-T"), QStringLiteral("bench")});
+    if (!bringToFront(desktop, xterm)) return 1;
+    measureTicks(QStringLiteral("xterm"), worker, options);
+
+    const QString url = servePage(desktop);
+    const qint64 chromium = desktop.startChromium(url);
+    if (url.isEmpty() || !bringToFront(desktop, chromium)) return 1;
+    if (!DisposableDesktop::waitUntil([&] { return documentPathNow(worker) == url; }, 30000, 200)) {
+        std::fprintf(stderr, "the page address never arrived\n");
+        return 1;
+    }
+    measureTicks(QStringLiteral("chromium"), worker, options);
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    Options options;
+    for (int i = 1; i + 1 < argc; ++i) {
+        if (qstrcmp(argv[i], "--spacing-ms") == 0)
+            options.spacingMs = QByteArray(argv[i + 1]).toInt();
+        if (qstrcmp(argv[i], "--samples") == 0) options.samples = QByteArray(argv[i + 1]).toInt();
+    }
+    QString whyNot;
+    std::unique_ptr<DisposableDesktop> desktop = DisposableDesktop::start(&whyNot);
+    if (!desktop) {
+        std::fprintf(stderr, "no disposable desktop: %s\n", qPrintable(whyNot));
+        return 77;
+    }
+    desktop->applyToThisProcess();
+    QCoreApplication application(argc, argv);
+    int status = 0;
+    {
+        PlatformObjects platform = createPlatformObjects();
+        // On for the session, as in the desktop tests.
+        if (platform.accessibility) platform.accessibility->enable();
+        TRSerialQueue worker(QStringLiteral("extraction"));
+        TRExtractionContext::setShared(platform.context());
+        registerDefaultExtractors();
+        status = platform.windowSystem ? runBench(*desktop, worker, options) : 1;
+        TRExtractionContext::setShared({});
+        // The accessibility objects are released on the thread that used them.
+        worker.async([&platform] {
+            platform.scriptingTargets.reset();
+            platform.accessibility.reset();
+        });
+        worker.sync();
+    }
+    return status;
+}
