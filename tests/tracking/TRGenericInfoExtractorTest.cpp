@@ -72,7 +72,6 @@ class TRGenericInfoExtractorTest : public ExtractionTest {
 protected:
     void run(const GenericCase& c) {
         SCOPED_TRACE(c.name);
-        TRExtractionContext::setShared(TRExtractionContext());
         FakeScriptingTargets scripting;
         TRExtractionContext context;
         context.scriptingTargets = &scripting;
