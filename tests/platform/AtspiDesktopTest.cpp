@@ -65,14 +65,6 @@ QString registeredApplications() {
     return QStringLiteral(" registry: ") + QString::fromLatin1(children);
 }
 
-char processState(qint64 pid) {
-    QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
-    if (!stat.open(QIODevice::ReadOnly)) return '?';
-    const QByteArray text = stat.readAll();
-    const qsizetype close = text.lastIndexOf(')');
-    return close >= 0 && close + 2 < text.size() ? text.at(close + 2) : '?';
-}
-
 qint64 startAndActivate(const std::function<qint64()>& start) {
     const qint64 pid = start();
     if (pid <= 0) return -1;

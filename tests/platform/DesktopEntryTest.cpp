@@ -25,6 +25,11 @@ DesktopEntry parsed(const char* text) {
     return entry.value_or(DesktopEntry{});
 }
 
+// The entry's id, or "(none)".
+QString idOf(const DesktopEntry* entry) {
+    return entry ? entry->id : QStringLiteral("(none)");
+}
+
 }  // namespace
 
 TEST(DesktopEntryTest, ReadsOnlyTheMainGroup) {
@@ -122,14 +127,9 @@ TEST(DesktopEntryIndexTest, FindsEntriesForWindowClasses) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.instance);
-        const DesktopEntry* entry =
-            index.entryForWindowClass(QLatin1String(c.instance), QLatin1String(c.className));
-        if (c.expectedId == nullptr) {
-            EXPECT_EQ(entry, nullptr);
-        } else {
-            ASSERT_NE(entry, nullptr);
-            EXPECT_EQ(entry->id, QLatin1String(c.expectedId));
-        }
+        EXPECT_EQ(idOf(index.entryForWindowClass(QLatin1String(c.instance),
+                                                  QLatin1String(c.className))),
+                  QLatin1String(c.expectedId ? c.expectedId : "(none)"));
     }
 }
 
@@ -149,13 +149,8 @@ TEST(DesktopEntryIndexTest, FindsEntriesForExecutables) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.executable);
-        const DesktopEntry* entry = index.entryForExecutable(QString::fromUtf8(c.executable));
-        if (c.expectedId == nullptr) {
-            EXPECT_EQ(entry, nullptr);
-        } else {
-            ASSERT_NE(entry, nullptr);
-            EXPECT_EQ(entry->id, QLatin1String(c.expectedId));
-        }
+        EXPECT_EQ(idOf(index.entryForExecutable(QString::fromUtf8(c.executable))),
+                  QLatin1String(c.expectedId ? c.expectedId : "(none)"));
     }
 }
 
@@ -163,6 +158,14 @@ TEST(DesktopEntryIndexTest, NoticesEntriesAddedAfterTheFirstLookup) {
     QTemporaryDir home;
     const QString folder = home.path() + QStringLiteral("/applications");
     DesktopEntryIndex index({folder}, true);
+    const auto waitForLate = [&](bool present) {
+        return DisposableDesktop::waitUntil(
+            [&] {
+                QCoreApplication::processEvents();
+                return (index.entry(QStringLiteral("late")) != nullptr) == present;
+            },
+            5000);
+    };
     EXPECT_EQ(index.entry(QStringLiteral("late")), nullptr);
     const quint64 before = index.generation();
 
@@ -171,20 +174,9 @@ TEST(DesktopEntryIndexTest, NoticesEntriesAddedAfterTheFirstLookup) {
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     file.write("[Desktop Entry]\nType=Application\nName=Late\nExec=late\n");
     file.close();
-    const bool found = DisposableDesktop::waitUntil(
-        [&] {
-            QCoreApplication::processEvents();
-            return index.entry(QStringLiteral("late")) != nullptr;
-        },
-        5000);
-    EXPECT_TRUE(found);
+    EXPECT_TRUE(waitForLate(true));
     EXPECT_GT(index.generation(), before);
 
     ASSERT_TRUE(QFile::remove(folder + QStringLiteral("/late.desktop")));
-    EXPECT_TRUE(DisposableDesktop::waitUntil(
-        [&] {
-            QCoreApplication::processEvents();
-            return index.entry(QStringLiteral("late")) == nullptr;
-        },
-        5000));
+    EXPECT_TRUE(waitForLate(false));
 }

@@ -52,17 +52,30 @@ bool waitForFrontProcess(qint64 pid) {
         5000);
 }
 
+std::pair<qint64, std::optional<quint64>> startFrontXterm(const QString& title) {
+    const qint64 pid = startTitledXterm(title);
+    const auto window = g_desktop->waitForWindowOfProcess(pid, kWindowTimeoutMs);
+    if (!window || !g_desktop->activateWindow(*window) || !waitForFrontProcess(pid))
+        return {pid, std::nullopt};
+    return {pid, window};
+}
+
+char processState(qint64 pid) {
+    QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
+    if (!stat.open(QIODevice::ReadOnly)) return '?';
+    const QByteArray text = stat.readAll();
+    const qsizetype close = text.lastIndexOf(')');
+    return close >= 0 && close + 2 < text.size() ? text.at(close + 2) : '?';
+}
+
 QString processSummary(const std::vector<qint64>& pids) {
     QString summary;
-    for (qint64 pid : pids) {
-        QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
-        const QByteArray text = stat.open(QIODevice::ReadOnly) ? stat.readAll() : QByteArray();
-        const qsizetype close = text.lastIndexOf(')');
-        summary += QStringLiteral(" %1:%2").arg(pid).arg(
-            close > 0 ? QString(QLatin1Char(text.at(close + 2))) : QStringLiteral("gone"));
-    }
+    for (qint64 pid : pids)
+        summary += QStringLiteral(" %1:%2").arg(pid).arg(QLatin1Char(processState(pid)));
     for (const WindowInfo& info : windows().windowList()) {
-        summary += QStringLiteral(" [window %1 pid %2]").arg(info.windowId).arg(info.ownerProcessIdentifier);
+        summary += QStringLiteral(" [window %1 pid %2]")
+                       .arg(info.windowId)
+                       .arg(info.ownerProcessIdentifier);
     }
     return summary;
 }
@@ -79,4 +92,3 @@ int main(int argc, char** argv) {
     g_desktop.reset();
     return status;
 }
-

@@ -8,6 +8,8 @@
 #include <QString>
 #include <QUrl>
 #include <memory>
+#include <optional>
+#include <utility>
 #include <vector>
 
 #include "AtspiAccessibility.h"
@@ -26,9 +28,14 @@ QUrl site();                                  // pages one..four.html, served on
 QString page(const char* name);               // the address of "<name>.html"
 qint64 startTitledXterm(const QString& title);
 bool waitForFrontProcess(qint64 pid);
-// For failure messages: each process's state letter (or "gone") and the
-// desktop's windows with their pids.
+// A process's state letter from /proc (R, S, T, Z...), '?' when it is gone.
+char processState(qint64 pid);
+// For failure messages: each process's state letter and the desktop's
+// windows with their pids.
 QString processSummary(const std::vector<qint64>& pids);
+// Starts an xterm titled `title`, brings its window to the front and
+// returns its pid and window (no window when that failed).
+std::pair<qint64, std::optional<quint64>> startFrontXterm(const QString& title);
 
 #define REQUIRE_DESKTOP()                                                                          \
     do {                                                                                           \

@@ -11,7 +11,8 @@ namespace {
 
 std::vector<qint32> listedProcesses() {
     std::vector<qint32> pids;
-    for (const WindowInfo& info : windows().windowList()) pids.push_back(info.ownerProcessIdentifier);
+    for (const WindowInfo& info : windows().windowList())
+        pids.push_back(info.ownerProcessIdentifier);
     return pids;
 }
 
@@ -25,11 +26,8 @@ qsizetype positionOf(const std::vector<qint32>& pids, qint64 pid) {
 TEST(XcbWindowSystemTest, FrontWindowOfXtermHasItsTitleClassAndProcess) {
     REQUIRE_DESKTOP();
     ASSERT_TRUE(windows().isAvailable());
-    const qint64 pid = startTitledXterm(QStringLiteral("vorlix title check"));
-    const auto window = g_desktop->waitForWindowOfProcess(pid, kWindowTimeoutMs);
+    const auto [pid, window] = startFrontXterm(QStringLiteral("vorlix title check"));
     ASSERT_TRUE(window) << qPrintable(processSummary({pid}));
-    ASSERT_TRUE(g_desktop->activateWindow(*window));
-    ASSERT_TRUE(waitForFrontProcess(pid));
 
     const auto front = windows().frontWindow();
     ASSERT_TRUE(front);
@@ -42,35 +40,20 @@ TEST(XcbWindowSystemTest, FrontWindowOfXtermHasItsTitleClassAndProcess) {
     g_desktop->stopProgram(pid);
 }
 
-TEST(XcbWindowSystemTest, FrontProcessFollowsAWindowSwitch) {
-    REQUIRE_DESKTOP();
-    const qint64 first = startTitledXterm(QStringLiteral("vorlix first"));
-    const qint64 second = startTitledXterm(QStringLiteral("vorlix second"));
-    const auto firstWindow = g_desktop->waitForWindowOfProcess(first, kWindowTimeoutMs);
-    const auto secondWindow = g_desktop->waitForWindowOfProcess(second, kWindowTimeoutMs);
-    ASSERT_TRUE(firstWindow && secondWindow) << qPrintable(processSummary({first, second}));
-
-    for (int round = 0; round < 2; ++round) {
-        SCOPED_TRACE(round);
-        ASSERT_TRUE(g_desktop->activateWindow(*firstWindow));
-        EXPECT_TRUE(waitForFrontProcess(first));
-        ASSERT_TRUE(g_desktop->activateWindow(*secondWindow));
-        EXPECT_TRUE(waitForFrontProcess(second));
-    }
-    g_desktop->stopProgram(first);
-    g_desktop->stopProgram(second);
-}
-
-TEST(XcbWindowSystemTest, WindowListRunsFrontToBackAndLeavesOutMinimisedWindows) {
+TEST(XcbWindowSystemTest, FrontFollowsSwitchesAndListRunsFrontToBackWithoutMinimisedWindows) {
     REQUIRE_DESKTOP();
     const qint64 back = startTitledXterm(QStringLiteral("vorlix back"));
     const qint64 front = startTitledXterm(QStringLiteral("vorlix front"));
     const auto backWindow = g_desktop->waitForWindowOfProcess(back, kWindowTimeoutMs);
     const auto frontWindow = g_desktop->waitForWindowOfProcess(front, kWindowTimeoutMs);
     ASSERT_TRUE(backWindow && frontWindow) << qPrintable(processSummary({back, front}));
-    ASSERT_TRUE(g_desktop->activateWindow(*backWindow));
-    ASSERT_TRUE(g_desktop->activateWindow(*frontWindow));
-    ASSERT_TRUE(waitForFrontProcess(front));
+    for (int round = 0; round < 2; ++round) {
+        SCOPED_TRACE(round);
+        ASSERT_TRUE(g_desktop->activateWindow(*backWindow));
+        EXPECT_TRUE(waitForFrontProcess(back));
+        ASSERT_TRUE(g_desktop->activateWindow(*frontWindow));
+        ASSERT_TRUE(waitForFrontProcess(front));
+    }
 
     std::vector<qint32> pids = listedProcesses();
     EXPECT_EQ(positionOf(pids, front), 0);
@@ -95,16 +78,13 @@ TEST(XcbWindowSystemTest, WindowListRunsFrontToBackAndLeavesOutMinimisedWindows)
 // Window managers write 0 for an instant between two focus changes.
 TEST(XcbWindowSystemTest, ActiveWindowOfZeroIsAGapNotAProcess) {
     REQUIRE_DESKTOP();
-    const qint64 pid = startTitledXterm(QStringLiteral("vorlix gap"));
-    const auto window = g_desktop->waitForWindowOfProcess(pid, kWindowTimeoutMs);
+    const auto [pid, window] = startFrontXterm(QStringLiteral("vorlix gap"));
     ASSERT_TRUE(window) << qPrintable(processSummary({pid}));
-    ASSERT_TRUE(g_desktop->activateWindow(*window));
-    ASSERT_TRUE(waitForFrontProcess(pid));
-    ASSERT_TRUE(g_desktop->run(QStringLiteral("xprop"),
-                               {QStringLiteral("-root"), QStringLiteral("-f"),
-                                QStringLiteral("_NET_ACTIVE_WINDOW"), QStringLiteral("32x"),
-                                QStringLiteral("-set"), QStringLiteral("_NET_ACTIVE_WINDOW"),
-                                QStringLiteral("0")}));
+    ASSERT_TRUE(g_desktop->run(
+        QStringLiteral("xprop"),
+        {QStringLiteral("-root"), QStringLiteral("-f"), QStringLiteral("_NET_ACTIVE_WINDOW"),
+         QStringLiteral("32x"), QStringLiteral("-set"), QStringLiteral("_NET_ACTIVE_WINDOW"),
+         QStringLiteral("0")}));
     EXPECT_EQ(windows().activeWindow(), std::nullopt);
     EXPECT_EQ(windows().frontProcessIdentifier(), std::nullopt);
     EXPECT_FALSE(windows().frontWindow().has_value());
@@ -136,14 +116,16 @@ TEST(LinuxRunningApplicationsTest, IdentifiesRealApplicationsByTheirDesktopEntri
         {"xterm", [] { return startTitledXterm(QStringLiteral("vorlix identity")); },
          QStringLiteral("debian-xterm"), QStringLiteral("debian-xterm"), QStringLiteral("XTerm"),
          QStringLiteral("vorlix identity")},
-        {"mousepad", [&] { return g_desktop->startMousepad(file); }, QStringLiteral("org.xfce.mousepad"),
-         QStringLiteral("org.xfce.mousepad"), QStringLiteral("Mousepad"),
-         QStringLiteral("notes.txt - Mousepad")},
+        {"mousepad", [&] { return g_desktop->startMousepad(file); },
+         QStringLiteral("org.xfce.mousepad"), QStringLiteral("org.xfce.mousepad"),
+         QStringLiteral("Mousepad"), QStringLiteral("notes.txt - Mousepad")},
         {"gedit", [&] { return g_desktop->startGedit(file); }, QStringLiteral("org.gnome.gedit"),
          QStringLiteral("org.gnome.gedit"), QStringLiteral("gedit"),
          QStringLiteral("notes.txt (~) - gedit")},
         {"xmessage (no desktop entry)",
-         [] { return g_desktop->startProgram(QStringLiteral("xmessage"), {QStringLiteral("vorlix")}); },
+         [] {
+             return g_desktop->startProgram(QStringLiteral("xmessage"), {QStringLiteral("vorlix")});
+         },
          QString(), QStringLiteral("xmessage"), QStringLiteral("Xmessage"), QString()},
     };
     LinuxRunningApplications applications(windows());
@@ -155,7 +137,8 @@ TEST(LinuxRunningApplicationsTest, IdentifiesRealApplicationsByTheirDesktopEntri
             continue;
         }
         ASSERT_TRUE(DisposableDesktop::waitUntil(
-            [&] { return windows().windowHintsForProcess(qint32(pid)).has_value(); }, kWindowTimeoutMs));
+            [&] { return windows().windowHintsForProcess(qint32(pid)).has_value(); },
+            kWindowTimeoutMs));
         const std::optional<RunningApplication> application =
             applications.runningApplication(qint32(pid));
         ASSERT_TRUE(application);
@@ -174,17 +157,8 @@ TEST(LinuxRunningApplicationsTest, IdentifiesRealApplicationsByTheirDesktopEntri
             },
             kWindowTimeoutMs);
         EXPECT_TRUE(title.contains(c.titleContains)) << qPrintable(title);
-        g_desktop->stopProgram(pid);
         EXPECT_FALSE(application->executablePath.isEmpty());
+        g_desktop->stopProgram(pid);
+        EXPECT_EQ(applications.runningApplication(qint32(pid)), std::nullopt) << "a gone process";
     }
-}
-
-TEST(LinuxRunningApplicationsTest, GoneProcessHasNoApplication) {
-    REQUIRE_DESKTOP();
-    LinuxRunningApplications applications(windows());
-    const qint64 pid = startTitledXterm(QStringLiteral("vorlix gone"));
-    ASSERT_TRUE(g_desktop->waitForWindowOfProcess(pid, kWindowTimeoutMs));
-    ASSERT_TRUE(applications.runningApplication(qint32(pid)));
-    g_desktop->stopProgram(pid);
-    EXPECT_EQ(applications.runningApplication(qint32(pid)), std::nullopt);
 }

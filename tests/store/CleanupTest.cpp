@@ -61,8 +61,7 @@ TEST_F(CleanupTest, KeepsOrDropsHoursByTheirDuration) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        reopen();
-        QDir(dataFolder()).removeRecursively();
+        startAfresh();
         TRASPathComponent* leaf = recordDeepLeaf();
         TRASHourlyEvent* hour = leaf->hourlyEventWithDate(utc(2024, 3, 5, 10, 30), false);
         ASSERT_NE(hour, nullptr);

@@ -30,8 +30,7 @@ TEST_F(HostileInputTest, OddTitlesRoundTripToTheSameNode) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        reopen();
-        QDir(dataFolder()).removeRecursively();
+        startAfresh();
         const TRActivity activity = activityWith([&](TRActivity& a) { a.setWindowTitle(c.title); });
         store().storeActivity(activity, utc(2024, 3, 5, 10), utc(2024, 3, 5, 10, 10));
         store().save();
@@ -51,10 +50,10 @@ TEST_F(HostileInputTest, TenYearIntervalCreatesOneEventPerHour) {
     const QDateTime start = utc(2030, 1, 1, 0, 30);
     const qint64 hours = 87600;
     const QDateTime stop = start.addSecs(hours * 3600);
-    TRASPathComponent* node = store().lastPathComponentForActivity(
-        activityWith([](TRActivity& a) { a.setWindowTitle(QStringLiteral("long")); }));
-    store().storeActivity(
-        activityWith([](TRActivity& a) { a.setWindowTitle(QStringLiteral("long")); }), start, stop);
+    const TRActivity activity =
+        activityWith([](TRActivity& a) { a.setWindowTitle(QStringLiteral("long")); });
+    TRASPathComponent* node = store().lastPathComponentForActivity(activity);
+    store().storeActivity(activity, start, stop);
     EXPECT_EQ(qint64(node->hourlyEvents().size()), hours + 1);
     store().save();
     SqliteDatabase db;

@@ -86,10 +86,9 @@ TEST_F(OpeningTest, EndsTheProcessWhenTheFileCannotBeOpened) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        reopen();
+        startAfresh();
         m_aborts = 0;
         m_reporter->presented.clear();
-        QDir(dataFolder()).removeRecursively();
         QDir().mkpath(dataFolder());
         if (c.setNewerVersion) {
             SqliteDatabase db;

@@ -6,173 +6,104 @@ namespace {
 
 const QString kApp = QStringLiteral("org.example.Editor");
 
-QString u(const char16_t* s) {
-    return QString::fromUtf16(s);
+using Fill = std::function<void(TRActivity&)>;
+
+// One line of the dump: `seconds` under `path` in the given hour of 2024-03-05.
+QString line(int hour, const QString& path, int seconds) {
+    return QStringLiteral("%1%2 @2024-03-05T%3:00 %4").arg(kApp, path).arg(hour).arg(seconds);
 }
 
-struct RecordingCase {
-    const char* name;
-    std::function<void(TRActivity&)> fill;
-    QDateTime start;
-    QDateTime stop;
-    std::optional<int> maxURLTrackingLevel;
-    QStringList blacklist;
-    QStringList expected;
+class RecordingTest : public StoreTest {
+protected:
+    // Records `seconds` from 10:20 into a fresh store and reads the file back.
+    QStringList recorded(const Fill& fill, int seconds, std::optional<int> maxURLTrackingLevel = {},
+                         const QStringList& blacklist = {}) {
+        startAfresh();
+        QFile::remove(settingsPath());
+        if (maxURLTrackingLevel)
+            setSetting(QStringLiteral("maxURLTrackingLevel"), *maxURLTrackingLevel);
+        m_blacklist->paths = blacklist;
+        const QDateTime start = utc(2024, 3, 5, 10, 20);
+        store().storeActivity(activityWith(fill), start, start.addSecs(seconds));
+        store().save();
+        return dumpInFreshProcess();
+    }
 };
 
-void components(TRActivity& a, const QStringList& list) {
-    a.setPathComponents(list);
+TEST_F(RecordingTest, SplitsIntervalsAtClockHours) {
+    const Fill a = [](TRActivity& x) { x.setPathComponents(QStringList{QStringLiteral("/a")}); };
+    const struct {
+        const char* name;
+        int seconds;
+        QStringList expected;
+    } cases[] = {
+        {"half an hour inside one hour", 1800, {line(10, "|/a", 1800)}},
+        {"ending on the hour creates no next hour", 2400, {line(10, "|/a", 2400)}},
+        {"spread over four hours",
+         10200,
+         {line(10, "|/a", 2400), line(11, "|/a", 3600), line(12, "|/a", 3600),
+          line(13, "|/a", 600)}},
+        {"start equal to stop leaves nothing", 0, {}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        EXPECT_EQ(recorded(a, c.seconds), c.expected);
+    }
 }
 
-TEST_F(StoreTest, RecordsEachExampleAsTheExpectedTreeAndHours) {
-    const QDateTime d1020 = utc(2024, 3, 5, 10, 20);
-    const QStringList a{QStringLiteral("/a")};
+TEST_F(RecordingTest, FilesDocumentsUnderTheirComponents) {
     const QString https = QStringLiteral("https://www.example.com:8443/a/b/c/d/e/f?x=1");
-    const RecordingCase cases[] = {
-        {"half an hour inside one hour",
-         [&](TRActivity& x) { components(x, a); },
-         d1020,
-         utc(2024, 3, 5, 10, 50),
-         {},
-         {},
-         {kApp + QStringLiteral("|/a @2024-03-05T10:00 1800")}},
-        {"ending on the hour creates no next hour",
-         [&](TRActivity& x) { components(x, a); },
-         d1020,
-         utc(2024, 3, 5, 11, 0),
-         {},
-         {},
-         {kApp + QStringLiteral("|/a @2024-03-05T10:00 2400")}},
-        {"spread over four hours",
-         [&](TRActivity& x) { components(x, a); },
-         d1020,
-         utc(2024, 3, 5, 13, 10),
-         {},
-         {},
-         {kApp + QStringLiteral("|/a @2024-03-05T10:00 2400"),
-          kApp + QStringLiteral("|/a @2024-03-05T11:00 3600"),
-          kApp + QStringLiteral("|/a @2024-03-05T12:00 3600"),
-          kApp + QStringLiteral("|/a @2024-03-05T13:00 600")}},
-        {"start equal to stop leaves nothing",
-         [&](TRActivity& x) { components(x, a); },
-         d1020,
-         d1020,
-         {},
-         {},
-         {}},
-        {"web address keeps five levels by default",
-         [&](TRActivity& x) { x.setDocumentPath(https); },
-         d1020,
-         utc(2024, 3, 5, 10, 30),
-         {},
-         {},
-         {kApp + QStringLiteral("|example.com:8443|/a|/b|/c|/d @2024-03-05T10:00 600")}},
-        {"web address with no level limit",
-         [&](TRActivity& x) { x.setDocumentPath(https); },
-         d1020,
-         utc(2024, 3, 5, 10, 30),
-         -1,
-         {},
-         {kApp + QStringLiteral("|example.com:8443|/a|/b|/c|/d|/e|/f|?x=1 @2024-03-05T10:00 600")}},
-        {"web address with level 0 goes to the root",
-         [&](TRActivity& x) { x.setDocumentPath(https); },
-         d1020,
-         utc(2024, 3, 5, 10, 30),
-         0,
-         {},
-         {kApp + QStringLiteral(" @2024-03-05T10:00 600")}},
-        {"http on port 80 loses port and www",
-         [&](TRActivity& x) { x.setDocumentPath(QStringLiteral("http://www.example.com:80/")); },
-         d1020,
-         utc(2024, 3, 5, 10, 30),
-         {},
-         {},
-         {kApp + QStringLiteral("|example.com @2024-03-05T10:00 600")}},
-        {"https on port 80 loses the port too",
-         [&](TRActivity& x) { x.setDocumentPath(QStringLiteral("https://example.com:80/")); },
-         d1020,
-         utc(2024, 3, 5, 10, 30),
-         {},
-         {},
-         {kApp + QStringLiteral("|example.com @2024-03-05T10:00 600")}},
-        {"file address is standardised",
-         [&](TRActivity& x) { x.setDocumentPath(QStringLiteral("file:///Users/a/../b/c.txt")); },
-         d1020,
-         utc(2024, 3, 5, 10, 30),
-         {},
-         {},
-         {kApp + QStringLiteral("|/Users|/b|/c.txt @2024-03-05T10:00 600")}},
-        {"temporary folders collapse",
-         [&](TRActivity& x) { x.setDocumentPath(QStringLiteral("/var/folders/xy/zzzz/T/x.txt")); },
-         d1020,
-         utc(2024, 3, 5, 10, 30),
-         {},
-         {},
-         {kApp + QStringLiteral("|/var|/folders|/*|/T|/x.txt @2024-03-05T10:00 600")}},
+    const QStringList users{QStringLiteral("/Users")};
+    const struct {
+        const char* name;
+        QString path;
+        const char* expected;  // nullptr: nothing recorded
+        std::optional<int> level = {};
+        QStringList blacklist = {};
+    } cases[] = {
+        {"web address keeps five levels by default", https, "|example.com:8443|/a|/b|/c|/d"},
+        {"web address with no level limit", https, "|example.com:8443|/a|/b|/c|/d|/e|/f|?x=1", -1},
+        {"web address with level 0 goes to the root", https, "", 0},
+        {"http on port 80 loses port and www", "http://www.example.com:80/", "|example.com"},
+        {"https on port 80 loses the port too", "https://example.com:80/", "|example.com"},
+        {"file address is standardised", "file:///Users/a/../b/c.txt", "|/Users|/b|/c.txt"},
+        {"temporary folders collapse", "/var/folders/xy/zzzz/T/x.txt",
+         "|/var|/folders|/*|/T|/x.txt"},
+        {"blacklisted path below is dropped", "/Users/a", nullptr, {}, users},
+        {"blacklist is a plain prefix test", "/Usersfoo", nullptr, {}, users},
+        {"other paths pass the blacklist", "/home/a", "|/home|/a", {}, users},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const QString path = c.path;
+        EXPECT_EQ(
+            recorded([&](TRActivity& x) { x.setDocumentPath(path); }, 600, c.level, c.blacklist),
+            c.expected ? QStringList{line(10, c.expected, 600)} : QStringList());
+    }
+}
+
+TEST_F(RecordingTest, FilesTitlesUnderTheirComponents) {
+    const struct {
+        const char* name;
+        Fill fill;
+        QString expected;
+    } cases[] = {
         {"em-dash title",
-         [&](TRActivity& x) { x.setWindowTitle(u(u"Report \u2014 Editor")); },
-         d1020,
-         utc(2024, 3, 5, 10, 30),
-         {},
-         {},
-         {kApp + u(u"|Report |\u2014Editor @2024-03-05T10:00 600")}},
+         [](TRActivity& x) { x.setWindowTitle(QString::fromUtf16(u"Report \u2014 Editor")); },
+         QString::fromUtf16(u"|Report |\u2014Editor")},
         {"three leading slashes count as one",
-         [&](TRActivity& x) { x.setDocumentTitle(QStringLiteral("///a/b")); },
-         d1020,
-         utc(2024, 3, 5, 10, 30),
-         {},
-         {},
-         {kApp + QStringLiteral("|/a|/b @2024-03-05T10:00 600")}},
+         [](TRActivity& x) { x.setDocumentTitle(QStringLiteral("///a/b")); }, "|/a|/b"},
         {"empty component list goes to the root",
-         [&](TRActivity& x) {
+         [](TRActivity& x) {
              x.setPathComponents(QStringList());
              x.setWindowTitle(QStringLiteral("ignored"));
          },
-         d1020,
-         utc(2024, 3, 5, 10, 30),
-         {},
-         {},
-         {kApp + QStringLiteral(" @2024-03-05T10:00 600")}},
-        {"no texts go to the root",
-         [&](TRActivity&) {},
-         d1020,
-         utc(2024, 3, 5, 10, 30),
-         {},
-         {},
-         {kApp + QStringLiteral(" @2024-03-05T10:00 600")}},
-        {"blacklisted path below is dropped",
-         [&](TRActivity& x) { x.setDocumentPath(QStringLiteral("/Users/a")); },
-         d1020,
-         utc(2024, 3, 5, 10, 30),
-         {},
-         {QStringLiteral("/Users")},
-         {}},
-        {"blacklist is a plain prefix test",
-         [&](TRActivity& x) { x.setDocumentPath(QStringLiteral("/Usersfoo")); },
-         d1020,
-         utc(2024, 3, 5, 10, 30),
-         {},
-         {QStringLiteral("/Users")},
-         {}},
-        {"other paths pass the blacklist",
-         [&](TRActivity& x) { x.setDocumentPath(QStringLiteral("/home/a")); },
-         d1020,
-         utc(2024, 3, 5, 10, 30),
-         {},
-         {QStringLiteral("/Users")},
-         {kApp + QStringLiteral("|/home|/a @2024-03-05T10:00 600")}},
+         ""},
+        {"no texts go to the root", [](TRActivity&) {}, ""},
     };
-    for (const RecordingCase& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        reopen();
-        QDir(dataFolder()).removeRecursively();
-        QFile::remove(settingsPath());
-        if (c.maxURLTrackingLevel)
-            setSetting(QStringLiteral("maxURLTrackingLevel"), *c.maxURLTrackingLevel);
-        m_blacklist->paths = c.blacklist;
-        store().storeActivity(activityWith(c.fill), c.start, c.stop);
-        store().save();
-        EXPECT_EQ(dumpInFreshProcess(), c.expected);
+        EXPECT_EQ(recorded(c.fill, 600), QStringList{line(10, c.expected, 600)});
     }
 }
 
@@ -267,10 +198,6 @@ TEST_F(StoreTest, AsksTheBlacklistOncePerRecording) {
     store().storeActivity(activity, utc(2024, 3, 5, 10, 1), utc(2024, 3, 5, 10, 2));
     EXPECT_EQ(m_blacklist->calls, 2);
 }
-
-}  // namespace
-
-namespace {
 
 TEST_F(StoreTest, EmptyIdentifierDoesNotMatchAMissingOne) {
     TRASApplication* noId = TRASApplication::applicationWithBundleIdentifier(

@@ -7,6 +7,7 @@
 
 #include <QCoreApplication>
 #include <QDateTime>
+#include <QDir>
 #include <QProcess>
 #include <QSettings>
 #include <QTemporaryDir>
@@ -108,6 +109,11 @@ protected:
         return *m_store;
     }
     void reopen() { m_store.reset(); }
+    // For table rows: no store open and no file on disk.
+    void startAfresh() {
+        reopen();
+        QDir(dataFolder()).removeRecursively();
+    }
 
     // The file as another process reads it: one line per hourly event,
     // "app|/a|/b @yyyy-MM-ddTHH:mm duration", sorted.

@@ -18,8 +18,6 @@ struct SignalCounter {
     SignalCounter(TRActivityStore* store, Signal signal) {
         QObject::connect(store, signal, store, [this] { ++n; });
     }
-    int count() const { return n; }
-    void clear() { n = 0; }
     int n = 0;
 };
 
@@ -94,7 +92,7 @@ TEST_F(SyncTest, WhichNotificationsASaveSends) {
         s->saveWithNotification(c.notify);
         EXPECT_EQ(m_bus->postedNamed(kChanges).size(), c.changesOnBus);
         EXPECT_EQ(m_bus->postedNamed(kDidSave).size(), c.didSaveOnBus);
-        EXPECT_EQ(inProcess.count(), c.didSaveInProcess);
+        EXPECT_EQ(inProcess.n, c.didSaveInProcess);
     }
 }
 
@@ -118,7 +116,7 @@ TEST_F(SyncTest, OtherProgramSeesNewNodesAndChangedDurationsWithoutReopening) {
     helper->save();
     EXPECT_EQ(hour->durationValue(), 600) << "nothing happens inside post()";
     drainEvents();
-    EXPECT_EQ(merged.count(), 1);
+    EXPECT_EQ(merged.n, 1);
     EXPECT_EQ(hour->durationValue(), 900);
     EXPECT_EQ(b->stopDateOfChildren(), utc(2024, 3, 5, 10, 15));
     ASSERT_EQ(a->children().size(), 2u);
@@ -152,10 +150,10 @@ TEST_F(SyncTest, IgnoresNotificationsNotMeantForThisStore) {
     FakeDistributedNotificationCenter poster(m_bus);
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        merged.clear();
+        merged.n = 0;
         poster.post(kChanges, c.object, {{QStringLiteral("inserted"), QByteArray()}});
         drainEvents();
-        EXPECT_EQ(merged.count(), c.merges);
+        EXPECT_EQ(merged.n, c.merges);
     }
 }
 

@@ -4,19 +4,15 @@
 // with it.
 #include <gtest/gtest.h>
 
-#include <poll.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTemporaryDir>
-#include <csignal>
 
 #include "DBusNotificationCenter.h"
 #include "DateCalculations.h"
+#include "PrivateDBus.h"
 #include "TRASHourlyEvent.h"
 #include "TRASPathComponent.h"
 #include "TRActivityStore.h"
@@ -148,47 +144,21 @@ int main(int argc, char** argv) {
     Calculations::refreshCurrentCalendar();
     ::testing::InitGoogleTest(&argc, argv);
     if (::testing::GTEST_FLAG(list_tests)) return RUN_ALL_TESTS();
-    const QString daemon = QStandardPaths::findExecutable(QStringLiteral("dbus-daemon"));
-    if (daemon.isEmpty()) {
+    if (QStandardPaths::findExecutable(QStringLiteral("dbus-daemon")).isEmpty()) {
         std::fprintf(stderr, "dbus-daemon not found: skipped\n");
         return 77;
     }
-    QTemporaryDir busDir;
-    int fds[2];
-    if (!busDir.isValid() || pipe(fds) != 0) return 1;
+    QTemporaryDir home;
     // Neither process may read or write the user's own settings or data.
-    setenv("XDG_CONFIG_HOME", busDir.filePath(QStringLiteral("config")).toLocal8Bit().constData(),
-           1);
-    setenv("XDG_DATA_HOME", busDir.filePath(QStringLiteral("data")).toLocal8Bit().constData(), 1);
-    const QByteArray program = daemon.toLocal8Bit();
-    const QByteArray address = "--address=unix:dir=" + busDir.path().toLocal8Bit();
-    const pid_t pid = fork();
-    if (pid == 0) {
-        prctl(PR_SET_PDEATHSIG, SIGTERM);
-        dup2(fds[1], 3);
-        execl(program.constData(), program.constData(), "--session", "--nofork", "--nopidfile",
-              address.constData(), "--print-address=3", static_cast<char*>(nullptr));
-        _exit(127);
+    setenv("XDG_CONFIG_HOME", home.filePath(QStringLiteral("config")).toLocal8Bit().constData(), 1);
+    setenv("XDG_DATA_HOME", home.filePath(QStringLiteral("data")).toLocal8Bit().constData(), 1);
+    QCoreApplication app(argc, argv);
+    PrivateDBus bus(PrivateDBus::Type::Session);
+    QString whyNot;
+    if (!home.isValid() || !bus.start(&whyNot)) {
+        std::fprintf(stderr, "%s\n", qPrintable(whyNot));
+        return 1;
     }
-    close(fds[1]);
-    QByteArray busAddress;
-    pollfd pfd{fds[0], POLLIN, 0};
-    char buffer[512];
-    while (!busAddress.endsWith('\n') && poll(&pfd, 1, 5000) > 0) {
-        const ssize_t n = read(fds[0], buffer, sizeof buffer);
-        if (n <= 0) break;
-        busAddress.append(buffer, int(n));
-    }
-    close(fds[0]);
-    int status = 1;
-    if (!busAddress.trimmed().isEmpty()) {
-        setenv("DBUS_SESSION_BUS_ADDRESS", busAddress.trimmed().constData(), 1);
-        QCoreApplication app(argc, argv);
-        status = RUN_ALL_TESTS();
-    } else {
-        std::fprintf(stderr, "dbus-daemon did not start\n");
-    }
-    kill(pid, SIGTERM);
-    waitpid(pid, nullptr, 0);
-    return status;
+    setenv("DBUS_SESSION_BUS_ADDRESS", bus.address().toLocal8Bit().constData(), 1);
+    return RUN_ALL_TESTS();
 }

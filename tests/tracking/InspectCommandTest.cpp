@@ -66,34 +66,27 @@ TEST_F(InspectCommandTest, NamesTheExtractorAndWhatItChanged) {
     };
     const Case cases[] = {
         {"a document name from the generic extractor",
-         QStringLiteral("org.example.Editor"),
+         "org.example.Editor",
          [this] {
              auto scripted = m_scripting.application(kPid);
-             scripted->answer(QStringLiteral("pADc"),
-                              FakeScriptedApplication::referenceTo(QStringLiteral("docu[1]")));
-             scripted->answer(QStringLiteral("docu[1].pnam"),
-                              ScriptValue{QStringLiteral("Untitled 1")});
+             scripted->answer("pADc", FakeScriptedApplication::referenceTo("docu[1]"));
+             scripted->answer("docu[1].pnam", ScriptValue{QStringLiteral("Untitled 1")});
          },
-         {QStringLiteral("document title: Untitled 1"),
-          QStringLiteral("extractor: TRGenericInfoExtractor")}},
+         {"document title: Untitled 1", "extractor: TRGenericInfoExtractor"}},
         {"details removed for an application that has quit",
-         QStringLiteral("org.example.Editor"),
+         "org.example.Editor",
          [this] { m_scripting.application(kPid)->setRunning(false); },
-         {QStringLiteral("details: removed (the application is recorded without what it shows)")}},
-        {"the dummy extractor",
-         QStringLiteral("com.apple.frontrow"),
-         [] {},
-         {QStringLiteral("extractor: TRDummyInfoExtractor")}},
+         {"details: removed (the application is recorded without what it shows)"}},
+        {"the dummy extractor", "com.apple.frontrow", [] {}, {"extractor: TRDummyInfoExtractor"}},
         {"an application without id",
          QString(),
          [] {},
-         {QStringLiteral("id: (none)"), QStringLiteral("extractor: TRGenericInfoExtractor")}},
+         {"id: (none)", "extractor: TRGenericInfoExtractor"}},
         {"an excluded agent",
-         QStringLiteral("xfce4-panel"),
+         "xfce4-panel",
          [] {},
-         {QStringLiteral("application: (not tracked: the helper itself or one of the desktop's own "
-                         "agents)"),
-          QStringLiteral("id: xfce4-panel"), QStringLiteral("pid: 4321")}},
+         {"application: (not tracked: the helper itself or one of the desktop's own agents)",
+          "id: xfce4-panel", "pid: 4321"}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -120,12 +113,12 @@ TEST_F(InspectCommandTest, SaysWhyItCannotLook) {
     };
     const Case cases[] = {
         {"no platform objects in this build",
-         {QStringLiteral("--once")},
+         {"--once"},
          [] { return TRExtractionContext(); },
          1,
          "no window system"},
         {"no display",
-         {QStringLiteral("--once")},
+         {"--once"},
          [this] {
              m_windows.setAvailable(false);
              return platform();
@@ -133,7 +126,7 @@ TEST_F(InspectCommandTest, SaysWhyItCannotLook) {
          1,
          "cannot reach the X display"},
         {"an unknown argument",
-         {QStringLiteral("--twice")},
+         {"--twice"},
          [this] { return platform(); },
          2,
          "unknown argument \"--twice\""},

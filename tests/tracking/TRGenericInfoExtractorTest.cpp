@@ -72,7 +72,6 @@ class TRGenericInfoExtractorTest : public ExtractionTest {
 protected:
     void run(const GenericCase& c) {
         SCOPED_TRACE(c.name);
-        TRExtractionContext::setShared(TRExtractionContext());
         FakeScriptingTargets scripting;
         TRExtractionContext context;
         context.scriptingTargets = &scripting;
@@ -166,14 +165,9 @@ TEST_F(TRGenericInfoExtractorTest, FindsTheDocumentThroughThreeReferences) {
 }
 
 TEST_F(TRGenericInfoExtractorTest, FallsBackToNamesWithoutOverwritingWhatWasFound) {
-    QStringList documentThenNames = kAllAddresses;
-    documentThenNames.prepend(QStringLiteral("pADc"));
-    QStringList withName = documentThenNames;
-    withName.append(QStringLiteral("docu[1].pnam"));
-    QStringList withWindowName = withName;
-    withWindowName.append(QStringLiteral("cwin[1].pnam"));
-    QStringList skippingDocumentName = documentThenNames;
-    skippingDocumentName.append(QStringLiteral("cwin[1].pnam"));
+    const QStringList withName = addressRequests(6) + requests({"docu[1].pnam"});
+    const QStringList withWindowName = withName + requests({"cwin[1].pnam"});
+    const QStringList skippingDocumentName = addressRequests(6) + requests({"cwin[1].pnam"});
 
     const GenericCase cases[] = {
         {.name = "the document's name, and no window name is asked",
@@ -200,7 +194,7 @@ TEST_F(TRGenericInfoExtractorTest, FallsBackToNamesWithoutOverwritingWhatWasFoun
          .answers = {{"pADc", ref("docu[1]")}, {"cwin[1].pnam", str("Window")}},
          .windowTitle = "From the tree",
          .wantWindowTitle = "From the tree",
-         .wantRequests = documentThenNames + QStringList{QStringLiteral("docu[1].pnam")}},
+         .wantRequests = withName},
         {.name = "a document path from the front-window step: nothing is asked",
          .answers = {{"pADc", ref("docu[1]")}, {"docu[1].ppth", str("/other")}},
          .documentPath = "file:///from/tree",

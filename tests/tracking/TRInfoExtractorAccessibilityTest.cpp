@@ -30,6 +30,14 @@ Element applicationWith(const Element& mainWindow, const Element& focusedWindow)
     return application;
 }
 
+struct TreeCase {
+    const char* name;
+    Element application;
+    const char* listTitle;
+    const char* wantTitle;
+    const char* wantDocument;
+};
+
 class TRInfoExtractorAccessibilityTest : public ExtractionTest {
 protected:
     // The worker-side step for an activity whose window list gave `listTitle`.
@@ -41,14 +49,14 @@ protected:
         TRInfoExtractor::completeActivityFromAccessibility(activity);
         return activity;
     }
-};
-
-struct TreeCase {
-    const char* name;
-    Element application;
-    const char* listTitle;
-    const char* wantTitle;
-    const char* wantDocument;
+    void expectCompleted(const TreeCase& c) {
+        SCOPED_TRACE(c.name);
+        const TRActivity activity = complete(c.application, c.listTitle);
+        EXPECT_EQ(activity.windowTitle(), q(c.wantTitle));
+        EXPECT_EQ(activity.windowTitle().isNull(), c.wantTitle == nullptr);
+        EXPECT_EQ(activity.documentPath(), q(c.wantDocument));
+        EXPECT_EQ(activity.documentPath().isNull(), c.wantDocument == nullptr);
+    }
 };
 
 TEST_F(TRInfoExtractorAccessibilityTest, LetsTheMainWindowWinAndTheFocusedWindowComplete) {
@@ -87,14 +95,7 @@ TEST_F(TRInfoExtractorAccessibilityTest, LetsTheMainWindowWinAndTheFocusedWindow
         {"an empty title from the main window stands", applicationWith(window(""), window("F")),
          nullptr, "", nullptr},
     };
-    for (const TreeCase& c : cases) {
-        SCOPED_TRACE(c.name);
-        const TRActivity activity = complete(c.application, c.listTitle);
-        EXPECT_EQ(activity.windowTitle(), q(c.wantTitle));
-        EXPECT_EQ(activity.windowTitle().isNull(), c.wantTitle == nullptr);
-        EXPECT_EQ(activity.documentPath(), q(c.wantDocument));
-        EXPECT_EQ(activity.documentPath().isNull(), c.wantDocument == nullptr);
-    }
+    for (const TreeCase& c : cases) expectCompleted(c);
 }
 
 // Every question goes to the application itself (and to a stopped one costs
@@ -140,12 +141,7 @@ TEST_F(TRInfoExtractorAccessibilityTest, StandsASheetForTheWindowItIsAttachedTo)
         {"a sheet without a window is skipped", applicationWith(orphan, window("Focused")), nullptr,
          "Focused", nullptr},
     };
-    for (const TreeCase& c : cases) {
-        SCOPED_TRACE(c.name);
-        const TRActivity activity = complete(c.application, c.listTitle);
-        EXPECT_EQ(activity.windowTitle(), q(c.wantTitle));
-        EXPECT_EQ(activity.documentPath(), q(c.wantDocument));
-    }
+    for (const TreeCase& c : cases) expectCompleted(c);
     // The walk went through both sheets' parents and never read their titles.
     EXPECT_GE(sheetOnSheet->copyCount(QStringLiteral("AXParent")), 1);
     EXPECT_GE(sheet->copyCount(QStringLiteral("AXParent")), 2);
@@ -179,14 +175,9 @@ TEST_F(TRInfoExtractorAccessibilityTest, OutranksTheWindowListOnlyWithATitleOrDo
         {"no application element keeps the window list's title", nullptr, "List", "List", nullptr},
     };
     for (const TreeCase& c : cases) {
-        SCOPED_TRACE(c.name);
         SetUp();
         m_accessibility.add(kPid, nullptr);
-        const TRActivity activity = complete(c.application, c.listTitle);
-        EXPECT_EQ(activity.windowTitle(), q(c.wantTitle));
-        EXPECT_EQ(activity.windowTitle().isNull(), c.wantTitle == nullptr);
-        EXPECT_EQ(activity.documentPath(), q(c.wantDocument));
-        EXPECT_EQ(activity.documentPath().isNull(), c.wantDocument == nullptr);
+        expectCompleted(c);
     }
 }
 

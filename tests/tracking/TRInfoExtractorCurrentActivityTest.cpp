@@ -39,23 +39,16 @@ TEST_F(TRInfoExtractorCurrentActivityTest, ReturnsNothingForApplicationsThatAreN
         bool excluded;
     };
     std::vector<Case> cases = {
-        {QStringLiteral("the helper's own id"),
-         QStringLiteral("info.mallowby.VorlixHelper"),
-         {},
-         true},
-        {QStringLiteral("the dock"), QStringLiteral("com.apple.dock"), {}, true},
-        {QStringLiteral("the dock in another case"), QStringLiteral("com.apple.Dock"), {}, false},
-        {QStringLiteral("ccc_helper, whatever its id"), QStringLiteral("org.example.Backup"),
-         QStringLiteral("ccc_helper"), true},
-        {QStringLiteral("ccc_helper as an id only"), QStringLiteral("ccc_helper"), {}, false},
-        {QStringLiteral("a longer executable name"), {}, QStringLiteral("ccc_helper2"), false},
-        {QStringLiteral("an agent in another case"), QStringLiteral("Dunst"),
-         QStringLiteral("Dunst"), false},
-        {QStringLiteral("the file manager that also draws the desktop"), QStringLiteral("pcmanfm"),
-         QStringLiteral("pcmanfm"), false},
-        {QStringLiteral("no id and no executable"), {}, {}, false},
-        {QStringLiteral("an ordinary editor"), QStringLiteral("org.gnome.gedit"),
-         QStringLiteral("gedit"), false},
+        {"the helper's own id", "info.mallowby.VorlixHelper", {}, true},
+        {"the dock", "com.apple.dock", {}, true},
+        {"the dock in another case", "com.apple.Dock", {}, false},
+        {"ccc_helper, whatever its id", "org.example.Backup", "ccc_helper", true},
+        {"ccc_helper as an id only", "ccc_helper", {}, false},
+        {"a longer executable name", {}, "ccc_helper2", false},
+        {"an agent in another case", "Dunst", "Dunst", false},
+        {"the file manager that also draws the desktop", "pcmanfm", "pcmanfm", false},
+        {"no id and no executable", {}, {}, false},
+        {"an ordinary editor", "org.gnome.gedit", "gedit", false},
     };
     for (const QString& id : TRExtractorTables::excludedBundleIdentifiers()) {
         cases.push_back({QStringLiteral("excluded id ") + id, id, {}, true});

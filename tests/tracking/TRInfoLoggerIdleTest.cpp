@@ -75,25 +75,23 @@ TEST_F(TrackingTest, GoingIdleEndsIntervalAtLastInput) {
 }
 
 TEST_F(TrackingTest, MediaPlayerInFrontKeepsIntervalRunning) {
-    const auto byExecutable = [](const QString& path) {
-        RunningApplication application;
-        application.processIdentifier = 77;
-        application.executablePath = path;
-        TRActivity activity;
-        activity.setApplication(application);
-        return activity;
+    TRActivity mpvByExecutable;
+    RunningApplication mpv;
+    mpv.processIdentifier = 77;
+    mpv.executablePath = QStringLiteral("/usr/bin/mpv");
+    mpvByExecutable.setApplication(mpv);
+    const auto player = [](const char* id) {
+        return FakeActivitySource::activityFor(77, QString::fromUtf8(id));
     };
     const struct {
         const char* name;
         TRActivity player;
     } cases[] = {
-        {"org.videolan.vlc",
-         FakeActivitySource::activityFor(77, QStringLiteral("org.videolan.vlc"))},
-        {"vlc", FakeActivitySource::activityFor(77, QStringLiteral("vlc"))},
-        {"io.mpv.Mpv", FakeActivitySource::activityFor(77, QStringLiteral("io.mpv.Mpv"))},
-        {"com.apple.QuickTimePlayerX",
-         FakeActivitySource::activityFor(77, QStringLiteral("com.apple.QuickTimePlayerX"))},
-        {"mpv without a desktop entry", byExecutable(QStringLiteral("/usr/bin/mpv"))},
+        {"org.videolan.vlc", player("org.videolan.vlc")},
+        {"vlc", player("vlc")},
+        {"io.mpv.Mpv", player("io.mpv.Mpv")},
+        {"com.apple.QuickTimePlayerX", player("com.apple.QuickTimePlayerX")},
+        {"mpv without a desktop entry", mpvByExecutable},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
