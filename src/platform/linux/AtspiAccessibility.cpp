@@ -123,6 +123,17 @@ AtspiAccessibilityProvider::~AtspiAccessibilityProvider() {
 }
 
 bool AtspiAccessibilityProvider::isEnabled() {
+    constexpr auto kRecheckAfter = std::chrono::seconds(5);
+    const auto now = std::chrono::steady_clock::now();
+    std::lock_guard lock(m_enabledMutex);
+    if (!m_enabled || now - m_enabledAskedAt >= kRecheckAfter) {
+        m_enabled = askWhetherEnabled();
+        m_enabledAskedAt = now;
+    }
+    return *m_enabled;
+}
+
+bool AtspiAccessibilityProvider::askWhetherEnabled() {
     QDBusMessage get = QDBusMessage::createMethodCall(kBusService, kBusPath, kPropertiesInterface,
                                                       QStringLiteral("Get"));
     get << kStatusInterface << QStringLiteral("IsEnabled");
@@ -136,6 +147,8 @@ bool AtspiAccessibilityProvider::enable() {
                                                       QStringLiteral("Set"));
     set << kStatusInterface << QStringLiteral("IsEnabled") << QVariant::fromValue(QDBusVariant(true));
     const QDBusMessage reply = QDBusConnection::sessionBus().call(set, QDBus::Block, kCallTimeoutMs);
+    std::lock_guard lock(m_enabledMutex);
+    m_enabled.reset();
     return reply.type() == QDBusMessage::ReplyMessage;
 }
 

@@ -36,6 +36,8 @@
 // bus and may be called from any thread.
 
 #include <QString>
+#include <chrono>
+#include <mutex>
 #include <memory>
 #include <optional>
 
@@ -65,5 +67,12 @@ public:
     struct Session;
 
 private:
+    bool askWhetherEnabled();
+
     std::unique_ptr<Session> d;
+    // The switch is read once every few seconds, not once a tick: asking
+    // costs a session-bus round trip.
+    std::mutex m_enabledMutex;
+    std::optional<bool> m_enabled;
+    std::chrono::steady_clock::time_point m_enabledAskedAt;
 };
