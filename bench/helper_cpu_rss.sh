@@ -1,10 +1,17 @@
 #!/usr/bin/env bash
-# Runs the real vorlix-helper on a throw-away Xvfb for a while (60 s by
+# Runs the real vorlix-helper on a throw-away desktop for a while (60 s by
 # default) and prints its CPU per tick, its share of one core, the X server's
 # CPU over the same time and the helper's resident memory, one
-# "name: value unit" line each.
+# "name: value unit" line each. The desktop is Xvfb with a private session
+# bus, the accessibility bus and openbox, with an xterm in front (the helper
+# asks the window system, the idle counter and the accessibility bus every
+# tick, and records into its store); FRONT=none leaves the screen empty.
 #
 #   bench/helper_cpu_rss.sh [path/to/vorlix-helper] [seconds]
+#
+# HELPER_WRAPPER runs the helper under a profiler, e.g.
+#   HELPER_WRAPPER="valgrind --tool=callgrind --callgrind-out-file=/tmp/cg.out" \
+#     bench/helper_cpu_rss.sh build/src/app/vorlix-helper 15
 set -euo pipefail
 helper=${1:-build/src/app/vorlix-helper}
 seconds=${2:-60}
@@ -28,14 +35,49 @@ xvfb_pid=$!
 for _ in $(seq 100); do [[ -s $state/display ]] && break; sleep 0.05; done
 display=":$(cat "$state/display")"
 
+front=${FRONT:-xterm}
+bus_address="unix:path=$state/no-bus"
+desktop_env=(env -u WAYLAND_DISPLAY -u XDG_SESSION_ID -u AT_SPI_BUS_ADDRESS DISPLAY="$display"
+  HOME="$state" XDG_RUNTIME_DIR="$state/runtime" XDG_CONFIG_HOME="$state/config"
+  XDG_DATA_HOME="$state/data" XDG_CACHE_HOME="$state/cache" LANG=C.UTF-8)
+if [[ $front != none ]]; then
+  for tool in dbus-daemon openbox xdotool "$front"; do
+    command -v "$tool" >/dev/null || { echo "$tool is not installed" >&2; exit 77; }
+  done
+  dbus-daemon --session --nofork --nopidfile --address="unix:dir=$state/runtime" \
+    --print-address=3 3>"$state/bus" 2>/dev/null &
+  pids+=($!)
+  for _ in $(seq 100); do [[ -s $state/bus ]] && break; sleep 0.05; done
+  bus_address=$(head -n1 "$state/bus")
+  desktop_env+=(DBUS_SESSION_BUS_ADDRESS="$bus_address")
+  if [[ -x /usr/libexec/at-spi-bus-launcher ]]; then
+    "${desktop_env[@]}" /usr/libexec/at-spi-bus-launcher --launch-immediately --a11y=1 \
+      >/dev/null 2>&1 &
+    pids+=($!)
+  fi
+  "${desktop_env[@]}" openbox --sm-disable >/dev/null 2>&1 &
+  pids+=($!)
+  sleep 1
+  "${desktop_env[@]}" "$front" >/dev/null 2>&1 &
+  pids+=($!)
+  front_pid=$!
+  for _ in $(seq 100); do
+    window=$("${desktop_env[@]}" xdotool search --onlyvisible --pid "$front_pid" 2>/dev/null | head -n1 || true)
+    [[ -n $window ]] && break; sleep 0.1
+  done
+  "${desktop_env[@]}" xdotool windowactivate "$window" >/dev/null 2>&1 || true
+fi
+
 # CPU nanoseconds of all threads of a process (finer than utime/stime).
 cpu_ns() { cat /proc/"$1"/task/*/schedstat | awk '{s += $1} END {printf "%d", s}'; }
 
-env -u WAYLAND_DISPLAY -u XDG_SESSION_ID DISPLAY="$display" HOME="$state" \
-  XDG_RUNTIME_DIR="$state/runtime" XDG_CONFIG_HOME="$state/config" \
-  XDG_DATA_HOME="$state/data" XDG_CACHE_HOME="$state/cache" \
-  DBUS_SESSION_BUS_ADDRESS="unix:path=$state/no-bus" \
-  "$helper" 2>"$state/helper.log" &
+# The user stays active (idle threshold 1 day): every tick runs in full.
+mkdir -p "$state/config/info.mallowby.Vorlix"
+printf '[General]\nidleTimeThresholdForSuspendingTracking=86400\n' \
+  >"$state/config/info.mallowby.Vorlix/VorlixHelper.conf"
+"${desktop_env[@]}" DBUS_SESSION_BUS_ADDRESS="$bus_address" \
+  DBUS_SYSTEM_BUS_ADDRESS="unix:path=$state/no-system-bus" \
+  ${HELPER_WRAPPER:-} "$helper" 2>"$state/helper.log" &
 helper_pid=$!
 pids=("$helper_pid" "${pids[@]}")
 
@@ -44,15 +86,19 @@ h0=$(cpu_ns "$helper_pid"); x0=$(cpu_ns "$xvfb_pid")
 sleep "$seconds"
 h1=$(cpu_ns "$helper_pid"); x1=$(cpu_ns "$xvfb_pid")
 
+[[ -s $state/data/info.mallowby.Vorlix/ActivityStore.db ]] ||
+  echo "note: the helper has not saved its store yet (saves every 60 s)" >&2
 rss_kb=$(awk '/^VmRSS:/ {print $2}' "/proc/$helper_pid/status")
 anon_kb=$(awk '/^RssAnon:/ {print $2}' "/proc/$helper_pid/status")
+private_kb=$(awk '/^Private_(Clean|Dirty):/ {s += $2} END {print s}' "/proc/$helper_pid/smaps_rollup")
 threads=$(awk '/^Threads:/ {print $2}' "/proc/$helper_pid/status")
 awk -v h=$((h1 - h0)) -v x=$((x1 - x0)) -v s="$seconds" \
-    -v rss="$rss_kb" -v anon="$anon_kb" -v th="$threads" 'BEGIN {
+    -v rss="$rss_kb" -v anon="$anon_kb" -v priv="$private_kb" -v th="$threads" 'BEGIN {
   printf "helper_cpu_per_tick: %.3f ms\n", h / 1e6 / s
   printf "helper_cpu_share: %.4f %%\n", h / 1e7 / s
   printf "xserver_cpu_per_tick: %.3f ms\n", x / 1e6 / s
   printf "helper_rss: %.1f MB\n", rss / 1024
   printf "helper_rss_anon: %.1f MB\n", anon / 1024
+  printf "helper_private: %.1f MB\n", priv / 1024
   printf "helper_threads: %d count\n", th
 }'

@@ -152,34 +152,34 @@ void TRInfoLogger::trackingHandler() {
     }
     m_logTaskRunning = true;
     std::optional<TRActivity> activity = m_deps.activitySource->currentActivity();
+    const QDateTime observed = m_deps.clock->now();
     const RunningApplication* application = activity ? activity->runningApplication() : nullptr;
     const bool extractionDisabled =
         application && m_deps.recorder->applescriptTrackingDisabled(*application);
     TRActivitySource* source = m_deps.activitySource;
-    m_activityQueue->async(
-        [this, source, activity = std::move(activity), extractionDisabled]() mutable {
-            source->callInfoExtractorForActivity(activity ? &*activity : nullptr,
-                                                 extractionDisabled);
-            {
-                std::lock_guard lock(m_decisionsMutex);
-                m_pendingDecisions.push_back(std::move(activity));
-            }
-            QMetaObject::invokeMethod(this, "deliverDecisions", Qt::QueuedConnection);
-        });
+    m_activityQueue->async([this, source, activity = std::move(activity), observed,
+                            extractionDisabled]() mutable {
+        source->callInfoExtractorForActivity(activity ? &*activity : nullptr, extractionDisabled);
+        {
+            std::lock_guard lock(m_decisionsMutex);
+            m_pendingDecisions.push_back({std::move(activity), observed});
+        }
+        QMetaObject::invokeMethod(this, "deliverDecisions", Qt::QueuedConnection);
+    });
 }
 
 void TRInfoLogger::deliverDecisions() {
     for (;;) {
-        std::optional<TRActivity> activity;
+        PendingDecision pending;
         {
             std::lock_guard lock(m_decisionsMutex);
             if (m_pendingDecisions.empty()) {
                 return;
             }
-            activity = std::move(m_pendingDecisions.front());
+            pending = std::move(m_pendingDecisions.front());
             m_pendingDecisions.pop_front();
         }
-        decide(std::move(activity));
+        decide(std::move(pending.activity), pending.observed);
     }
 }
 
@@ -202,10 +202,17 @@ double TRInfoLogger::idleTimeThresholdForSuspendingTracking() const {
     return readSettings().idleThreshold;
 }
 
-void TRInfoLogger::decide(std::optional<TRActivity> activity) {
+void TRInfoLogger::decide(std::optional<TRActivity> activity, const QDateTime& observed) {
     const QDateTime now = m_deps.clock->now();
     endIntervalOnClockJump(now);
-    applyActivityChange(activity, now);
+    // A switch happened by the time the tick saw it, not when the worker
+    // finished: an application that takes seconds to answer its
+    // accessibility questions must not hand those seconds to the one before.
+    QDateTime switched = observed.isValid() && observed < now ? observed : now;
+    if (m_previousActivityStartDate.isValid() && switched < m_previousActivityStartDate) {
+        switched = m_previousActivityStartDate;
+    }
+    applyActivityChange(activity, switched);
 
     const Settings settings = readSettings();
     const double idle = idleSeconds(settings);
@@ -250,7 +257,8 @@ void TRInfoLogger::endIntervalOnClockJump(const QDateTime& now) {
     }
 }
 
-bool TRInfoLogger::applyActivityChange(std::optional<TRActivity>& activity, const QDateTime& now) {
+bool TRInfoLogger::applyActivityChange(std::optional<TRActivity>& activity,
+                                       const QDateTime& switched) {
     // Two untracked applications in a row are "the same" (both none); an
     // absent previous activity never equals a present one.
     const bool unchanged = m_previousActivity
@@ -260,10 +268,10 @@ bool TRInfoLogger::applyActivityChange(std::optional<TRActivity>& activity, cons
         return false;
     }
     if (!m_userWasIdle) {
-        store(now);
+        store(switched);
     }
     m_previousActivity = std::move(activity);
-    m_previousActivityStartDate = now;
+    m_previousActivityStartDate = switched;
     return true;
 }
 

@@ -132,9 +132,10 @@ private:
     };
 
     Settings readSettings() const;
-    void decide(std::optional<TRActivity> activity);
+    // `observed`: when the tick read the front activity, on the main thread.
+    void decide(std::optional<TRActivity> activity, const QDateTime& observed);
     void endIntervalOnClockJump(const QDateTime& now);
-    bool applyActivityChange(std::optional<TRActivity>& activity, const QDateTime& now);
+    bool applyActivityChange(std::optional<TRActivity>& activity, const QDateTime& switched);
     double idleSeconds(const Settings& settings) const;
     void returnFromIdle(const Settings& settings, double idle, const QDateTime& now);
     void goIdle(double idle, const QDateTime& now);
@@ -160,5 +161,9 @@ private:
     // Activities the worker has finished with, waiting for their decision
     // step; a mutex (not the event queue) carries them between the threads.
     std::mutex m_decisionsMutex;
-    std::deque<std::optional<TRActivity>> m_pendingDecisions;
+    struct PendingDecision {
+        std::optional<TRActivity> activity;
+        QDateTime observed;
+    };
+    std::deque<PendingDecision> m_pendingDecisions;
 };

@@ -102,3 +102,30 @@ TEST_F(TrackingTest, DetailsRemovedByExtractorStillCount) {
     expectInterval(recorder.stored()[0], 101, start, clock.now());
     EXPECT_FALSE(recorder.stored()[0].activity.details().has_value());
 }
+
+// The worker may take seconds to ask a slow application about its window;
+// the switch still happened when the tick saw it, and those seconds belong
+// to the application switched to.
+TEST_F(TrackingTest, SwitchIsDatedWhenTickSawItNotWhenExtractorFinished) {
+    for (const double extractorSeconds : {0.0, 0.4, 2.5, 9.0}) {
+        SCOPED_TRACE(QStringLiteral("extractor takes %1 s").arg(extractorSeconds).toStdString());
+        restart();
+        startOn(appA());
+        const QDateTime start = logger->previousActivityStartDate();
+        activeSeconds(4);
+        source.setFront(appB());
+        source.closeGate();
+        clock.advance(1.0);
+        idle.touch();
+        logger->trackingHandler();
+        const QDateTime seen = clock.now();
+        clock.advance(extractorSeconds);
+        source.openGate();
+        waitForDecision();
+        activeSeconds(3);
+        logger->endTracking();
+        ASSERT_EQ(recorder.stored().size(), 2u);
+        expectInterval(recorder.stored()[0], 101, start, seen);
+        expectInterval(recorder.stored()[1], 202, seen, clock.now());
+    }
+}
