@@ -1,5 +1,7 @@
 #include "TRInfoExtractor.h"
 
+#include "AccessibilityElement.h"
+
 #include <QCoreApplication>
 #include <QFileInfo>
 
@@ -97,13 +99,55 @@ std::optional<TRActivity> TRInfoExtractor::currentActivity() {
     return activity;
 }
 
+namespace {
+
+// The accessibility tree's last answer for a process, with the window list's
+// title it came with. An application that misses a query's timeout is left
+// alone for a few seconds; while the window list still shows the same window
+// of the same process, that is not a change of what the user looks at, so
+// the last answer stands instead of splitting one page into two entries.
+// Worker thread only.
+struct LastTreeAnswer final {
+    quint64 generation = 0;
+    qint32 processIdentifier = 0;
+    QString listTitle;
+    QString windowTitle;
+    QString documentPath;
+};
+
+std::optional<LastTreeAnswer>& lastTreeAnswer() {
+    static std::optional<LastTreeAnswer> answer;
+    return answer;
+}
+
+bool applyLastTreeAnswer(TRActivity& activity, qint32 processIdentifier) {
+    AccessibilityProvider* provider = TRExtractionContext::shared().accessibility;
+    const std::optional<LastTreeAnswer>& last = lastTreeAnswer();
+    if (provider == nullptr || !last || activity.windowTitle().isNull()) return false;
+    if (last->generation != TRExtractionContext::generation() ||
+        last->processIdentifier != processIdentifier || last->listTitle != activity.windowTitle()) {
+        return false;
+    }
+    if (!provider->isEnabled()) return false;
+    activity.setWindowTitle(last->windowTitle);
+    activity.setDocumentPath(last->documentPath);
+    return true;
+}
+
+}  // namespace
+
 void TRInfoExtractor::completeActivityFromAccessibility(TRActivity& activity) {
     const RunningApplication* application = activity.runningApplication();
     if (application == nullptr) return;
+    const qint32 pid = application->processIdentifier;
     const std::optional<TRActivityDetails> found =
         TRInfoExtractorAccessibility::detailsOfFrontWindows(
-            TRExtractionContext::shared().accessibility, application->processIdentifier);
-    if (!found) return;
+            TRExtractionContext::shared().accessibility, pid);
+    if (!found) {
+        applyLastTreeAnswer(activity, pid);
+        return;
+    }
+    const QString listTitle = activity.windowTitle();
     TRActivityDetails merged = *found;
     // Only a non-empty title or document from the tree outranks the window
     // list; otherwise the window list's title (when it had one) stays.
@@ -113,6 +157,8 @@ void TRInfoExtractor::completeActivityFromAccessibility(TRActivity& activity) {
     }
     activity.setWindowTitle(merged.windowTitle());
     activity.setDocumentPath(merged.documentPath());
+    lastTreeAnswer() = LastTreeAnswer{TRExtractionContext::generation(), pid, listTitle,
+                                      merged.windowTitle(), merged.documentPath()};
 }
 
 const TRApplicationInfoExtractor& TRInfoExtractor::callInfoExtractorForActivity(

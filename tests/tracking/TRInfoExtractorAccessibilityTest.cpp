@@ -197,6 +197,42 @@ TEST_F(TRInfoExtractorAccessibilityTest, LeavesTheWindowListAloneWhenAccessibili
     EXPECT_EQ(noProvider.windowTitle(), QStringLiteral("List"));
 }
 
+TEST_F(TRInfoExtractorAccessibilityTest, KeepsTheLastAnswerWhileABusyApplicationShowsTheSameWindow) {
+    struct Case {
+        const char* name;
+        const char* listTitleWhileBusy;
+        bool accessibilityOn;
+        qint32 pidWhileBusy;
+        const char* wantDocument;
+        const char* wantTitle;
+    };
+    const Case cases[] = {
+        {"same window of the same process", "Page - Browser", true, kPid, "https://a.test/",
+         "Page"},
+        {"the window list shows another window", "Other - Browser", true, kPid, nullptr,
+         "Other - Browser"},
+        {"another process", "Page - Browser", true, kPid + 1, nullptr, "Page - Browser"},
+        {"accessibility switched off", "Page - Browser", false, kPid, nullptr, "Page - Browser"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        m_accessibility.setEnabled(true);
+        const TRActivity answered =
+            complete(applicationWith(window("Page", "https://a.test/"), nullptr), "Page - Browser");
+        ASSERT_EQ(answered.documentPath(), QStringLiteral("https://a.test/"));
+
+        m_accessibility.add(kPid, nullptr);  // busy: no application element this tick
+        m_accessibility.setEnabled(c.accessibilityOn);
+        TRActivity busy =
+            makeActivity(makeApplication(c.pidWhileBusy, QStringLiteral("org.example.Editor")));
+        busy.setWindowTitle(q(c.listTitleWhileBusy));
+        TRInfoExtractor::completeActivityFromAccessibility(busy);
+        EXPECT_EQ(busy.documentPath(), q(c.wantDocument));
+        EXPECT_EQ(busy.documentPath().isNull(), c.wantDocument == nullptr);
+        EXPECT_EQ(busy.windowTitle(), q(c.wantTitle));
+    }
+}
+
 TEST_F(TRInfoExtractorAccessibilityTest, AsksNothingForAnActivityWithoutApplication) {
     TRActivity activity;
     TRInfoExtractor::completeActivityFromAccessibility(activity);
