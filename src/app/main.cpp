@@ -8,6 +8,7 @@
 #include <QCoreApplication>
 #include <QLoggingCategory>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 
@@ -33,7 +34,16 @@ void parseCommandLine(QCoreApplication& app) {
         QStringLiteral("Records, privately, how you spend your time at the computer."));
     parser.addHelpOption();
     parser.addVersionOption();
+    parser.addPositionalArgument(
+        QStringLiteral("inspect"),
+        QStringLiteral("Print what would be recorded, once a second (--once: one look), and exit."),
+        QStringLiteral("[inspect [--once]]"));
     parser.process(app);
+    if (!parser.positionalArguments().isEmpty()) {
+        std::fprintf(stderr, "vorlix-helper: unknown command '%s'\nTry 'vorlix-helper --help'.\n",
+                     qPrintable(parser.positionalArguments().constFirst()));
+        std::exit(2);
+    }
 }
 
 // Quitting, whatever asked for it: end tracking, which stores the interval
