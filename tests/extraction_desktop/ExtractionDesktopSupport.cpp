@@ -71,25 +71,9 @@ bool waitForTick(const std::function<bool(const Tick&)>& done, int timeoutMs, Ti
     }
 }
 
-QUrl site() {
-    static QUrl url;
-    if (!url.isEmpty()) return url;
-    const QString folder = g_desktop->stateDir() + QStringLiteral("/site");
-    QDir().mkpath(folder);
-    for (const char* name : {"one", "two", "three", "four"}) {
-        QFile file(folder + QLatin1Char('/') + QLatin1String(name) + QStringLiteral(".html"));
-        if (file.open(QIODevice::WriteOnly)) {
-            file.write(QByteArray("<html><head><title>page ") + name + "</title></head><body><p>" +
-                       name + "</p></body></html>");
-        }
-    }
-    url = g_desktop->startHttpServer(folder);
-    return url;
-}
+QUrl site() { return g_desktop->testSite(); }
 
-QString page(const char* name) {
-    return site().resolved(QUrl(QLatin1String(name) + QStringLiteral(".html"))).toString();
-}
+QString page(const char* name) { return g_desktop->testPage(name); }
 
 bool waitForFrontProcess(qint64 pid) {
     WindowSystem* windows = TRExtractionContext::shared().windowSystem;

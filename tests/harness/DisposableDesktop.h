@@ -92,6 +92,11 @@ public:
     qint64 startGedit(const QString& file);
     // Serves `folder` over HTTP on 127.0.0.1; an empty URL on failure.
     QUrl startHttpServer(const QString& folder);
+    // Writes the small pages "one.html" ... "four.html" (titled "page one"
+    // ...) into the state folder and serves them, once per desktop; the
+    // address of the folder. Browser tests open testPage("two").
+    QUrl testSite();
+    QString testPage(const char* name);
     // Stops one started program with everything in its session.
     void stopProgram(qint64 processIdentifier);
 
@@ -109,6 +114,7 @@ public:
     static QString missingTool(const QStringList& tools);
 
 private:
+    QUrl m_testSite;
     DisposableDesktop();
     bool prepareFolders(QString* whyNot);
     bool startXvfb(QString* whyNot);

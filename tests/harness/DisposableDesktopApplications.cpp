@@ -97,3 +97,22 @@ QUrl DisposableDesktop::startHttpServer(const QString& folder) {
     const int port = line.mid(at + 6).split(' ').value(0).toInt();
     return QUrl(QStringLiteral("http://127.0.0.1:%1/").arg(port));
 }
+
+QUrl DisposableDesktop::testSite() {
+    if (!m_testSite.isEmpty()) return m_testSite;
+    const QString folder = stateDir() + QStringLiteral("/site");
+    QDir().mkpath(folder);
+    for (const char* page : {"one", "two", "three", "four"}) {
+        QFile file(folder + QLatin1Char('/') + QLatin1String(page) + QStringLiteral(".html"));
+        if (file.open(QIODevice::WriteOnly)) {
+            file.write(QByteArray("<html><head><title>page ") + page + "</title></head><body><p>" +
+                       page + "</p></body></html>");
+        }
+    }
+    m_testSite = startHttpServer(folder);
+    return m_testSite;
+}
+
+QString DisposableDesktop::testPage(const char* name) {
+    return testSite().resolved(QUrl(QLatin1String(name) + QStringLiteral(".html"))).toString();
+}

@@ -20,26 +20,9 @@ AtspiAccessibilityProvider& accessibility() {
     return instance;
 }
 
-// Pages served from 127.0.0.1 for the browser tests.
-QUrl site() {
-    static QUrl url;
-    if (!url.isEmpty()) return url;
-    const QString folder = g_desktop->stateDir() + QStringLiteral("/site");
-    QDir().mkpath(folder);
-    for (const char* page : {"one", "two", "three", "four"}) {
-        QFile file(folder + QLatin1Char('/') + QLatin1String(page) + QStringLiteral(".html"));
-        if (file.open(QIODevice::WriteOnly)) {
-            file.write(QByteArray("<html><head><title>page ") + page + "</title></head><body><p>" +
-                       page + "</p></body></html>");
-        }
-    }
-    url = g_desktop->startHttpServer(folder);
-    return url;
-}
+QUrl site() { return g_desktop->testSite(); }
 
-QString page(const char* name) {
-    return site().resolved(QUrl(QLatin1String(name) + QStringLiteral(".html"))).toString();
-}
+QString page(const char* name) { return g_desktop->testPage(name); }
 
 qint64 startTitledXterm(const QString& title) {
     return g_desktop->startXterm({QStringLiteral("-T"), title, QStringLiteral("-e"),
