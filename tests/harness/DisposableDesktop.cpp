@@ -2,6 +2,7 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <QDBusVariant>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
@@ -234,6 +235,16 @@ bool DisposableDesktop::startAccessibilityBus(QString* whyNot) {
                                           !reply.arguments().value(0).toString().isEmpty();
                                },
                                kStartTimeoutMs, 50);
+        if (ready) {
+            // --a11y=1 alone has been seen to read "off" once a program with a
+            // fresh home started; the switch itself is what the tests rely on.
+            QDBusMessage set = QDBusMessage::createMethodCall(
+                QStringLiteral("org.a11y.Bus"), QStringLiteral("/org/a11y/bus"),
+                QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Set"));
+            set << QStringLiteral("org.a11y.Status") << QStringLiteral("IsEnabled")
+                << QVariant::fromValue(QDBusVariant(true));
+            bus.call(set, QDBus::Block, 1000);
+        }
     }
     QDBusConnection::disconnectFromBus(connectionName);
     if (!ready) *whyNot = QStringLiteral("the accessibility bus did not start");
