@@ -363,15 +363,15 @@ bool DisposableDesktop::run(const QString& program, const QStringList& arguments
     return process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
 }
 
-std::optional<quint64> DisposableDesktop::waitForWindowOfProcess(qint64 processIdentifier,
-                                                                 int timeoutMs) const {
+// The first visible window that `xdotool search` finds with `criteria`.
+std::optional<quint64> DisposableDesktop::waitForWindowMatching(const QStringList& criteria,
+                                                                int timeoutMs) const {
     std::optional<quint64> window;
     waitUntil(
         [&] {
             QByteArray out;
             run(QStringLiteral("xdotool"),
-                {QStringLiteral("search"), QStringLiteral("--onlyvisible"), QStringLiteral("--pid"),
-                 QString::number(processIdentifier)},
+                QStringList{QStringLiteral("search"), QStringLiteral("--onlyvisible")} + criteria,
                 &out);
             bool ok = false;
             const quint64 id = out.split('\n').value(0).trimmed().toULongLong(&ok);
@@ -382,22 +382,15 @@ std::optional<quint64> DisposableDesktop::waitForWindowOfProcess(qint64 processI
     return window;
 }
 
+std::optional<quint64> DisposableDesktop::waitForWindowOfProcess(qint64 processIdentifier,
+                                                                 int timeoutMs) const {
+    return waitForWindowMatching({QStringLiteral("--pid"), QString::number(processIdentifier)},
+                                 timeoutMs);
+}
+
 std::optional<quint64> DisposableDesktop::waitForWindowNamed(const QString& text, int timeoutMs) const {
-    std::optional<quint64> window;
-    waitUntil(
-        [&] {
-            QByteArray out;
-            run(QStringLiteral("xdotool"),
-                {QStringLiteral("search"), QStringLiteral("--onlyvisible"), QStringLiteral("--name"),
-                 QRegularExpression::escape(text)},
-                &out);
-            bool ok = false;
-            const quint64 id = out.split('\n').value(0).trimmed().toULongLong(&ok);
-            if (ok) window = id;
-            return ok;
-        },
-        timeoutMs, 50);
-    return window;
+    return waitForWindowMatching({QStringLiteral("--name"), QRegularExpression::escape(text)},
+                                 timeoutMs);
 }
 
 bool DisposableDesktop::activateWindow(quint64 window) const {

@@ -114,6 +114,8 @@ public:
     static QString missingTool(const QStringList& tools);
 
 private:
+    std::optional<quint64> waitForWindowMatching(const QStringList& criteria, int timeoutMs) const;
+
     QUrl m_testSite;
     DisposableDesktop();
     bool prepareFolders(QString* whyNot);
