@@ -12,7 +12,7 @@
 #include <memory>
 #include <vector>
 
-#include "TRActivityStore.h"
+#include "store/TRActivityStore.h"
 
 namespace bench {
 

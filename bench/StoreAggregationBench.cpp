@@ -12,10 +12,10 @@
 #include <random>
 
 #include "BenchSupport.h"
-#include "DateCalculations.h"
-#include "SqliteDatabase.h"
-#include "TRASApplication.h"
-#include "TRASPathComponent.h"
+#include "core/DateCalculations.h"
+#include "store/SqliteDatabase.h"
+#include "store/TRASApplication.h"
+#include "store/TRASPathComponent.h"
 
 namespace {
 

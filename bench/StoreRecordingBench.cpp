@@ -7,9 +7,9 @@
 #include <cstdlib>
 
 #include "BenchSupport.h"
-#include "DateCalculations.h"
-#include "TRASApplication.h"
-#include "TRASPathComponent.h"
+#include "core/DateCalculations.h"
+#include "store/TRASApplication.h"
+#include "store/TRASPathComponent.h"
 
 namespace {
 

@@ -9,13 +9,13 @@
 #include <functional>
 #include <vector>
 
-#include "FakeAccessibility.h"
-#include "FakeRunningApplications.h"
-#include "FakeScriptingTargets.h"
-#include "FakeWindowSystem.h"
-#include "TRExtractionContext.h"
-#include "TRExtractorRegistry.h"
-#include "TRInfoExtractor.h"
+#include "fakes/FakeAccessibility.h"
+#include "fakes/FakeRunningApplications.h"
+#include "fakes/FakeScriptingTargets.h"
+#include "fakes/FakeWindowSystem.h"
+#include "tracking/TRExtractionContext.h"
+#include "tracking/TRExtractorRegistry.h"
+#include "tracking/TRInfoExtractor.h"
 
 namespace {
 

@@ -22,13 +22,13 @@
 #include <ctime>
 #include <vector>
 
-#include "AccessibilityElement.h"
-#include "DisposableDesktop.h"
-#include "PlatformObjects.h"
-#include "TRApplicationInfoExtractor.h"
-#include "TRExtractorRegistry.h"
-#include "TRInfoExtractor.h"
-#include "TRSerialQueue.h"
+#include "platform/AccessibilityElement.h"
+#include "harness/DisposableDesktop.h"
+#include "app/PlatformObjects.h"
+#include "tracking/TRApplicationInfoExtractor.h"
+#include "tracking/TRExtractorRegistry.h"
+#include "tracking/TRInfoExtractor.h"
+#include "tracking/TRSerialQueue.h"
 
 namespace {
 

@@ -22,10 +22,10 @@
 #include <functional>
 #include <vector>
 
-#include "AtspiAccessibility.h"
-#include "DisposableDesktop.h"
-#include "LinuxRunningApplications.h"
-#include "XcbWindowSystem.h"
+#include "platform/linux/AtspiAccessibility.h"
+#include "harness/DisposableDesktop.h"
+#include "platform/linux/LinuxRunningApplications.h"
+#include "platform/linux/XcbWindowSystem.h"
 
 namespace {
 

@@ -1,16 +1,16 @@
-#include "InspectCommand.h"
+#include "app/InspectCommand.h"
 
 #include <QDateTime>
 #include <QEventLoop>
 #include <QTimer>
 #include <csignal>
 
-#include "AccessibilityElement.h"
-#include "RunningApplications.h"
-#include "TRApplicationInfoExtractor.h"
-#include "TRExtractorRegistry.h"
-#include "TRInfoExtractor.h"
-#include "WindowSystem.h"
+#include "platform/AccessibilityElement.h"
+#include "platform/RunningApplications.h"
+#include "tracking/TRApplicationInfoExtractor.h"
+#include "tracking/TRExtractorRegistry.h"
+#include "tracking/TRInfoExtractor.h"
+#include "platform/WindowSystem.h"
 
 namespace {
 

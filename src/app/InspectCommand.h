@@ -17,7 +17,7 @@
 #include <QStringList>
 #include <QTextStream>
 
-#include "TRExtractionContext.h"
+#include "tracking/TRExtractionContext.h"
 
 // `arguments` are those after "inspect". Installs `platform` as the
 // extraction context. Returns the process exit code: 0 after --once or an

@@ -1,9 +1,9 @@
-#include "PlatformObjects.h"
+#include "app/PlatformObjects.h"
 
-#include "AtspiAccessibility.h"
-#include "AtspiScriptingTargets.h"
-#include "LinuxRunningApplications.h"
-#include "XcbWindowSystem.h"
+#include "platform/linux/AtspiAccessibility.h"
+#include "platform/linux/AtspiScriptingTargets.h"
+#include "platform/linux/LinuxRunningApplications.h"
+#include "platform/linux/XcbWindowSystem.h"
 
 // X11 today; a Wayland session gets its own window system here later, behind
 // the same interfaces.

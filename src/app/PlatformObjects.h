@@ -8,11 +8,11 @@
 
 #include <memory>
 
-#include "AccessibilityElement.h"
-#include "RunningApplications.h"
-#include "ScriptingTarget.h"
-#include "TRExtractionContext.h"
-#include "WindowSystem.h"
+#include "platform/AccessibilityElement.h"
+#include "platform/RunningApplications.h"
+#include "platform/ScriptingTarget.h"
+#include "tracking/TRExtractionContext.h"
+#include "platform/WindowSystem.h"
 
 struct PlatformObjects final {
     std::unique_ptr<WindowSystem> windowSystem;

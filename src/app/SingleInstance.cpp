@@ -1,4 +1,4 @@
-#include "SingleInstance.h"
+#include "app/SingleInstance.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -7,7 +7,7 @@
 #include <QFile>
 #include <cerrno>
 
-#include "TRLocations.h"
+#include "core/TRLocations.h"
 
 SingleInstance::~SingleInstance() {
     if (m_fd >= 0) {

@@ -1,24 +1,24 @@
-#include "TrackingWiring.h"
+#include "app/TrackingWiring.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QStandardPaths>
 
-#include "AppLog.h"
-#include "DBusNotificationCenter.h"
-#include "LinuxIdleTimeSource.h"
-#include "LogindPowerAndSessionEvents.h"
-#include "TRActivityRecorder.h"
-#include "TRActivitySource.h"
-#include "TRActivityStore.h"
-#include "TRApplicationInfoExtractor.h"
-#include "TRASApplication.h"
-#include "TRClock.h"
-#include "TRExtractorRegistry.h"
-#include "TRInfoExtractor.h"
-#include "TRInfoLogger.h"
-#include "TRStatusMenuDelegate.h"
+#include "app/AppLog.h"
+#include "platform/linux/DBusNotificationCenter.h"
+#include "platform/linux/LinuxIdleTimeSource.h"
+#include "platform/linux/LogindPowerAndSessionEvents.h"
+#include "tracking/TRActivityRecorder.h"
+#include "tracking/TRActivitySource.h"
+#include "store/TRActivityStore.h"
+#include "tracking/TRApplicationInfoExtractor.h"
+#include "store/TRASApplication.h"
+#include "tracking/TRClock.h"
+#include "tracking/TRExtractorRegistry.h"
+#include "tracking/TRInfoExtractor.h"
+#include "tracking/TRInfoLogger.h"
+#include "tracking/TRStatusMenuDelegate.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 
 #include <memory>
 
-#include "PlatformObjects.h"
+#include "app/PlatformObjects.h"
 
 class IdleTimeSource;
 class LogindPowerAndSessionEvents;

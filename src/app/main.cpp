@@ -12,15 +12,15 @@
 #include <cstring>
 #include <memory>
 
-#include "AppLog.h"
-#include "InspectCommand.h"
-#include "PlatformObjects.h"
-#include "SingleInstance.h"
-#include "TRActivityStore.h"
-#include "TRInfoLogger.h"
-#include "TrackingWiring.h"
-#include "Translations.h"
-#include "UnixSignals.h"
+#include "app/AppLog.h"
+#include "app/InspectCommand.h"
+#include "app/PlatformObjects.h"
+#include "app/SingleInstance.h"
+#include "store/TRActivityStore.h"
+#include "tracking/TRInfoLogger.h"
+#include "app/TrackingWiring.h"
+#include "app/Translations.h"
+#include "app/UnixSignals.h"
 
 Q_LOGGING_CATEGORY(lcApp, "vorlix.app", QtInfoMsg)
 

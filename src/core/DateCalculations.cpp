@@ -1,4 +1,4 @@
-#include "DateCalculations.h"
+#include "core/DateCalculations.h"
 
 #include <unicode/calendar.h>
 #include <unicode/locid.h>

@@ -1,4 +1,4 @@
-#include "RunningApplication.h"
+#include "core/RunningApplication.h"
 
 #include <QFileInfo>
 

@@ -1,4 +1,4 @@
-#include "StringAdditions.h"
+#include "core/StringAdditions.h"
 
 #include <QUrl>
 

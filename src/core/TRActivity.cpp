@@ -1,4 +1,4 @@
-#include "TRActivity.h"
+#include "core/TRActivity.h"
 
 qint32 TRActivity::processIdentifier() const {
     const RunningApplication* app = runningApplication();

@@ -15,8 +15,8 @@
 #include <optional>
 #include <variant>
 
-#include "RunningApplication.h"
-#include "TRActivityDetails.h"
+#include "core/RunningApplication.h"
+#include "core/TRActivityDetails.h"
 
 struct TRNullApplication final {
     friend bool operator==(TRNullApplication, TRNullApplication) = default;

@@ -1,4 +1,4 @@
-#include "TRActivityDetails.h"
+#include "core/TRActivityDetails.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "TRDurationToStringFormatter.h"
+#include "core/TRDurationToStringFormatter.h"
 
 #include <cmath>
 

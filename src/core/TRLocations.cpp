@@ -1,4 +1,4 @@
-#include "TRLocations.h"
+#include "core/TRLocations.h"
 
 #include <QCoreApplication>
 #include <QDir>

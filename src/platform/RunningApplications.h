@@ -10,7 +10,7 @@
 
 #include <optional>
 
-#include "RunningApplication.h"
+#include "core/RunningApplication.h"
 
 class RunningApplications {
 public:

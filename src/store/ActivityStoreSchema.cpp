@@ -1,8 +1,8 @@
-#include "ActivityStoreSchema.h"
+#include "store/ActivityStoreSchema.h"
 
 #include <QUuid>
 
-#include "SqliteDatabase.h"
+#include "store/SqliteDatabase.h"
 
 namespace ActivityStoreSchema {
 namespace {

@@ -11,7 +11,7 @@
 #include <QString>
 #include <optional>
 
-#include "TRError.h"
+#include "core/TRError.h"
 
 class SqliteDatabase;
 

@@ -18,7 +18,7 @@
 #include <string>
 #include <unordered_map>
 
-#include "TRError.h"
+#include "core/TRError.h"
 
 struct sqlite3;
 struct sqlite3_stmt;

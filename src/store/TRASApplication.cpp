@@ -1,13 +1,13 @@
-#include "TRASApplication.h"
+#include "store/TRASApplication.h"
 
 #include <QCoreApplication>
 
-#include "SqliteDatabase.h"
-#include "TRASContext.h"
-#include "TRASIconLookup.h"
-#include "TRASPathComponent.h"
-#include "TRActivityStore.h"
-#include "TRLocations.h"
+#include "store/SqliteDatabase.h"
+#include "store/TRASContext.h"
+#include "store/TRASIconLookup.h"
+#include "store/TRASPathComponent.h"
+#include "store/TRActivityStore.h"
+#include "core/TRLocations.h"
 
 namespace {
 

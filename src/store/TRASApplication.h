@@ -9,9 +9,9 @@
 #include <QByteArray>
 #include <QString>
 
-#include "TRASObject.h"
-#include "TRASToOne.h"
-#include "TRActivity.h"
+#include "store/TRASObject.h"
+#include "store/TRASToOne.h"
+#include "core/TRActivity.h"
 
 class TRActivityStore;
 class TRASPathComponent;

@@ -1,12 +1,12 @@
-#include "TRASContext.h"
+#include "store/TRASContext.h"
 
 #include <algorithm>
 #include <cmath>
 
-#include "SqliteDatabase.h"
-#include "TRASApplication.h"
-#include "TRASHourlyEvent.h"
-#include "TRASPathComponent.h"
+#include "store/SqliteDatabase.h"
+#include "store/TRASApplication.h"
+#include "store/TRASHourlyEvent.h"
+#include "store/TRASPathComponent.h"
 
 namespace {
 

@@ -25,8 +25,8 @@
 #include <unordered_set>
 #include <vector>
 
-#include "TRASObject.h"
-#include "TRError.h"
+#include "store/TRASObject.h"
+#include "core/TRError.h"
 
 class SqliteDatabase;
 class SqliteStatement;

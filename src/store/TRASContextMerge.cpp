@@ -1,11 +1,11 @@
 // Merging another program's saved changes into TRASContext (see TRASContext.h).
 #include <algorithm>
 
-#include "SqliteDatabase.h"
-#include "TRASApplication.h"
-#include "TRASContext.h"
-#include "TRASHourlyEvent.h"
-#include "TRASPathComponent.h"
+#include "store/SqliteDatabase.h"
+#include "store/TRASApplication.h"
+#include "store/TRASContext.h"
+#include "store/TRASHourlyEvent.h"
+#include "store/TRASPathComponent.h"
 
 void TRASContext::merge(const QStringList& inserted, const QStringList& updated,
                         const QStringList& deleted, QStringList* notFound) {

@@ -1,11 +1,11 @@
 // Saving and merging of TRASContext (see TRASContext.h).
 #include <algorithm>
 
-#include "SqliteDatabase.h"
-#include "TRASApplication.h"
-#include "TRASContext.h"
-#include "TRASHourlyEvent.h"
-#include "TRASPathComponent.h"
+#include "store/SqliteDatabase.h"
+#include "store/TRASApplication.h"
+#include "store/TRASContext.h"
+#include "store/TRASHourlyEvent.h"
+#include "store/TRASPathComponent.h"
 
 namespace {
 

@@ -1,10 +1,10 @@
-#include "TRASHourlyEvent.h"
+#include "store/TRASHourlyEvent.h"
 
 #include <cmath>
 
-#include "SqliteDatabase.h"
-#include "TRASContext.h"
-#include "TRASPathComponent.h"
+#include "store/SqliteDatabase.h"
+#include "store/TRASContext.h"
+#include "store/TRASPathComponent.h"
 
 QDateTime TRASHourlyEvent::startDate() const {
     if (std::isnan(m_startDate)) return QDateTime();

@@ -6,8 +6,8 @@
 
 #include <QDateTime>
 
-#include "TRASObject.h"
-#include "TRASToOne.h"
+#include "store/TRASObject.h"
+#include "store/TRASToOne.h"
 
 class TRASPathComponent;
 

@@ -16,7 +16,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "TRError.h"
+#include "core/TRError.h"
 
 class SqliteDatabase;
 class SqliteStatement;

@@ -1,16 +1,16 @@
-#include "TRASPathComponent.h"
+#include "store/TRASPathComponent.h"
 
 #include <QFileInfo>
 #include <algorithm>
 #include <cmath>
 
-#include "DateCalculations.h"
-#include "SqliteDatabase.h"
-#include "TRASApplication.h"
-#include "TRASContext.h"
-#include "TRASHourlyEvent.h"
-#include "TRASIconLookup.h"
-#include "TRActivityStore.h"
+#include "core/DateCalculations.h"
+#include "store/SqliteDatabase.h"
+#include "store/TRASApplication.h"
+#include "store/TRASContext.h"
+#include "store/TRASHourlyEvent.h"
+#include "store/TRASIconLookup.h"
+#include "store/TRActivityStore.h"
 
 namespace {
 

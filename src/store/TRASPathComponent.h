@@ -15,8 +15,8 @@
 #include <memory>
 #include <vector>
 
-#include "TRASObject.h"
-#include "TRASToOne.h"
+#include "store/TRASObject.h"
+#include "store/TRASToOne.h"
 
 class TRASApplication;
 class TRASEvent;

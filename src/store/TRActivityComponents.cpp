@@ -1,11 +1,11 @@
-#include "TRActivityComponents.h"
+#include "store/TRActivityComponents.h"
 
 #include <unicode/regex.h>
 
 #include <QUrl>
 #include <memory>
 
-#include "StringAdditions.h"
+#include "core/StringAdditions.h"
 
 namespace TRActivityComponents {
 namespace {

@@ -15,7 +15,7 @@
 #include <functional>
 #include <optional>
 
-#include "TRActivityDetails.h"
+#include "core/TRActivityDetails.h"
 
 namespace TRActivityComponents {
 

@@ -1,4 +1,4 @@
-#include "TRActivityStore.h"
+#include "store/TRActivityStore.h"
 
 #include <sys/stat.h>
 #include <QDir>
@@ -9,17 +9,17 @@
 #include <cstring>
 #include <mutex>
 
-#include "ActivityStoreSchema.h"
-#include "DateCalculations.h"
-#include "DistributedNotificationCenter.h"
-#include "TRASApplication.h"
-#include "TRASHourlyEvent.h"
-#include "TRASIconLookup.h"
-#include "TRASPathComponent.h"
-#include "TRActivityComponents.h"
-#include "TRBlacklist.h"
-#include "TRLocations.h"
-#include "TRStoreReporter.h"
+#include "store/ActivityStoreSchema.h"
+#include "core/DateCalculations.h"
+#include "platform/DistributedNotificationCenter.h"
+#include "store/TRASApplication.h"
+#include "store/TRASHourlyEvent.h"
+#include "store/TRASIconLookup.h"
+#include "store/TRASPathComponent.h"
+#include "store/TRActivityComponents.h"
+#include "store/TRBlacklist.h"
+#include "core/TRLocations.h"
+#include "store/TRStoreReporter.h"
 
 namespace {
 

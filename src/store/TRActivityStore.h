@@ -27,9 +27,9 @@
 #include <unordered_set>
 #include <vector>
 
-#include "SqliteDatabase.h"
-#include "TRASContext.h"
-#include "TRActivity.h"
+#include "store/SqliteDatabase.h"
+#include "store/TRASContext.h"
+#include "core/TRActivity.h"
 
 class DistributedNotificationCenter;
 class TRASApplication;

@@ -4,10 +4,10 @@
 #include <cmath>
 #include <limits>
 
-#include "TRASApplication.h"
-#include "TRASHourlyEvent.h"
-#include "TRASPathComponent.h"
-#include "TRActivityStore.h"
+#include "store/TRASApplication.h"
+#include "store/TRASHourlyEvent.h"
+#include "store/TRASPathComponent.h"
+#include "store/TRActivityStore.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 // Saving, announcing saves to the other program, and merging its saves.
 #include <QMetaObject>
 
-#include "DistributedNotificationCenter.h"
-#include "TRActivityStore.h"
-#include "TRStoreReporter.h"
+#include "platform/DistributedNotificationCenter.h"
+#include "store/TRActivityStore.h"
+#include "store/TRStoreReporter.h"
 
 namespace {
 

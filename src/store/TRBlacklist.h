@@ -11,7 +11,7 @@
 #include <QString>
 #include <QStringList>
 
-#include "RunningApplication.h"
+#include "core/RunningApplication.h"
 
 // Tab, U+F8FF, tab: joins path components into one path string.
 inline const QString kPathComponentDelimiter = QStringLiteral("\t\uF8FF\t");

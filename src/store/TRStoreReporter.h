@@ -8,7 +8,7 @@
 
 #include <QString>
 
-#include "TRError.h"
+#include "core/TRError.h"
 
 class TRStoreReporter {
 public:

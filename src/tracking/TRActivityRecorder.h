@@ -15,8 +15,8 @@
 
 #include <QDateTime>
 
-#include "RunningApplication.h"
-#include "TRActivity.h"
+#include "core/RunningApplication.h"
+#include "core/TRActivity.h"
 
 class TRActivityRecorder {
 public:

@@ -15,7 +15,7 @@
 
 #include <optional>
 
-#include "TRActivity.h"
+#include "core/TRActivity.h"
 
 class TRActivitySource {
 public:

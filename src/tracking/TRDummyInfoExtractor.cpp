@@ -1,4 +1,4 @@
-#include "TRDummyInfoExtractor.h"
+#include "tracking/TRDummyInfoExtractor.h"
 
 void TRDummyInfoExtractor::writeDetailsForActivity(TRActivity& /*activity*/) const {}
 

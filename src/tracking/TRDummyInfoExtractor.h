@@ -6,7 +6,7 @@
 // request at all is sent to them, not even the generic extractor's.
 // Stateless; any thread.
 
-#include "TRApplicationInfoExtractor.h"
+#include "tracking/TRApplicationInfoExtractor.h"
 
 class TRDummyInfoExtractor final : public TRApplicationInfoExtractor {
 public:

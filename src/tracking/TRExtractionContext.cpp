@@ -1,4 +1,4 @@
-#include "TRExtractionContext.h"
+#include "tracking/TRExtractionContext.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
-#include "TRExtractorRegistry.h"
+#include "tracking/TRExtractorRegistry.h"
 
-#include "TRApplicationInfoExtractor.h"
-#include "TRDummyInfoExtractor.h"
+#include "tracking/TRApplicationInfoExtractor.h"
+#include "tracking/TRDummyInfoExtractor.h"
 
 void TRExtractorRegistry::addApplicationInfoExtractor(const TRApplicationInfoExtractor* extractor,
                                                       const QString& bundleIdentifier) {

@@ -21,7 +21,7 @@
 #include <QString>
 #include <span>
 
-#include "TRExtractorTables.h"
+#include "tracking/TRExtractorTables.h"
 
 class TRApplicationInfoExtractor;
 

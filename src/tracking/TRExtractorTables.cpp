@@ -1,4 +1,4 @@
-#include "TRExtractorTables.h"
+#include "tracking/TRExtractorTables.h"
 
 #include <iterator>
 

@@ -1,7 +1,7 @@
-#include "TRGenericInfoExtractor.h"
+#include "tracking/TRGenericInfoExtractor.h"
 
-#include "TRActivity.h"
-#include "TRExtractionContext.h"
+#include "core/TRActivity.h"
+#include "tracking/TRExtractionContext.h"
 
 namespace {
 

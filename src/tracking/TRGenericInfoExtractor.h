@@ -19,8 +19,8 @@
 
 #include <optional>
 
-#include "ScriptingTarget.h"
-#include "TRApplicationInfoExtractor.h"
+#include "platform/ScriptingTarget.h"
+#include "tracking/TRApplicationInfoExtractor.h"
 
 class TRGenericInfoExtractor final : public TRApplicationInfoExtractor {
 public:

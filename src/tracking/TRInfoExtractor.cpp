@@ -1,19 +1,19 @@
-#include "TRInfoExtractor.h"
+#include "tracking/TRInfoExtractor.h"
 
-#include "AccessibilityElement.h"
+#include "platform/AccessibilityElement.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
 
-#include "RunningApplications.h"
-#include "StringAdditions.h"
-#include "TRExtractionContext.h"
-#include "TRExtractorRegistry.h"
-#include "TRExtractorTables.h"
-#include "TRGenericInfoExtractor.h"
-#include "TRInfoExtractorAccessibility.h"
-#include "TRLocations.h"
-#include "WindowSystem.h"
+#include "platform/RunningApplications.h"
+#include "core/StringAdditions.h"
+#include "tracking/TRExtractionContext.h"
+#include "tracking/TRExtractorRegistry.h"
+#include "tracking/TRExtractorTables.h"
+#include "tracking/TRGenericInfoExtractor.h"
+#include "tracking/TRInfoExtractorAccessibility.h"
+#include "core/TRLocations.h"
+#include "platform/WindowSystem.h"
 
 namespace {
 

@@ -27,7 +27,7 @@
 #include <QString>
 #include <optional>
 
-#include "TRActivity.h"
+#include "core/TRActivity.h"
 
 class TRApplicationInfoExtractor;
 

@@ -1,6 +1,6 @@
-#include "TRInfoExtractorAccessibility.h"
+#include "tracking/TRInfoExtractorAccessibility.h"
 
-#include "UIElementUtilities.h"
+#include "tracking/UIElementUtilities.h"
 
 namespace TRInfoExtractorAccessibility {
 namespace {

@@ -15,8 +15,8 @@
 
 #include <optional>
 
-#include "AccessibilityElement.h"
-#include "TRActivityDetails.h"
+#include "platform/AccessibilityElement.h"
+#include "core/TRActivityDetails.h"
 
 namespace TRInfoExtractorAccessibility {
 

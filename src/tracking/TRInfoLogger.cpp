@@ -1,18 +1,18 @@
-#include "TRInfoLogger.h"
+#include "tracking/TRInfoLogger.h"
 
 #include <QAtomicPointer>
 #include <algorithm>
 #include <cmath>
 
-#include "IdleTimeSource.h"
-#include "TRActivityRecorder.h"
-#include "TRActivitySource.h"
-#include "TRClock.h"
-#include "TRLocations.h"
-#include "TRMediaPlayers.h"
-#include "TRSerialQueue.h"
-#include "TRStatusMenuDelegate.h"
-#include "TRTrackingLog.h"
+#include "platform/IdleTimeSource.h"
+#include "tracking/TRActivityRecorder.h"
+#include "tracking/TRActivitySource.h"
+#include "tracking/TRClock.h"
+#include "core/TRLocations.h"
+#include "tracking/TRMediaPlayers.h"
+#include "tracking/TRSerialQueue.h"
+#include "tracking/TRStatusMenuDelegate.h"
+#include "tracking/TRTrackingLog.h"
 
 namespace {
 

@@ -31,8 +31,8 @@
 #include <mutex>
 #include <optional>
 
-#include "PowerAndSessionEvents.h"
-#include "TRActivity.h"
+#include "platform/PowerAndSessionEvents.h"
+#include "core/TRActivity.h"
 
 class IdleTimeSource;
 class TRActivityRecorder;

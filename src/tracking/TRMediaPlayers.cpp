@@ -1,4 +1,4 @@
-#include "TRMediaPlayers.h"
+#include "tracking/TRMediaPlayers.h"
 
 #include <QSet>
 

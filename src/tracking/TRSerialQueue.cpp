@@ -1,4 +1,4 @@
-#include "TRSerialQueue.h"
+#include "tracking/TRSerialQueue.h"
 
 #include <pthread.h>
 

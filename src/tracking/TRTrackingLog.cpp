@@ -1,3 +1,3 @@
-#include "TRTrackingLog.h"
+#include "tracking/TRTrackingLog.h"
 
 Q_LOGGING_CATEGORY(lcTracking, "vorlix.tracking", QtInfoMsg)

@@ -1,4 +1,4 @@
-#include "UIElementUtilities.h"
+#include "tracking/UIElementUtilities.h"
 
 namespace UIElementUtilities {
 

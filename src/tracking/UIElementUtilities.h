@@ -19,7 +19,7 @@
 #include <QStringList>
 #include <optional>
 
-#include "AccessibilityElement.h"
+#include "platform/AccessibilityElement.h"
 
 namespace UIElementUtilities {
 

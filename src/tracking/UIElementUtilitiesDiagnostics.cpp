@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "UIElementUtilities.h"
+#include "tracking/UIElementUtilities.h"
 
 namespace UIElementUtilities {
 namespace {

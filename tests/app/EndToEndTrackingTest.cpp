@@ -23,7 +23,7 @@
 #include <map>
 #include <memory>
 
-#include "DisposableDesktop.h"
+#include "harness/DisposableDesktop.h"
 
 namespace {
 

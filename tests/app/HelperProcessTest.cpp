@@ -14,10 +14,10 @@
 #include <csignal>
 #include <memory>
 
-#include "LogindMock.h"
-#include "PrivateDBus.h"
-#include "QtTestPrinters.h"
-#include "XvfbServer.h"
+#include "harness/LogindMock.h"
+#include "harness/PrivateDBus.h"
+#include "fakes/QtTestPrinters.h"
+#include "harness/XvfbServer.h"
 
 namespace {
 

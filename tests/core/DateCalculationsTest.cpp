@@ -3,7 +3,7 @@
 #include <QTimeZone>
 #include <cstdlib>
 
-#include "DateCalculations.h"
+#include "core/DateCalculations.h"
 
 namespace {
 

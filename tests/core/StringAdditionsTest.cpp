@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "StringAdditions.h"
+#include "core/StringAdditions.h"
 
 namespace {
 

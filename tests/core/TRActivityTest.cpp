@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "TRActivity.h"
+#include "core/TRActivity.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <QTranslator>
 #include <limits>
 
-#include "TRDurationToStringFormatter.h"
+#include "core/TRDurationToStringFormatter.h"
 
 namespace {
 

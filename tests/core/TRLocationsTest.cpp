@@ -3,7 +3,7 @@
 #include <QDir>
 #include <QTemporaryDir>
 
-#include "TRLocations.h"
+#include "core/TRLocations.h"
 
 namespace {
 

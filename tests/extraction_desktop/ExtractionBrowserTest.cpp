@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "ExtractionDesktopSupport.h"
-#include "RunningApplications.h"
+#include "platform/RunningApplications.h"
 
 namespace {
 

@@ -11,13 +11,13 @@
 #include <QFile>
 #include <QThread>
 
-#include "PlatformObjects.h"
-#include "RunningApplications.h"
-#include "TRApplicationInfoExtractor.h"
-#include "TRExtractorRegistry.h"
-#include "TRInfoExtractor.h"
-#include "TRSerialQueue.h"
-#include "WindowSystem.h"
+#include "app/PlatformObjects.h"
+#include "platform/RunningApplications.h"
+#include "tracking/TRApplicationInfoExtractor.h"
+#include "tracking/TRExtractorRegistry.h"
+#include "tracking/TRInfoExtractor.h"
+#include "tracking/TRSerialQueue.h"
+#include "platform/WindowSystem.h"
 
 std::unique_ptr<DisposableDesktop> g_desktop;
 QString g_whyNoDesktop;

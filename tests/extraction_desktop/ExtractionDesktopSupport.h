@@ -17,8 +17,8 @@
 #include <memory>
 #include <optional>
 
-#include "DisposableDesktop.h"
-#include "TRActivity.h"
+#include "harness/DisposableDesktop.h"
+#include "core/TRActivity.h"
 
 inline constexpr int kWindowTimeoutMs = 20000;
 inline constexpr int kPageTimeoutMs = 30000;

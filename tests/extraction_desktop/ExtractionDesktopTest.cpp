@@ -14,8 +14,8 @@
 #include <signal.h>
 
 #include "ExtractionDesktopSupport.h"
-#include "RunningApplications.h"
-#include "TRInfoExtractor.h"
+#include "platform/RunningApplications.h"
+#include "tracking/TRInfoExtractor.h"
 
 namespace {
 

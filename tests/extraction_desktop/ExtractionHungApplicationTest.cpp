@@ -8,11 +8,11 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "AccessibilityElement.h"
+#include "platform/AccessibilityElement.h"
 #include "ExtractionDesktopSupport.h"
-#include "RunningApplications.h"
-#include "TRExtractionContext.h"
-#include "TRInfoExtractor.h"
+#include "platform/RunningApplications.h"
+#include "tracking/TRExtractionContext.h"
+#include "tracking/TRInfoExtractor.h"
 
 namespace {
 

@@ -16,7 +16,7 @@
 #include <QSet>
 #include <mutex>
 
-#include "AccessibilityElement.h"
+#include "platform/AccessibilityElement.h"
 
 class FakeAccessibilityElement final : public AccessibilityElement {
 public:

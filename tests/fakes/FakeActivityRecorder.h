@@ -9,7 +9,7 @@
 #include <QStringList>
 #include <vector>
 
-#include "TRActivityRecorder.h"
+#include "tracking/TRActivityRecorder.h"
 
 struct StoredInterval {
     TRActivity activity;

@@ -9,8 +9,8 @@
 #include <mutex>
 #include <optional>
 
-#include "TRActivity.h"
-#include "TRActivitySource.h"
+#include "core/TRActivity.h"
+#include "tracking/TRActivitySource.h"
 
 class FakeActivitySource final : public TRActivitySource {
 public:

@@ -10,7 +10,7 @@
 #include <memory>
 #include <vector>
 
-#include "DistributedNotificationCenter.h"
+#include "platform/DistributedNotificationCenter.h"
 
 struct FakePostedNotification {
     QString name;

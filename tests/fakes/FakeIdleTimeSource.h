@@ -5,7 +5,7 @@
 
 #include <QDateTime>
 
-#include "IdleTimeSource.h"
+#include "platform/IdleTimeSource.h"
 #include "SimulatedClock.h"
 
 class FakeIdleTimeSource final : public IdleTimeSource {

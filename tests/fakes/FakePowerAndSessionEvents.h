@@ -5,7 +5,7 @@
 
 #include <functional>
 
-#include "PowerAndSessionEvents.h"
+#include "platform/PowerAndSessionEvents.h"
 
 class FakePowerAndSessionEvents final : public PowerAndSessionEvents {
 public:

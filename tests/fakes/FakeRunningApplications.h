@@ -7,7 +7,7 @@
 
 #include <QHash>
 
-#include "RunningApplications.h"
+#include "platform/RunningApplications.h"
 
 class FakeRunningApplications final : public RunningApplications {
 public:

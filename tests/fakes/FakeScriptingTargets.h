@@ -18,7 +18,7 @@
 #include <QStringList>
 #include <mutex>
 
-#include "ScriptingTarget.h"
+#include "platform/ScriptingTarget.h"
 
 class FakeScriptedApplication final {
 public:

@@ -5,7 +5,7 @@
 #include <QDateTime>
 #include <optional>
 
-#include "TRStatusMenuDelegate.h"
+#include "tracking/TRStatusMenuDelegate.h"
 
 class FakeCustomActivityController final : public TRCustomActivityCreationController {
 public:

@@ -9,7 +9,7 @@
 #include <optional>
 #include <vector>
 
-#include "WindowSystem.h"
+#include "platform/WindowSystem.h"
 
 class FakeWindowSystem final : public WindowSystem {
 public:

@@ -7,7 +7,7 @@
 #include <QDateTime>
 #include <cmath>
 
-#include "TRClock.h"
+#include "tracking/TRClock.h"
 
 class SimulatedClock final : public TRClock {
 public:

@@ -8,8 +8,8 @@
 #include <QTemporaryDir>
 #include <map>
 
-#include "ApplicationIdentity.h"
-#include "LinuxRunningApplications.h"
+#include "platform/linux/ApplicationIdentity.h"
+#include "platform/linux/LinuxRunningApplications.h"
 
 namespace {
 

@@ -8,9 +8,9 @@
 
 #include <signal.h>
 
-#include "AtspiScriptingTargets.h"
+#include "platform/linux/AtspiScriptingTargets.h"
 #include "DesktopTestSupport.h"
-#include "LinuxRunningApplications.h"
+#include "platform/linux/LinuxRunningApplications.h"
 
 namespace {
 

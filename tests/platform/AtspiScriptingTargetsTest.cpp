@@ -7,7 +7,7 @@
 #include <QTemporaryDir>
 #include <map>
 
-#include "AtspiScriptingTargets.h"
+#include "platform/linux/AtspiScriptingTargets.h"
 
 namespace {
 

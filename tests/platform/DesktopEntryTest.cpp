@@ -7,9 +7,9 @@
 #include <QFile>
 #include <QTemporaryDir>
 
-#include "DesktopEntry.h"
-#include "DesktopEntryIndex.h"
-#include "DisposableDesktop.h"
+#include "platform/linux/DesktopEntry.h"
+#include "platform/linux/DesktopEntryIndex.h"
+#include "harness/DisposableDesktop.h"
 
 namespace {
 

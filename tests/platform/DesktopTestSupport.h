@@ -12,9 +12,9 @@
 #include <utility>
 #include <vector>
 
-#include "AtspiAccessibility.h"
-#include "DisposableDesktop.h"
-#include "XcbWindowSystem.h"
+#include "platform/linux/AtspiAccessibility.h"
+#include "harness/DisposableDesktop.h"
+#include "platform/linux/XcbWindowSystem.h"
 
 inline constexpr int kWindowTimeoutMs = 20000;
 inline constexpr int kPageTimeoutMs = 30000;

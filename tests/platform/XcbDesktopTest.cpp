@@ -5,7 +5,7 @@
 #include <functional>
 
 #include "DesktopTestSupport.h"
-#include "LinuxRunningApplications.h"
+#include "platform/linux/LinuxRunningApplications.h"
 
 namespace {
 

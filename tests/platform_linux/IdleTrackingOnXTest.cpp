@@ -11,13 +11,13 @@
 #include <QTemporaryDir>
 #include <QThread>
 
-#include "FakeActivityRecorder.h"
-#include "FakeActivitySource.h"
-#include "LinuxIdleTimeSource.h"
-#include "QtTestPrinters.h"
-#include "TRClock.h"
-#include "TRInfoLogger.h"
-#include "XvfbServer.h"
+#include "fakes/FakeActivityRecorder.h"
+#include "fakes/FakeActivitySource.h"
+#include "platform/linux/LinuxIdleTimeSource.h"
+#include "fakes/QtTestPrinters.h"
+#include "tracking/TRClock.h"
+#include "tracking/TRInfoLogger.h"
+#include "harness/XvfbServer.h"
 
 namespace {
 

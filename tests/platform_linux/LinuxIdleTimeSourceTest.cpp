@@ -8,9 +8,9 @@
 #include <QThread>
 #include <vector>
 
-#include "LinuxIdleTimeSource.h"
-#include "PrivateDBus.h"
-#include "XvfbServer.h"
+#include "platform/linux/LinuxIdleTimeSource.h"
+#include "harness/PrivateDBus.h"
+#include "harness/XvfbServer.h"
 
 namespace {
 

@@ -10,15 +10,15 @@
 #include <QThread>
 #include <functional>
 
-#include "FakeActivityRecorder.h"
-#include "FakeActivitySource.h"
-#include "FakeIdleTimeSource.h"
-#include "LogindMock.h"
-#include "LogindPowerAndSessionEvents.h"
-#include "PrivateDBus.h"
-#include "QtTestPrinters.h"
-#include "SimulatedClock.h"
-#include "TRInfoLogger.h"
+#include "fakes/FakeActivityRecorder.h"
+#include "fakes/FakeActivitySource.h"
+#include "fakes/FakeIdleTimeSource.h"
+#include "harness/LogindMock.h"
+#include "platform/linux/LogindPowerAndSessionEvents.h"
+#include "harness/PrivateDBus.h"
+#include "fakes/QtTestPrinters.h"
+#include "fakes/SimulatedClock.h"
+#include "tracking/TRInfoLogger.h"
 
 namespace {
 

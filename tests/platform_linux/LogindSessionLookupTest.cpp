@@ -7,9 +7,9 @@
 #include <QDeadlineTimer>
 #include <QThread>
 
-#include "LogindMock.h"
-#include "LogindPowerAndSessionEvents.h"
-#include "PrivateDBus.h"
+#include "harness/LogindMock.h"
+#include "platform/linux/LogindPowerAndSessionEvents.h"
+#include "harness/PrivateDBus.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <atomic>
 #include <thread>
 
-#include "SqliteDatabase.h"
+#include "store/SqliteDatabase.h"
 #include "StoreTestSupport.h"
 
 namespace {

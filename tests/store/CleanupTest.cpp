@@ -3,7 +3,7 @@
 // applications stay, applications without a root go.
 #include <cmath>
 
-#include "SqliteDatabase.h"
+#include "store/SqliteDatabase.h"
 #include "StoreTestSupport.h"
 
 namespace {

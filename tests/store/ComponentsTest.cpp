@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "StoreTestSupport.h"
-#include "TRActivityComponents.h"
+#include "store/TRActivityComponents.h"
 
 namespace {
 

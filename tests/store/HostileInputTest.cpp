@@ -1,5 +1,5 @@
 // Input that must neither crash nor corrupt the store.
-#include "SqliteDatabase.h"
+#include "store/SqliteDatabase.h"
 #include "StoreTestSupport.h"
 
 namespace {

@@ -3,8 +3,8 @@
 #include <sys/stat.h>
 #include <QFileInfo>
 
-#include "ActivityStoreSchema.h"
-#include "SqliteDatabase.h"
+#include "store/ActivityStoreSchema.h"
+#include "store/SqliteDatabase.h"
 #include "StoreTestSupport.h"
 
 namespace {

@@ -11,10 +11,10 @@
 #include <cstdlib>
 #include <map>
 
-#include "DBusNotificationCenter.h"
-#include "DateCalculations.h"
-#include "SqliteDatabase.h"
-#include "TRActivityStore.h"
+#include "platform/linux/DBusNotificationCenter.h"
+#include "core/DateCalculations.h"
+#include "store/SqliteDatabase.h"
+#include "store/TRActivityStore.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <QCoreApplication>
 #include <cstdlib>
 
-#include "DateCalculations.h"
+#include "core/DateCalculations.h"
 
 int main(int argc, char** argv) {
     setenv("TZ", "UTC", 1);

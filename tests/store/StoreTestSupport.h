@@ -13,12 +13,12 @@
 #include <QTemporaryDir>
 #include <memory>
 
-#include "TRASApplication.h"
-#include "TRASHourlyEvent.h"
-#include "TRASPathComponent.h"
-#include "TRActivityStore.h"
-#include "TRBlacklist.h"
-#include "TRStoreReporter.h"
+#include "store/TRASApplication.h"
+#include "store/TRASHourlyEvent.h"
+#include "store/TRASPathComponent.h"
+#include "store/TRActivityStore.h"
+#include "store/TRBlacklist.h"
+#include "store/TRStoreReporter.h"
 
 // Readable failure messages for Qt strings.
 inline void PrintTo(const QString& s, std::ostream* os) {

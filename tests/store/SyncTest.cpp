@@ -1,8 +1,8 @@
 // Saving with notifications and merging another program's saves, over the
 // in-memory bus: two stores on one file stand for the helper and the main
 // application.
-#include "FakeDistributedNotificationCenter.h"
-#include "SqliteDatabase.h"
+#include "fakes/FakeDistributedNotificationCenter.h"
+#include "store/SqliteDatabase.h"
 #include "StoreTestSupport.h"
 
 namespace {

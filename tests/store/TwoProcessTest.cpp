@@ -10,12 +10,12 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 
-#include "DBusNotificationCenter.h"
-#include "DateCalculations.h"
-#include "PrivateDBus.h"
-#include "TRASHourlyEvent.h"
-#include "TRASPathComponent.h"
-#include "TRActivityStore.h"
+#include "platform/linux/DBusNotificationCenter.h"
+#include "core/DateCalculations.h"
+#include "harness/PrivateDBus.h"
+#include "store/TRASHourlyEvent.h"
+#include "store/TRASPathComponent.h"
+#include "store/TRActivityStore.h"
 
 namespace {
 

@@ -4,12 +4,12 @@
 
 #include <gtest/gtest.h>
 
-#include "FakeAccessibility.h"
-#include "FakeRunningApplications.h"
-#include "FakeScriptingTargets.h"
-#include "FakeWindowSystem.h"
-#include "TRActivity.h"
-#include "TRExtractionContext.h"
+#include "fakes/FakeAccessibility.h"
+#include "fakes/FakeRunningApplications.h"
+#include "fakes/FakeScriptingTargets.h"
+#include "fakes/FakeWindowSystem.h"
+#include "core/TRActivity.h"
+#include "tracking/TRExtractionContext.h"
 
 inline RunningApplication makeApplication(qint32 pid, const QString& id,
                                           const QString& executable = QString()) {

@@ -6,7 +6,7 @@
 #include <functional>
 
 #include "ExtractionFixture.h"
-#include "InspectCommand.h"
+#include "app/InspectCommand.h"
 
 namespace {
 

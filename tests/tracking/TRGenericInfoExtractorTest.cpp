@@ -3,7 +3,7 @@
 #include <functional>
 
 #include "ExtractionFixture.h"
-#include "TRGenericInfoExtractor.h"
+#include "tracking/TRGenericInfoExtractor.h"
 
 namespace {
 

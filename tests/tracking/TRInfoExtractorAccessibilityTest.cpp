@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
 #include "ExtractionFixture.h"
-#include "TRInfoExtractor.h"
-#include "TRInfoExtractorAccessibility.h"
+#include "tracking/TRInfoExtractor.h"
+#include "tracking/TRInfoExtractorAccessibility.h"
 
 namespace {
 

@@ -4,8 +4,8 @@
 #include <functional>
 
 #include "ExtractionFixture.h"
-#include "TRExtractorTables.h"
-#include "TRInfoExtractor.h"
+#include "tracking/TRExtractorTables.h"
+#include "tracking/TRInfoExtractor.h"
 
 namespace {
 

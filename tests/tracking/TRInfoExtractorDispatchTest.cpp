@@ -4,11 +4,11 @@
 #include <future>
 
 #include "ExtractionFixture.h"
-#include "TRApplicationInfoExtractor.h"
-#include "TRDummyInfoExtractor.h"
-#include "TRExtractorRegistry.h"
-#include "TRExtractorTables.h"
-#include "TRInfoExtractor.h"
+#include "tracking/TRApplicationInfoExtractor.h"
+#include "tracking/TRDummyInfoExtractor.h"
+#include "tracking/TRExtractorRegistry.h"
+#include "tracking/TRExtractorTables.h"
+#include "tracking/TRInfoExtractor.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-#include "TRSerialQueue.h"
+#include "tracking/TRSerialQueue.h"
 
 TEST(TRSerialQueueTest, RunsTasksInOrderOneAtATime) {
     TRSerialQueue queue(QStringLiteral("info.mallowby.VorlixHelper"));

@@ -9,14 +9,14 @@
 #include <QTemporaryDir>
 #include <memory>
 
-#include "FakeActivityRecorder.h"
-#include "FakeActivitySource.h"
-#include "FakeIdleTimeSource.h"
-#include "FakePowerAndSessionEvents.h"
-#include "FakeStatusMenu.h"
-#include "QtTestPrinters.h"
-#include "SimulatedClock.h"
-#include "TRInfoLogger.h"
+#include "fakes/FakeActivityRecorder.h"
+#include "fakes/FakeActivitySource.h"
+#include "fakes/FakeIdleTimeSource.h"
+#include "fakes/FakePowerAndSessionEvents.h"
+#include "fakes/FakeStatusMenu.h"
+#include "fakes/QtTestPrinters.h"
+#include "fakes/SimulatedClock.h"
+#include "tracking/TRInfoLogger.h"
 
 class TrackingTest : public ::testing::Test {
 protected:

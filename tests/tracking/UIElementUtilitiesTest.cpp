@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "FakeAccessibility.h"
-#include "UIElementUtilities.h"
+#include "fakes/FakeAccessibility.h"
+#include "tracking/UIElementUtilities.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "ApplicationIdentity.h"
+#include "platform/linux/ApplicationIdentity.h"
 
 #include <QFileInfo>
 

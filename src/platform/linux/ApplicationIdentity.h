@@ -19,9 +19,9 @@
 #include <QString>
 #include <optional>
 
-#include "DesktopEntryIndex.h"
-#include "ProcessFacts.h"
-#include "WindowHints.h"
+#include "platform/linux/DesktopEntryIndex.h"
+#include "platform/linux/ProcessFacts.h"
+#include "platform/linux/WindowHints.h"
 
 struct ApplicationIdentity final {
     QString applicationId;  // null when none was found

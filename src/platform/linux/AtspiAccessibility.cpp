@@ -1,4 +1,4 @@
-#include "AtspiAccessibility.h"
+#include "platform/linux/AtspiAccessibility.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -6,7 +6,7 @@
 #include <QFileInfo>
 #include <QLoggingCategory>
 
-#include "AtspiSession.h"
+#include "platform/linux/AtspiSession.h"
 
 Q_LOGGING_CATEGORY(lcAtspi, "vorlix.platform.linux.atspi", QtInfoMsg)
 

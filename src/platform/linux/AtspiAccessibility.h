@@ -41,8 +41,8 @@
 #include <memory>
 #include <optional>
 
-#include "AccessibilityElement.h"
-#include "WindowDocumentSource.h"
+#include "platform/AccessibilityElement.h"
+#include "platform/linux/WindowDocumentSource.h"
 
 class AtspiAccessibilityProvider final : public AccessibilityProvider,
                                          public WindowDocumentSource {

@@ -1,7 +1,7 @@
 #include <QLoggingCategory>
 #include <QStringList>
 
-#include "AtspiSession.h"
+#include "platform/linux/AtspiSession.h"
 
 Q_DECLARE_LOGGING_CATEGORY(lcAtspi)
 

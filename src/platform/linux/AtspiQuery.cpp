@@ -2,7 +2,7 @@
 #include <QLoggingCategory>
 #include <deque>
 
-#include "AtspiSession.h"
+#include "platform/linux/AtspiSession.h"
 
 Q_DECLARE_LOGGING_CATEGORY(lcAtspi)
 

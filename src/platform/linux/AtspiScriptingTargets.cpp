@@ -1,6 +1,6 @@
-#include "AtspiScriptingTargets.h"
+#include "platform/linux/AtspiScriptingTargets.h"
 
-#include "ProcessFacts.h"
+#include "platform/linux/ProcessFacts.h"
 
 namespace {
 

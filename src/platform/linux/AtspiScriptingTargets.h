@@ -20,8 +20,8 @@
 // Thread: the thread of the document source (for AT-SPI, the tracking
 // worker).
 
-#include "WindowDocumentSource.h"
-#include "ScriptingTarget.h"
+#include "platform/linux/WindowDocumentSource.h"
+#include "platform/ScriptingTarget.h"
 
 class AtspiScriptingTargets final : public ScriptingTargets {
 public:

@@ -15,7 +15,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "AtspiAccessibility.h"
+#include "platform/linux/AtspiAccessibility.h"
 
 // GLib and AT-SPI last: GLib's headers clash with Qt's keywords.
 #include <atspi/atspi.h>

@@ -1,4 +1,4 @@
-#include "DBusNotificationCenter.h"
+#include "platform/linux/DBusNotificationCenter.h"
 
 #include <QDBusArgument>
 #include <QDBusMessage>

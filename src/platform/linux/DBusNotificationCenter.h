@@ -12,7 +12,7 @@
 #include <QObject>
 #include <map>
 
-#include "DistributedNotificationCenter.h"
+#include "platform/DistributedNotificationCenter.h"
 
 class QDBusMessage;
 

@@ -1,4 +1,4 @@
-#include "DesktopEntryIndex.h"
+#include "platform/linux/DesktopEntryIndex.h"
 
 #include <QDir>
 #include <QFile>

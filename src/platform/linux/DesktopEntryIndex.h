@@ -17,7 +17,7 @@
 #include <QStringList>
 #include <vector>
 
-#include "DesktopEntry.h"
+#include "platform/linux/DesktopEntry.h"
 
 class DesktopEntryIndex final {
 public:

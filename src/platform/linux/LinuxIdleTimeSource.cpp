@@ -1,11 +1,11 @@
-#include "LinuxIdleTimeSource.h"
+#include "platform/linux/LinuxIdleTimeSource.h"
 
 #include <QDBusMessage>
 #include <QDBusReply>
 #include <cstdlib>
 #include <utility>
 
-#include "LinuxPlatformLog.h"
+#include "platform/linux/LinuxPlatformLog.h"
 
 // X headers last: they define macros that clash with Qt.
 #include <xcb/screensaver.h>

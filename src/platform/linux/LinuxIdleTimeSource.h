@@ -14,7 +14,7 @@
 #include <memory>
 #include <optional>
 
-#include "IdleTimeSource.h"
+#include "platform/IdleTimeSource.h"
 
 class LinuxIdleTimeSource final : public IdleTimeSource {
 public:

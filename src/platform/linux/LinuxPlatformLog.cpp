@@ -1,3 +1,3 @@
-#include "LinuxPlatformLog.h"
+#include "platform/linux/LinuxPlatformLog.h"
 
 Q_LOGGING_CATEGORY(lcPlatformLinux, "vorlix.platform.linux", QtInfoMsg)

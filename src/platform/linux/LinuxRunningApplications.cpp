@@ -1,4 +1,4 @@
-#include "LinuxRunningApplications.h"
+#include "platform/linux/LinuxRunningApplications.h"
 
 LinuxRunningApplications::LinuxRunningApplications(WindowHintSource& windows,
                                                    QStringList applicationFolders,

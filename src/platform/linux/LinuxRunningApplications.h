@@ -12,10 +12,10 @@
 
 #include <QHash>
 
-#include "ApplicationIdentity.h"
-#include "DesktopEntryIndex.h"
-#include "RunningApplications.h"
-#include "WindowHints.h"
+#include "platform/linux/ApplicationIdentity.h"
+#include "platform/linux/DesktopEntryIndex.h"
+#include "platform/RunningApplications.h"
+#include "platform/linux/WindowHints.h"
 
 class LinuxRunningApplications final : public RunningApplications {
 public:

@@ -1,4 +1,4 @@
-#include "LogindPowerAndSessionEvents.h"
+#include "platform/linux/LogindPowerAndSessionEvents.h"
 
 #include <unistd.h>
 #include <QDBusMessage>
@@ -6,7 +6,7 @@
 #include <QDBusVariant>
 #include <QPointer>
 
-#include "LinuxPlatformLog.h"
+#include "platform/linux/LinuxPlatformLog.h"
 
 namespace {
 

@@ -21,7 +21,7 @@
 #include <QVariantMap>
 #include <optional>
 
-#include "PowerAndSessionEvents.h"
+#include "platform/PowerAndSessionEvents.h"
 
 class LogindPowerAndSessionEvents final : public QObject, public PowerAndSessionEvents {
     Q_OBJECT

@@ -1,4 +1,4 @@
-#include "ProcessFacts.h"
+#include "platform/linux/ProcessFacts.h"
 
 #include <QFile>
 #include <QFileInfo>

@@ -1,4 +1,4 @@
-#include "XcbWindowSystem.h"
+#include "platform/linux/XcbWindowSystem.h"
 
 #include <QLoggingCategory>
 #include <algorithm>

@@ -22,8 +22,8 @@
 #include <QByteArray>
 #include <memory>
 
-#include "WindowHints.h"
-#include "WindowSystem.h"
+#include "platform/linux/WindowHints.h"
+#include "platform/WindowSystem.h"
 
 class XcbWindowSystem final : public WindowSystem, public WindowHintSource {
 public:
