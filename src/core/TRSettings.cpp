@@ -1,0 +1,149 @@
+#include "core/TRSettings.h"
+
+#include <QFileInfo>
+#include <QSettings>
+#include <cmath>
+
+#include "core/TRLocations.h"
+
+namespace {
+
+enum class Type { Boolean, Seconds, Integer };
+
+// The one table: key, name in the file, type, and where the value lives in
+// the snapshot (its default is the snapshot's initial value).
+struct KeyRow final {
+    TRSettingKey key;
+    const char* name;
+    Type type;
+    bool TRSettingsSnapshot::*boolean = nullptr;
+    double TRSettingsSnapshot::*seconds = nullptr;
+    int TRSettingsSnapshot::*integer = nullptr;
+};
+
+using S = TRSettingsSnapshot;
+const KeyRow kKeys[] = {
+    {TRSettingKey::shouldSuspendTrackingUponIdle, "shouldSuspendTrackingUponIdle", Type::Boolean,
+     &S::shouldSuspendTrackingUponIdle},
+    {TRSettingKey::idleTimeThresholdForSuspendingTracking,
+     "idleTimeThresholdForSuspendingTracking", Type::Seconds, nullptr,
+     &S::idleTimeThresholdForSuspendingTracking},
+    {TRSettingKey::askAfterIdle, "askAfterIdle", Type::Boolean, &S::askAfterIdle},
+    {TRSettingKey::dontAskToLaunchAtLogin, "dontAskToLaunchAtLogin", Type::Boolean,
+     &S::dontAskToLaunchAtLogin},
+    {TRSettingKey::dontNotifyAboutDisabledAccessibilityAPI,
+     "dontNotifyAboutDisabledAccessibilityAPI", Type::Boolean,
+     &S::dontNotifyAboutDisabledAccessibilityAPI},
+    {TRSettingKey::shouldQuitHelperFromMenuItem, "shouldQuitHelperFromMenuItem", Type::Boolean,
+     &S::shouldQuitHelperFromMenuItem},
+    {TRSettingKey::activityStoreTimeThreshold, "activityStoreTimeThreshold", Type::Seconds,
+     nullptr, &S::activityStoreTimeThreshold},
+    {TRSettingKey::maxURLTrackingLevel, "maxURLTrackingLevel", Type::Integer, nullptr, nullptr,
+     &S::maxURLTrackingLevel},
+};
+
+const KeyRow& row(TRSettingKey key) {
+    for (const KeyRow& candidate : kKeys) {
+        if (candidate.key == key) return candidate;
+    }
+    Q_UNREACHABLE();
+}
+
+// Parses one stored value; false leaves the default in place.
+bool parse(const KeyRow& key, const QVariant& stored, TRSettingsSnapshot& into) {
+    if (!stored.isValid()) return false;
+    const QString text = stored.toString().trimmed();
+    switch (key.type) {
+    case Type::Boolean: {
+        const QString lower = text.toLower();
+        if (lower == QLatin1String("true") || lower == QLatin1String("1")) into.*key.boolean = true;
+        else if (lower == QLatin1String("false") || lower == QLatin1String("0")) into.*key.boolean = false;
+        else return false;
+        return true;
+    }
+    case Type::Seconds: {
+        bool ok = false;
+        const double value = text.toDouble(&ok);
+        if (!ok || !std::isfinite(value)) return false;
+        into.*key.seconds = value;
+        return true;
+    }
+    case Type::Integer: {
+        bool ok = false;
+        const double value = text.toDouble(&ok);
+        if (!ok || !std::isfinite(value) || std::abs(value) > 1e9) return false;
+        into.*key.integer = static_cast<int>(value);
+        return true;
+    }
+    }
+    return false;
+}
+
+}  // namespace
+
+TRSettings::TRSettings() : TRSettings(TRLocations::settingsFilePath()) {}
+
+TRSettings::TRSettings(const QString& filePath) : m_filePath(filePath) {}
+
+TRSettings::~TRSettings() = default;
+
+QString TRSettings::keyName(TRSettingKey key) { return QString::fromLatin1(row(key).name); }
+
+const TRSettingsSnapshot& TRSettings::snapshot() {
+    readIfChanged();
+    return m_snapshot;
+}
+
+void TRSettings::reload() {
+    m_read = false;
+    readIfChanged();
+}
+
+void TRSettings::readIfChanged() {
+    if (m_filePath.isEmpty()) {
+        if (!m_read) read();
+        return;
+    }
+    const QFileInfo info(m_filePath);
+    const QDateTime modified = info.exists() ? info.lastModified() : QDateTime();
+    const qint64 size = info.exists() ? info.size() : -1;
+    if (m_read && modified == m_readModified && size == m_readSize) return;
+    m_readModified = modified;
+    m_readSize = size;
+    read();
+}
+
+void TRSettings::read() {
+    // A fresh object: QSettings keeps what it read once and would not see
+    // another process's edit otherwise.
+    if (m_filePath.isEmpty()) {
+        if (!m_file) m_file = std::make_unique<QSettings>(QString(), QSettings::IniFormat);
+    } else {
+        m_file = std::make_unique<QSettings>(m_filePath, QSettings::IniFormat);
+    }
+    TRSettingsSnapshot fresh;
+    for (const KeyRow& key : kKeys) parse(key, m_file->value(QString::fromLatin1(key.name)), fresh);
+    m_snapshot = fresh;
+    m_read = true;
+}
+
+void TRSettings::setValue(TRSettingKey key, const QVariant& value) {
+    readIfChanged();
+    const KeyRow& keyRow = row(key);
+    TRSettingsSnapshot updated = m_snapshot;
+    if (!parse(keyRow, value, updated)) return;
+    QVariant stored;
+    switch (keyRow.type) {
+    case Type::Boolean: stored = updated.*keyRow.boolean; break;
+    case Type::Seconds: stored = updated.*keyRow.seconds; break;
+    case Type::Integer: stored = updated.*keyRow.integer; break;
+    }
+    m_file->setValue(QString::fromLatin1(keyRow.name), stored);
+    m_file->sync();
+    m_snapshot = updated;
+    if (!m_filePath.isEmpty()) {
+        const QFileInfo info(m_filePath);
+        m_readModified = info.lastModified();
+        m_readSize = info.size();
+    }
+}

@@ -1,0 +1,76 @@
+#pragma once
+// TRSettings: the helper's settings file, read through one table of keys.
+//
+// Every key the helper knows is listed once in TRSettings.cpp with its type
+// and its default; nothing else in the helper parses the file. Readers take a
+// snapshot, which is re-read only when the file's size or modification time
+// changed (another process, the main application, may edit it at any time),
+// so asking once a second costs one stat. An absent key, or a value that does
+// not parse as its type ("yes" for a boolean, "abc" or "inf" for seconds),
+// reads as the key's default: the helper registers no defaults in the file.
+//
+// Thread: one thread per object (the main thread in the helper). Writes go
+// to the file at once, so another process sees them.
+
+#include <QDateTime>
+#include <QString>
+#include <QVariant>
+#include <memory>
+
+class QSettings;
+
+enum class TRSettingKey {
+    shouldSuspendTrackingUponIdle,
+    idleTimeThresholdForSuspendingTracking,
+    askAfterIdle,
+    dontAskToLaunchAtLogin,
+    dontNotifyAboutDisabledAccessibilityAPI,
+    shouldQuitHelperFromMenuItem,
+    activityStoreTimeThreshold,
+    maxURLTrackingLevel,
+};
+
+// The values of every key, defaults applied.
+struct TRSettingsSnapshot final {
+    bool shouldSuspendTrackingUponIdle = true;
+    double idleTimeThresholdForSuspendingTracking = 150.0;
+    bool askAfterIdle = false;
+    bool dontAskToLaunchAtLogin = false;
+    bool dontNotifyAboutDisabledAccessibilityAPI = false;
+    bool shouldQuitHelperFromMenuItem = false;
+    double activityStoreTimeThreshold = 0.0;
+    int maxURLTrackingLevel = 5;
+};
+
+class TRSettings final {
+public:
+    // The helper's own file (TRLocations::settingsFilePath()).
+    TRSettings();
+    // Another file; an empty path keeps everything in memory (tests, benchmarks).
+    explicit TRSettings(const QString& filePath);
+    ~TRSettings();
+    TRSettings(const TRSettings&) = delete;
+    TRSettings& operator=(const TRSettings&) = delete;
+
+    // The current values; re-reads the file first when it changed on disk.
+    const TRSettingsSnapshot& snapshot();
+    // Re-reads the file whether or not it looks changed (the shell's
+    // settings-changed notice).
+    void reload();
+
+    // Writes one key (bool, double or int as the key's type) and syncs.
+    void setValue(TRSettingKey key, const QVariant& value);
+
+    static QString keyName(TRSettingKey key);
+
+private:
+    void readIfChanged();
+    void read();
+
+    QString m_filePath;
+    std::unique_ptr<QSettings> m_file;
+    TRSettingsSnapshot m_snapshot;
+    QDateTime m_readModified;
+    qint64 m_readSize = -1;
+    bool m_read = false;
+};
