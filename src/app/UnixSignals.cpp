@@ -30,7 +30,9 @@ UnixSignals::UnixSignals(QObject* parent) : QObject(parent) {
     }
     m_notifier = std::make_unique<QSocketNotifier>(gSignalSockets[1], QSocketNotifier::Read);
     connect(m_notifier.get(), &QSocketNotifier::activated, this, &UnixSignals::readSignal);
-    if (!installHandler(SIGTERM) || !installHandler(SIGINT)) {
+    // Logout stops the session's processes with SIGTERM and then SIGHUP:
+    // both must end in a save, never in a silent death.
+    if (!installHandler(SIGTERM) || !installHandler(SIGINT) || !installHandler(SIGHUP)) {
         m_notifier.reset();
     }
 }
@@ -38,6 +40,7 @@ UnixSignals::UnixSignals(QObject* parent) : QObject(parent) {
 UnixSignals::~UnixSignals() {
     std::signal(SIGTERM, SIG_DFL);
     std::signal(SIGINT, SIG_DFL);
+    std::signal(SIGHUP, SIG_DFL);
     m_notifier.reset();
     for (int& fd : gSignalSockets) {
         if (fd >= 0) {

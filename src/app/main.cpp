@@ -1,7 +1,7 @@
 // vorlix-helper: records where the time at the computer goes, privately.
 //
-// Starts tracking at once and runs until asked to quit: SIGTERM and SIGINT
-// end tracking (the interval in progress is stored and the store saved) and
+// Starts tracking at once and runs until asked to quit: SIGTERM, SIGINT and
+// SIGHUP end tracking (the interval in progress is stored and the store saved) and
 // exit 0. One helper per user; a second start says so and exits 1.
 
 #include <QCommandLineParser>
@@ -13,6 +13,7 @@
 #include <memory>
 
 #include "app/AppLog.h"
+#include "core/TRPathMigrator.h"
 #include "app/InspectCommand.h"
 #include "app/PlatformObjects.h"
 #include "app/SingleInstance.h"
@@ -68,6 +69,8 @@ int main(int argc, char* argv[]) {
     }
 
     parseCommandLine(app);
+    // Before anything opens a store: an upgrading user's older folder first.
+    TRPathMigrator::migrateApplicationSupportPaths();
 
     SingleInstance instance;
     switch (instance.acquire()) {

@@ -123,7 +123,7 @@ TEST_F(HelperProcessTest, TerminationSignalEndsTrackingAndSaves) {
     const struct {
         const char* name;
         int signalNumber;
-    } cases[] = {{"SIGTERM", SIGTERM}, {"SIGINT", SIGINT}};
+    } cases[] = {{"SIGTERM", SIGTERM}, {"SIGINT", SIGINT}, {"SIGHUP", SIGHUP}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         auto helper = startTracking();
