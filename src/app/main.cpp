@@ -13,6 +13,7 @@
 #include <memory>
 
 #include "app/AppLog.h"
+#include "app/TRExceptionHandler.h"
 #include "core/TRPathMigrator.h"
 #include "app/InspectCommand.h"
 #include "app/PlatformObjects.h"
@@ -58,6 +59,7 @@ void applicationShouldTerminate(TrackingWiring& wiring) {
 }  // namespace
 
 int main(int argc, char* argv[]) {
+    TRExceptionHandler::install();
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("vorlix-helper"));
     QCoreApplication::setApplicationVersion(QStringLiteral(VORLIX_VERSION));
