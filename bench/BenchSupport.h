@@ -49,10 +49,7 @@ inline void print(const char* name, double value, const char* unit) {
 inline TRActivityStore::Options storeOptions(const QTemporaryDir& dir) {
     TRActivityStore::Options options;
     options.dataFolder = dir.filePath(QStringLiteral("info.mallowby.Vorlix"));
-    const QString settings = dir.filePath(QStringLiteral("VorlixHelper.conf"));
-    options.settings = [settings] {
-        return std::make_unique<QSettings>(settings, QSettings::IniFormat);
-    };
+    options.settings = std::make_shared<TRSettings>(dir.filePath(QStringLiteral("VorlixHelper.conf")));
     return options;
 }
 

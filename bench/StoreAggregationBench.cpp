@@ -64,9 +64,7 @@ void writeFiveYearStore(const QString& folder) {
     {
         TRActivityStore::Options options;
         options.dataFolder = folder;
-        options.settings = [] {
-            return std::make_unique<QSettings>(QString(), QSettings::IniFormat);
-        };
+        options.settings = std::make_shared<TRSettings>(QString());
         TRActivityStore schemaOnly(options);
         schemaOnly.managedObjectContext();
     }

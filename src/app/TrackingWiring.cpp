@@ -6,6 +6,7 @@
 #include <QStandardPaths>
 
 #include "app/AppLog.h"
+#include "core/TRSettings.h"
 #include "platform/linux/DBusNotificationCenter.h"
 #include "platform/linux/LinuxIdleTimeSource.h"
 #include "platform/linux/LogindPowerAndSessionEvents.h"
@@ -82,6 +83,7 @@ TrackingWiring::~TrackingWiring() {
 std::unique_ptr<TrackingWiring> wireTracking() {
     auto wiring = std::make_unique<TrackingWiring>();
     wiring->clock = std::make_unique<TRSystemClock>();
+    wiring->settings = std::make_shared<TRSettings>();
     wiring->platform = createPlatformObjects();
     TRExtractionContext::setShared(wiring->platform.context());
     registerDefaultExtractors();
@@ -89,6 +91,7 @@ std::unique_ptr<TrackingWiring> wireTracking() {
     ensureUserDataFolder();
     TRActivityStore::Options storeOptions;
     storeOptions.notificationCenter = std::make_shared<DBusNotificationCenter>();
+    storeOptions.settings = wiring->settings;
     TRActivityStore::configureSharedInstance(std::move(storeOptions));
     wiring->recorder = std::make_unique<StoreActivityRecorder>();
     wiring->idleTimeSource = std::make_unique<LinuxIdleTimeSource>();
@@ -102,6 +105,7 @@ std::unique_ptr<TrackingWiring> wireTracking() {
     dependencies.recorder = wiring->recorder.get();
     dependencies.idleTimeSource = wiring->idleTimeSource.get();
     dependencies.clock = wiring->clock.get();
+    dependencies.settings = wiring->settings.get();
     dependencies.statusMenu = wiring->statusMenu.get();
     dependencies.powerAndSessionEvents = wiring->powerAndSessionEvents.get();
     wiring->logger = std::make_unique<TRInfoLogger>(std::move(dependencies));

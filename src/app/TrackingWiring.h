@@ -16,6 +16,7 @@ class TRActivityRecorder;
 class TRActivitySource;
 class TRClock;
 class TRInfoLogger;
+class TRSettings;
 class TRStatusMenuDelegate;
 
 struct TrackingWiring final {
@@ -25,6 +26,7 @@ struct TrackingWiring final {
     TrackingWiring& operator=(const TrackingWiring&) = delete;
 
     PlatformObjects platform;
+    std::shared_ptr<TRSettings> settings;  // shared with the activity store
     std::unique_ptr<TRClock> clock;
     std::unique_ptr<TRActivitySource> activitySource;
     std::unique_ptr<TRActivityRecorder> recorder;

@@ -22,8 +22,4 @@ QString settingsFilePath() {
     return QDir(base).filePath(QStringLiteral("info.mallowby.Vorlix/VorlixHelper.conf"));
 }
 
-std::unique_ptr<QSettings> helperSettings() {
-    return std::make_unique<QSettings>(settingsFilePath(), QSettings::IniFormat);
-}
-
 }  // namespace TRLocations

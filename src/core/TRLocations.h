@@ -7,9 +7,7 @@
 // $XDG_CONFIG_HOME/info.mallowby.Vorlix/VorlixHelper.conf. Nothing here
 // creates a folder. Any thread.
 
-#include <QSettings>
 #include <QString>
-#include <memory>
 
 namespace TRLocations {
 
@@ -20,8 +18,5 @@ QString dataFolderName(const QString& executablePath);
 // For this process's own executable.
 QString dataFolderPath();
 QString settingsFilePath();
-// A fresh settings object on the helper's file, so another process's writes
-// are seen.
-std::unique_ptr<QSettings> helperSettings();
 
 }  // namespace TRLocations

@@ -45,12 +45,12 @@ TRActivityStore::TRActivityStore(Options options, QObject* parent)
     if (m_options.bundleIdentifier.isEmpty())
         m_options.bundleIdentifier = QString::fromLatin1(TRLocations::kHelperBundleIdentifier);
     if (!m_options.clock) m_options.clock = [] { return QDateTime::currentDateTimeUtc(); };
-    if (!m_options.settings) m_options.settings = [] { return TRLocations::helperSettings(); };
+    if (!m_options.settings) m_options.settings = std::make_shared<TRSettings>();
     if (!m_options.blacklist) m_options.blacklist = std::make_shared<TRNoBlacklist>();
     if (!m_options.reporter) m_options.reporter = std::make_shared<TRLoggingStoreReporter>();
     if (!m_options.iconLookup) m_options.iconLookup = std::make_shared<TRASNoIcons>();
     if (!m_options.abortProcess) m_options.abortProcess = [] { std::abort(); };
-    m_timeThreshold = setting(QStringLiteral("activityStoreTimeThreshold")).toDouble();
+    m_timeThreshold = m_options.settings->snapshot().activityStoreTimeThreshold;
     // Listening starts before the file is opened, so no save of the main
     // application is missed.
     if (m_options.notificationCenter) {
@@ -143,17 +143,7 @@ void TRActivityStore::setTimeThreshold(double seconds) {
     Q_EMIT rootPathComponentsWithFilterWillChange();
     m_timeThreshold = seconds;
     Q_EMIT rootPathComponentsWithFilterDidChange();
-    if (!m_settings) m_settings = m_options.settings();
-    m_settings->setValue(QStringLiteral("activityStoreTimeThreshold"), seconds);
-    m_settings->sync();
-}
-
-QVariant TRActivityStore::setting(const QString& key) {
-    // One object, synced before each read: it re-reads the file only when
-    // another process changed it, which costs a stat instead of a parse.
-    if (!m_settings) m_settings = m_options.settings();
-    m_settings->sync();
-    return m_settings->value(key);
+    m_options.settings->setValue(TRSettingKey::activityStoreTimeThreshold, seconds);
 }
 
 void TRActivityStore::storeActivity(const TRActivity& activity, const QDateTime& start,
@@ -166,10 +156,7 @@ void TRActivityStore::storeActivity(const TRActivity& activity, const QDateTime&
 }
 
 QStringList TRActivityStore::componentsForActivity(const TRActivity& activity) {
-    auto maxLevel = [this] {
-        const QVariant value = setting(QStringLiteral("maxURLTrackingLevel"));
-        return value.isValid() ? value.toInt() : 5;
-    };
+    auto maxLevel = [this] { return m_options.settings->snapshot().maxURLTrackingLevel; };
     return TRActivityComponents::componentsForDetails(activity.details(), maxLevel);
 }
 

@@ -17,7 +17,6 @@
 
 #include <QDateTime>
 #include <QObject>
-#include <QSettings>
 #include <QString>
 #include <QStringList>
 #include <functional>
@@ -30,6 +29,7 @@
 #include "store/SqliteDatabase.h"
 #include "store/TRASContext.h"
 #include "core/TRActivity.h"
+#include "core/TRSettings.h"
 
 class DistributedNotificationCenter;
 class TRASApplication;
@@ -60,7 +60,7 @@ public:
         QString dataFolder;                // empty: TRLocations::dataFolderPath()
         QString bundleIdentifier;          // empty: the helper's own id
         std::function<QDateTime()> clock;  // empty: the system clock
-        std::function<std::unique_ptr<QSettings>()> settings;  // empty: the helper's file
+        std::shared_ptr<TRSettings> settings;                  // empty: the helper's file
         std::shared_ptr<TRBlacklist> blacklist;                // empty: nothing is
         std::shared_ptr<DistributedNotificationCenter> notificationCenter;  // may stay empty
         std::shared_ptr<TRStoreReporter> reporter;                          // empty: the log
@@ -152,8 +152,6 @@ private:
     bool matchesFilter(TRASHourlyEvent* event, const TRASEventFilter& filter) const;
     std::vector<TRASHourlyEvent*> fetchHourlyEvents(const TRASEventFilter& filter);
     QDateTime dateForFunctionOnHourlyEvents(const char* function);
-    // The current value in the helper's settings file (re-read when it changed).
-    QVariant setting(const QString& key);
 
     Options m_options;
     double m_timeThreshold = 0;
@@ -163,7 +161,6 @@ private:
     SqliteDatabase m_db;
     std::unique_ptr<TRASContext> m_context;
     int m_observerToken = -1;
-    std::unique_ptr<QSettings> m_settings;
 
     std::optional<std::vector<TRASPathComponent*>> m_sortedCache;
     std::optional<std::vector<std::vector<TRASPathComponent*>>> m_byLevelCache;

@@ -18,34 +18,8 @@ namespace {
 
 QAtomicPointer<TRInfoLogger> gSharedInstance;
 
-const QString kShouldSuspendKey = QStringLiteral("shouldSuspendTrackingUponIdle");
-const QString kIdleThresholdKey = QStringLiteral("idleTimeThresholdForSuspendingTracking");
-const QString kAskAfterIdleKey = QStringLiteral("askAfterIdle");
-
 QDateTime minusSeconds(const QDateTime& date, double seconds) {
     return date.addMSecs(-std::llround(seconds * 1000.0));
-}
-
-// A stored value that is not a boolean or a number counts as absent.
-bool boolSetting(const QSettings& settings, const QString& key, bool fallback) {
-    const QVariant value = settings.value(key);
-    if (!value.isValid()) {
-        return fallback;
-    }
-    const QString text = value.toString().trimmed().toLower();
-    if (text == QLatin1String("true") || text == QLatin1String("1")) {
-        return true;
-    }
-    if (text == QLatin1String("false") || text == QLatin1String("0")) {
-        return false;
-    }
-    return fallback;
-}
-
-double doubleSetting(const QSettings& settings, const QString& key, double fallback) {
-    bool ok = false;
-    const double value = settings.value(key).toDouble(&ok);
-    return ok && std::isfinite(value) ? value : fallback;
 }
 
 }  // namespace
@@ -56,8 +30,9 @@ TRInfoLogger::TRInfoLogger(TRInfoLoggerDependencies dependencies, QObject* paren
       m_activityQueue(std::make_unique<TRSerialQueue>(
           QString::fromUtf8(TRLocations::kHelperBundleIdentifier))) {
     Q_ASSERT(m_deps.activitySource && m_deps.recorder && m_deps.idleTimeSource && m_deps.clock);
-    if (!m_deps.openSettings) {
-        m_deps.openSettings = &TRLocations::helperSettings;
+    if (!m_deps.settings) {
+        m_ownSettings = std::make_unique<TRSettings>();
+        m_deps.settings = m_ownSettings.get();
     }
     gSharedInstance.testAndSetOrdered(nullptr, this);
 }
@@ -183,23 +158,16 @@ void TRInfoLogger::deliverDecisions() {
     }
 }
 
-TRInfoLogger::Settings TRInfoLogger::readSettings() const {
-    Settings settings;
-    const std::unique_ptr<QSettings> stored = m_deps.openSettings();
-    if (stored) {
-        settings.suspendUponIdle = boolSetting(*stored, kShouldSuspendKey, true);
-        settings.idleThreshold = doubleSetting(*stored, kIdleThresholdKey, 150.0);
-        settings.askAfterIdle = boolSetting(*stored, kAskAfterIdleKey, false);
-    }
-    return settings;
+const TRInfoLogger::Settings& TRInfoLogger::readSettings() const {
+    return m_deps.settings->snapshot();
 }
 
 bool TRInfoLogger::shouldSuspendTrackingUponIdle() const {
-    return readSettings().suspendUponIdle;
+    return readSettings().shouldSuspendTrackingUponIdle;
 }
 
 double TRInfoLogger::idleTimeThresholdForSuspendingTracking() const {
-    return readSettings().idleThreshold;
+    return readSettings().idleTimeThresholdForSuspendingTracking;
 }
 
 void TRInfoLogger::decide(std::optional<TRActivity> activity, const QDateTime& observed) {
@@ -216,7 +184,7 @@ void TRInfoLogger::decide(std::optional<TRActivity> activity, const QDateTime& o
 
     const Settings settings = readSettings();
     const double idle = idleSeconds(settings);
-    const double threshold = settings.idleThreshold;
+    const double threshold = settings.idleTimeThresholdForSuspendingTracking;
     bool idleStateChanged = false;
     if (threshold >= idle && m_userWasIdle) {
         returnFromIdle(settings, idle, now);
@@ -276,7 +244,7 @@ bool TRInfoLogger::applyActivityChange(std::optional<TRActivity>& activity,
 }
 
 double TRInfoLogger::idleSeconds(const Settings& settings) const {
-    if (!settings.suspendUponIdle) {
+    if (!settings.shouldSuspendTrackingUponIdle) {
         return 0.0;
     }
     const RunningApplication* application =

@@ -16,14 +16,12 @@
 // else. At most one tick is in flight; a tick that finds one running is
 // skipped. endTracking() blocks until the worker is idle.
 //
-// Settings are read from a fresh settings object at every tick, so changes
-// apply at once: "shouldSuspendTrackingUponIdle" (default true),
-// "idleTimeThresholdForSuspendingTracking" (seconds, default 150) and
-// "askAfterIdle" (default false). No defaults are registered.
+// Settings come from the TRSettings snapshot at every tick, so changes to the
+// file apply at once: "shouldSuspendTrackingUponIdle",
+// "idleTimeThresholdForSuspendingTracking" and "askAfterIdle".
 
 #include <QDateTime>
 #include <QObject>
-#include <QSettings>
 #include <QTimer>
 #include <deque>
 #include <functional>
@@ -33,12 +31,14 @@
 
 #include "platform/PowerAndSessionEvents.h"
 #include "core/TRActivity.h"
+#include "core/TRSettings.h"
 
 class IdleTimeSource;
 class TRActivityRecorder;
 class TRActivitySource;
 class TRClock;
 class TRSerialQueue;
+class TRSettings;
 class TRStatusMenuDelegate;
 
 struct TRInfoLoggerDependencies {
@@ -48,8 +48,8 @@ struct TRInfoLoggerDependencies {
     const TRClock* clock = nullptr;                          // required
     TRStatusMenuDelegate* statusMenu = nullptr;              // none: nothing is shown
     PowerAndSessionEvents* powerAndSessionEvents = nullptr;  // none: never notified
-    // Opens the helper's settings; defaults to TRLocations::helperSettings.
-    std::function<std::unique_ptr<QSettings>()> openSettings;
+    // The helper's settings; none: the logger reads the helper's own file.
+    TRSettings* settings = nullptr;
     // False leaves the timers unstarted so a test can call trackingHandler()
     // and flushChanges() itself; isTracking() still tells whether they exist.
     bool runTimers = true;
@@ -125,13 +125,9 @@ private Q_SLOTS:
     void deliverDecisions();
 
 private:
-    struct Settings {
-        bool suspendUponIdle = true;
-        double idleThreshold = 150.0;
-        bool askAfterIdle = false;
-    };
+    using Settings = TRSettingsSnapshot;
 
-    Settings readSettings() const;
+    const Settings& readSettings() const;
     // `observed`: when the tick read the front activity, on the main thread.
     void decide(std::optional<TRActivity> activity, const QDateTime& observed);
     void endIntervalOnClockJump(const QDateTime& now);
@@ -144,6 +140,7 @@ private:
     void resetState();
 
     TRInfoLoggerDependencies m_deps;
+    std::unique_ptr<TRSettings> m_ownSettings;  // when none was given
     std::unique_ptr<TRSerialQueue> m_activityQueue;
     bool m_logTaskRunning = false;
     std::unique_ptr<QTimer> m_trackingTimer;

@@ -6,7 +6,6 @@
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
-#include <QSettings>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QThread>
@@ -43,12 +42,8 @@ TEST(IdleTrackingOnXTest, IntervalEndsAtLastKeyPress) {
     if (xdotool.isEmpty()) {
         GTEST_SKIP() << "xdotool is not installed";
     }
-    QTemporaryDir settingsDir;
-    const QString path = settingsDir.filePath(QStringLiteral("VorlixHelper.conf"));
-    {
-        QSettings settings(path, QSettings::IniFormat);
-        settings.setValue(QStringLiteral("idleTimeThresholdForSuspendingTracking"), 1.0);
-    }
+    TRSettings settings{QString()};
+    settings.setValue(TRSettingKey::idleTimeThresholdForSuspendingTracking, 1.0);
     LinuxIdleTimeSource idle(xvfb.display().toUtf8());
     ASSERT_TRUE(idle.isAvailable());
     TRSystemClock clock;
@@ -60,9 +55,7 @@ TEST(IdleTrackingOnXTest, IntervalEndsAtLastKeyPress) {
     dependencies.recorder = &recorder;
     dependencies.idleTimeSource = &idle;
     dependencies.clock = &clock;
-    dependencies.openSettings = [path] {
-        return std::make_unique<QSettings>(path, QSettings::IniFormat);
-    };
+    dependencies.settings = &settings;
     dependencies.runTimers = false;
     TRInfoLogger logger(std::move(dependencies));
 

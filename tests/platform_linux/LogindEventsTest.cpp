@@ -5,8 +5,6 @@
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
-#include <QSettings>
-#include <QTemporaryDir>
 #include <QThread>
 #include <functional>
 
@@ -92,22 +90,18 @@ protected:
         if (!gSkipReason.isEmpty()) {
             GTEST_SKIP() << gSkipReason.toStdString();
         }
-        ASSERT_TRUE(settingsDir.isValid());
         setSessionActive(true);
         events = std::make_unique<LogindPowerAndSessionEvents>(gBus->connection());
         ASSERT_TRUE(events->start());
         ASSERT_EQ(events->sessionPath(), kSessionPath);
 
-        const QString path = settingsDir.filePath(QStringLiteral("VorlixHelper.conf"));
         TRInfoLoggerDependencies dependencies;
         dependencies.activitySource = &source;
         dependencies.recorder = &recorder;
         dependencies.idleTimeSource = &idle;
         dependencies.clock = &clock;
         dependencies.powerAndSessionEvents = events.get();
-        dependencies.openSettings = [path] {
-            return std::make_unique<QSettings>(path, QSettings::IniFormat);
-        };
+        dependencies.settings = &settings;
         dependencies.runTimers = false;
         logger = std::make_unique<TRInfoLogger>(std::move(dependencies));
         source.setFront(FakeActivitySource::activityFor(101, QStringLiteral("xterm")));
@@ -133,7 +127,7 @@ protected:
         }
     }
 
-    QTemporaryDir settingsDir;
+    TRSettings settings{QString()};
     SimulatedClock clock;
     FakeIdleTimeSource idle{clock};
     FakeActivitySource source;

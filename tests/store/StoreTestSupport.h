@@ -89,6 +89,8 @@ protected:
     QString settingsPath() const { return m_dir.filePath(QStringLiteral("VorlixHelper.conf")); }
     void setSetting(const QString& key, const QVariant& value) {
         QSettings(settingsPath(), QSettings::IniFormat).setValue(key, value);
+        // Two writes within the file's time stamp resolution look unchanged.
+        m_settings->reload();
     }
 
     TRActivityStore::Options options(const QString& bundleIdentifier = QString()) {
@@ -96,8 +98,7 @@ protected:
         o.dataFolder = dataFolder();
         o.bundleIdentifier = bundleIdentifier;
         o.clock = [this] { return m_now; };
-        const QString path = settingsPath();
-        o.settings = [path] { return std::make_unique<QSettings>(path, QSettings::IniFormat); };
+        o.settings = m_settings;
         o.blacklist = m_blacklist;
         o.reporter = m_reporter;
         o.abortProcess = [this] { ++m_aborts; };
@@ -127,6 +128,7 @@ protected:
     }
 
     QTemporaryDir m_dir;
+    std::shared_ptr<TRSettings> m_settings = std::make_shared<TRSettings>(settingsPath());
     QDateTime m_now = utc(2024, 3, 5, 12);
     std::shared_ptr<RecordingReporter> m_reporter;
     std::shared_ptr<ListBlacklist> m_blacklist;

@@ -38,10 +38,7 @@ protected:
         TRActivityStore::Options o;
         o.dataFolder = m_dir.filePath(QStringLiteral("info.mallowby.Vorlix"));
         o.bundleIdentifier = kMain;
-        const QString settings = m_dir.filePath(QStringLiteral("VorlixHelper.conf"));
-        o.settings = [settings] {
-            return std::make_unique<QSettings>(settings, QSettings::IniFormat);
-        };
+        o.settings = std::make_shared<TRSettings>(m_dir.filePath(QStringLiteral("VorlixHelper.conf")));
         o.notificationCenter = m_center;
         m_store = std::make_unique<TRActivityStore>(o);
         QObject::connect(m_store.get(), &TRActivityStore::remoteChangesMerged, m_store.get(),

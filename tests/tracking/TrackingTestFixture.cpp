@@ -16,9 +16,8 @@ void TrackingTest::SetUp() {
     dependencies.clock = &clock;
     dependencies.statusMenu = &menu;
     dependencies.powerAndSessionEvents = &events;
-    dependencies.openSettings = [path] {
-        return std::make_unique<QSettings>(path, QSettings::IniFormat);
-    };
+    settings = std::make_unique<TRSettings>(path);
+    dependencies.settings = settings.get();
     dependencies.runTimers = false;
     logger = std::make_unique<TRInfoLogger>(std::move(dependencies));
 }
@@ -39,10 +38,12 @@ void TrackingTest::restart() {
 }
 
 void TrackingTest::setSetting(const QString& key, const QVariant& value) {
-    QSettings settings(settingsDir.filePath(QStringLiteral("VorlixHelper.conf")),
-                       QSettings::IniFormat);
-    settings.setValue(key, value);
-    settings.sync();
+    QSettings file(settingsDir.filePath(QStringLiteral("VorlixHelper.conf")),
+                   QSettings::IniFormat);
+    file.setValue(key, value);
+    file.sync();
+    // Two writes within the file's time stamp resolution look unchanged.
+    this->settings->reload();
 }
 
 void TrackingTest::tick() {

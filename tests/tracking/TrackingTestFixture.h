@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <QSettings>
+
+#include "core/TRSettings.h"
 #include <QTemporaryDir>
 #include <memory>
 
@@ -51,6 +53,7 @@ protected:
     }
 
     QTemporaryDir settingsDir;
+    std::unique_ptr<TRSettings> settings;
     SimulatedClock clock;
     FakeIdleTimeSource idle{clock};
     FakeActivitySource source;
