@@ -74,17 +74,6 @@ TEST(TRActivityEquality, AbsentOtherIsNeverEqual) {
     EXPECT_FALSE(a.details()->isEqual(nullptr));
 }
 
-TEST(TRActivityEquality, SettersCopyTheirValues) {
-    QStringList components{QStringLiteral("a")};
-    TRActivity a = activity(7);
-    a.setPathComponents(components);
-    components.append(QStringLiteral("b"));
-    EXPECT_EQ(a.pathComponents()->size(), 1);
-    TRActivity copy = a;
-    copy.setWindowTitle(QStringLiteral("changed"));
-    EXPECT_TRUE(a.windowTitle().isNull());
-}
-
 TEST(TRActivityDescription, PrintsAbsentFieldsAsNull) {
     const TRActivity a;
     EXPECT_EQ(a.description(),

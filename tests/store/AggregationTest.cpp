@@ -168,18 +168,6 @@ TEST_F(AggregationTest, DeletingARangeSavesAndEmptiedNodesGo) {
     EXPECT_EQ(store().sumOfDurationsOfEventsBetweenDate({}), 0);
 }
 
-TEST_F(AggregationTest, TodayUsesTheStartDateIndex) {
-    recordSample();
-    store().save();
-    auto plan = store().managedObjectContext()->database().prepare(
-        QStringLiteral("EXPLAIN QUERY PLAN SELECT TOTAL(duration) FROM HourlyEvent WHERE 1 AND "
-                       "startDate >= 0 AND startDate < 1"));
-    QString detail;
-    while (plan && plan->step()) detail += plan->text(3);
-    EXPECT_TRUE(detail.contains(QStringLiteral("COVERING INDEX HourlyEvent_startDate")))
-        << detail.toStdString();
-}
-
 TEST_F(AggregationTest, ReaderIsNeverLockedOutWhileTheHelperSaves) {
     recordSample();
     store().save();

@@ -191,14 +191,6 @@ TEST_F(StoreTest, FilesCustomActivitiesUnderTheirOwnApplication) {
     EXPECT_EQ(app->title(), QStringLiteral("Custom Activities"));
 }
 
-TEST_F(StoreTest, AsksTheBlacklistOncePerRecording) {
-    const TRActivity activity =
-        activityWith([](TRActivity& a) { a.setWindowTitle(QStringLiteral("a")); });
-    store().storeActivity(activity, utc(2024, 3, 5, 10), utc(2024, 3, 5, 10, 1));
-    store().storeActivity(activity, utc(2024, 3, 5, 10, 1), utc(2024, 3, 5, 10, 2));
-    EXPECT_EQ(m_blacklist->calls, 2);
-}
-
 TEST_F(StoreTest, EmptyIdentifierDoesNotMatchAMissingOne) {
     TRASApplication* noId = TRASApplication::applicationWithBundleIdentifier(
         store(), QString(), QStringLiteral("/usr/bin/x"), QStringLiteral("X"), true);

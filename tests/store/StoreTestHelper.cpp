@@ -3,7 +3,6 @@
 //   record FOLDER ID SECONDS COMPONENT...
 //                      records SECONDS seconds from 10:00 UTC on 2024-03-05 under
 //                      the components, saves with notification on the session bus
-//   post NAME OBJECT   posts a change notification naming no objects
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QTimer>
@@ -73,13 +72,6 @@ int record(const QStringList& args) {
     return QCoreApplication::exec();
 }
 
-int post(const QStringList& args) {
-    DBusNotificationCenter center;
-    center.post(args[0], args[1], {{QStringLiteral("inserted"), QByteArray()}});
-    QTimer::singleShot(200, QCoreApplication::instance(), &QCoreApplication::quit);
-    return QCoreApplication::exec();
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -89,8 +81,7 @@ int main(int argc, char** argv) {
     const QStringList args = app.arguments().mid(1);
     if (args.size() == 2 && args[0] == QLatin1String("dump")) return dump(args[1]);
     if (args.size() >= 4 && args[0] == QLatin1String("record")) return record(args.mid(1));
-    if (args.size() == 3 && args[0] == QLatin1String("post")) return post(args.mid(1));
     std::fprintf(stderr,
-                 "usage: dump DB | record FOLDER ID SECONDS COMPONENT... | post NAME OBJECT\n");
+                 "usage: dump DB | record FOLDER ID SECONDS COMPONENT...\n");
     return 64;
 }

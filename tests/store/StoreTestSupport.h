@@ -43,7 +43,6 @@ public:
 class ListBlacklist final : public TRBlacklist {
 public:
     bool isBlacklisted(const RunningApplication*, const QString& pathString) override {
-        ++calls;
         for (const QString& p : paths) {
             if (pathString == p || (pathString + kPathComponentDelimiter).startsWith(p))
                 return true;
@@ -51,7 +50,6 @@ public:
         return false;
     }
     QStringList paths;
-    int calls = 0;
 };
 
 inline QDateTime utc(int y, int mo, int d, int h, int mi = 0, int s = 0) {

@@ -96,36 +96,6 @@ TEST_F(SyncTest, WhichNotificationsASaveSends) {
     }
 }
 
-TEST_F(SyncTest, OtherProgramSeesNewNodesAndChangedDurationsWithoutReopening) {
-    auto helper = makeStore(kHelper);
-    auto main = makeStore(kMain);
-    record(*helper, QStringLiteral("/a/b"), utc(2024, 3, 5, 10), 600);
-    helper->save();
-    drainEvents();
-    TRASPathComponent* b = main->lastPathComponentForActivity(onPath(QStringLiteral("/a/b")));
-    TRASPathComponent* a = b->pathParent();
-    ASSERT_EQ(a->children().size(), 1u);
-    TRASHourlyEvent* hour = b->hourlyEventWithDate(utc(2024, 3, 5, 10), false);
-    ASSERT_NE(hour, nullptr);
-    main->save();  // nothing of its own to write
-    drainEvents();
-
-    SignalCounter merged(main.get(), &TRActivityStore::remoteChangesMerged);
-    record(*helper, QStringLiteral("/a/b"), utc(2024, 3, 5, 10, 10), 300);
-    record(*helper, QStringLiteral("/a/c"), utc(2024, 3, 5, 10, 20), 60);
-    helper->save();
-    EXPECT_EQ(hour->durationValue(), 600) << "nothing happens inside post()";
-    drainEvents();
-    EXPECT_EQ(merged.n, 1);
-    EXPECT_EQ(hour->durationValue(), 900);
-    EXPECT_EQ(b->stopDateOfChildren(), utc(2024, 3, 5, 10, 15));
-    ASSERT_EQ(a->children().size(), 2u);
-    TRASPathComponent* c = a->childComponentWithValue(QStringLiteral("/c"), false);
-    ASSERT_NE(c, nullptr);
-    EXPECT_EQ(c->hourlyEventWithDate(utc(2024, 3, 5, 10), false)->durationValue(), 60);
-    EXPECT_FALSE(main->managedObjectContext()->hasChanges()) << "a merge is not a change of ours";
-}
-
 TEST_F(SyncTest, IgnoresNotificationsNotMeantForThisStore) {
     auto main = makeStore(kMain);
     record(*main, QStringLiteral("/a"), utc(2024, 3, 5, 10), 60);

@@ -44,12 +44,6 @@ protected:
         QObject::connect(m_store.get(), &TRActivityStore::remoteChangesMerged, m_store.get(),
                          [this] { ++m_merges; });
         ASSERT_NE(m_store->managedObjectContext(), nullptr);
-        for (const char* name :
-             {kDidSaveActivityStoreNotification, kContextDidSaveDistributedNotification}) {
-            m_center->addObserver(
-                QString::fromLatin1(name),
-                [this](const QString& n, const QString&, const auto&) { m_seen.append(n); });
-        }
     }
 
     void runHelper(const QStringList& args) {
@@ -76,7 +70,6 @@ protected:
     std::shared_ptr<DBusNotificationCenter> m_center;
     std::unique_ptr<TRActivityStore> m_store;
     int m_merges = 0;
-    QStringList m_seen;
 };
 
 TEST_F(TwoProcessTest, HolderSeesNewNodesAndChangedDurationsWithoutReopening) {
@@ -101,28 +94,6 @@ TEST_F(TwoProcessTest, HolderSeesNewNodesAndChangedDurationsWithoutReopening) {
                   ->durationValue(),
               60);
     EXPECT_FALSE(m_store->managedObjectContext()->hasChanges());
-}
-
-TEST_F(TwoProcessTest, IgnoresNotificationsForOthersAndSavesOfNothingSendOnlyDidSave) {
-    record(60, {QStringLiteral("/a")});
-    ASSERT_TRUE(waitFor([&] { return m_merges == 1 && m_seen.size() == 2; }));
-    EXPECT_EQ(m_seen, (QStringList{QString::fromLatin1(kContextDidSaveDistributedNotification),
-                                   QString::fromLatin1(kDidSaveActivityStoreNotification)}));
-    const QString folder = m_store->applicationSupportDirectory();
-    const QString name = QString::fromLatin1(kContextDidSaveDistributedNotification);
-    for (const QString& object :
-         {kHelper + QStringLiteral("|||") + folder + QStringLiteral("|||x"),
-          kMain + QStringLiteral("|||") + folder,
-          kHelper + QStringLiteral("|||") + folder + QStringLiteral("-lite")}) {
-        runHelper({QStringLiteral("post"), name, object});
-    }
-    // Nothing changes: no change notification, only the save notification.
-    m_seen.clear();
-    record(0, {QStringLiteral("/a")});
-    ASSERT_TRUE(waitFor(
-        [&] { return m_seen.contains(QString::fromLatin1(kDidSaveActivityStoreNotification)); }));
-    EXPECT_EQ(m_seen.count(name), 3) << "only the three posted by hand";
-    EXPECT_EQ(m_merges, 1) << "none of them was merged";
 }
 
 TEST(DBusNotificationCenterWithoutBus, SendsAndReceivesNothing) {

@@ -64,48 +64,6 @@ TEST(TRExtractorRegistry, MatchesExactlyReplacesAndIgnoresUnusableRegistrations)
     EXPECT_EQ(registry.extractorForBundleIdentifier(QString()), nullptr);
 }
 
-TEST(TRInfoExtractorDispatch, SendsEveryTableEntryToItsExtractorOrToTheGenericOneWhileItWaits) {
-    registerDefaultExtractors();
-    for (const TRExtractorTables::RegistryEntry& entry : TRExtractorTables::registryEntries()) {
-        SCOPED_TRACE(entry.bundleIdentifier);
-        const bool waits = TRExtractorRegistry::waitsForExtractor(entry);
-        EXPECT_EQ(chosenFor(q(entry.bundleIdentifier)),
-                  waits ? q(kGeneric) : q(entry.extractorName));
-    }
-}
-
-TEST(TRInfoExtractorDispatch, KeepsTheOriginalTableExactly) {
-    const std::pair<const char*, const char*> original[] = {
-        {"com.apple.Safari", "TRSafariInfoExtractor"},
-        {"com.google.Chrome", "TRChromeInfoExtractor"},
-        {"com.google.Chrome.canary", "TRChromeInfoExtractor"},
-        {"org.chromium.Chromium", "TRChromeInfoExtractor"},
-        {"com.operasoftware.Opera", "TROperaInfoExtractor"},
-        {"com.apple.mail", "TRMailInfoExtractor"},
-        {"com.postbox-inc.postbox", "TRPostboxInfoExtractor"},
-        {"com.apple.finder", "TRFinderInfoExtractor"},
-        {"com.apple.Terminal", "TRTerminalInfoExtractor"},
-        {"com.googlecode.iterm2", "TRTerminalInfoExtractor"},
-        {"com.apple.dt.Xcode", "TRXcodeInfoExtractor"},
-        {"com.evernote.Evernote", "TREvernoteInfoExtractor"},
-        {"com.red-sweater.marsedit", "TRMarsEditInfoExtractor"},
-        {"com.panic.Coda", "TRCodaInfoExtractor"},
-        {"com.apple.frontrow", "TRDummyInfoExtractor"},
-    };
-    std::vector<std::pair<QString, QString>> inTable;
-    for (const auto& entry : TRExtractorTables::registryEntries()) {
-        if (entry.origin == TRExtractorTables::Origin::Original) {
-            inTable.emplace_back(q(entry.bundleIdentifier), q(entry.extractorName));
-        }
-    }
-    ASSERT_EQ(inTable.size(), std::size(original));
-    for (size_t i = 0; i < inTable.size(); ++i) {
-        SCOPED_TRACE(original[i].first);
-        EXPECT_EQ(inTable[i].first, q(original[i].first));
-        EXPECT_EQ(inTable[i].second, q(original[i].second));
-    }
-}
-
 TEST(TRInfoExtractorDispatch, GroupsTheSameApplicationsUnderOneExtractor) {
     registerDefaultExtractors();
     auto extractorNameInTable = [](const char* id) {
@@ -146,17 +104,6 @@ TEST(TRInfoExtractorDispatch, SendsUnknownAndMissingIdsToTheGenericExtractor) {
     EXPECT_EQ(chosenFor(QString()), q(kGeneric));
     TRActivity noApplication;
     EXPECT_EQ(TRInfoExtractor::extractorForActivity(noApplication).name(), q(kGeneric));
-}
-
-TEST(TRInfoExtractorDispatch, NamesOnlyExtractorClassesThatTheTableKnows) {
-    for (const TRApplicationInfoExtractor* extractor : TRExtractorRegistry::builtExtractors()) {
-        SCOPED_TRACE(extractor->name().toStdString());
-        bool named = false;
-        for (const auto& entry : TRExtractorTables::registryEntries()) {
-            named = named || q(entry.extractorName) == extractor->name();
-        }
-        EXPECT_TRUE(named);
-    }
 }
 
 class TRInfoExtractorCallTest : public ExtractionTest {};
