@@ -75,15 +75,16 @@ int main() {
                      AccessibilityElementRef(FakeAccessibilityElement::window(
                          QStringLiteral("notes.txt"), QStringLiteral("file:///home/u/notes.txt"))));
     accessibility.add(kPid, application);
-    TRExtractionContext::setShared({&windows, &applications, &accessibility, &scripting});
-    registerDefaultExtractors();
+    const TRExtractionContext context{&windows, &applications, &accessibility, &scripting};
+    const TRExtractorRegistry registry = TRExtractorRegistry::withDefaultExtractors();
+    TRInfoExtractor dispatch(context, registry);
 
     QTextStream out(stdout);
     print(out, "extraction_current_activity_fake",
-          measure([] { (void)TRInfoExtractor::currentActivity(); }));
-    print(out, "extraction_worker_step_fake", measure([] {
-              std::optional<TRActivity> activity = TRInfoExtractor::currentActivity();
-              TRInfoExtractor::completeActivity(activity, false);
+          measure([&] { (void)dispatch.currentActivity(); }));
+    print(out, "extraction_worker_step_fake", measure([&] {
+              std::optional<TRActivity> activity = dispatch.currentActivity();
+              dispatch.completeActivity(activity, false);
           }));
     return 0;
 }

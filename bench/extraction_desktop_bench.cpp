@@ -1,5 +1,5 @@
 // What the two extraction steps of a tick cost on a real desktop, with the
-// helper's own platform objects: TRInfoExtractor::currentActivity() on the
+// helper's own platform objects: g_dispatch->currentActivity() on the
 // main thread and the worker step (callInfoExtractorForActivity: the
 // accessibility tree, then the extractor) on one worker thread, as the
 // tracking loop runs them. Starts its own disposable desktop; measures with
@@ -31,6 +31,10 @@
 #include "tracking/TRSerialQueue.h"
 
 namespace {
+
+// The dispatch over the helper's platform objects, for the whole run.
+TRInfoExtractor* g_dispatch = nullptr;
+
 
 double threadCpuMs() {
     timespec t{};
@@ -80,12 +84,12 @@ void measureTicks(const QString& name, TRSerialQueue& worker, const Options& opt
     for (int i = 0; i < options.samples; ++i) {
         QThread::msleep(ulong(options.spacingMs));
         std::optional<TRActivity> activity;
-        sample(current, [&] { activity = TRInfoExtractor::currentActivity(); });
+        sample(current, [&] { activity = g_dispatch->currentActivity(); });
         if (!activity) continue;
         worker.async([&] {
-            sample(step, [&] { TRInfoExtractor::callInfoExtractorForActivity(*activity); });
+            sample(step, [&] { g_dispatch->callInfoExtractorForActivity(*activity); });
             sample(enabledCheck, [] {
-                if (auto* provider = TRExtractionContext::shared().accessibility)
+                if (auto* provider = g_dispatch->context().accessibility)
                     provider->isEnabled();
             });
         });
@@ -98,9 +102,9 @@ void measureTicks(const QString& name, TRSerialQueue& worker, const Options& opt
 
 // The worker step's answer for the front application, for readiness checks.
 QString documentPathNow(TRSerialQueue& worker) {
-    std::optional<TRActivity> activity = TRInfoExtractor::currentActivity();
+    std::optional<TRActivity> activity = g_dispatch->currentActivity();
     if (!activity) return {};
-    worker.async([&] { TRInfoExtractor::callInfoExtractorForActivity(*activity); });
+    worker.async([&] { g_dispatch->callInfoExtractorForActivity(*activity); });
     worker.sync();
     return activity->documentPath();
 }
@@ -162,10 +166,12 @@ int main(int argc, char** argv) {
         // On for the session, as in the desktop tests.
         if (platform.accessibility) platform.accessibility->enable();
         TRSerialQueue worker(QStringLiteral("extraction"));
-        TRExtractionContext::setShared(platform.context());
-        registerDefaultExtractors();
+        const TRExtractionContext context = platform.context();
+        const TRExtractorRegistry registry = TRExtractorRegistry::withDefaultExtractors();
+        TRInfoExtractor dispatch(context, registry);
+        g_dispatch = &dispatch;
         status = platform.windowSystem ? runBench(*desktop, worker, options) : 1;
-        TRExtractionContext::setShared({});
+        g_dispatch = nullptr;
         // The accessibility objects are released on the thread that used them.
         worker.async([&platform] {
             platform.scriptingTargets.reset();

@@ -31,8 +31,7 @@ QString line(const char* label, const QString& value) {
 }
 
 // What to say when the front application is one that is never tracked.
-QString describeExcluded() {
-    const TRExtractionContext& context = TRExtractionContext::shared();
+QString describeExcluded(const TRExtractionContext& context) {
     QString text = line("application", QStringLiteral("(not tracked: the helper itself or one of "
                                                       "the desktop's own agents)"));
     const std::optional<qint32> pid = context.windowSystem->frontProcessIdentifier();
@@ -79,13 +78,13 @@ void printUsage(QTextStream& stream) {
               "  --once  print one look and exit\n";
 }
 
-int lookUntilInterrupted(QTextStream& out) {
+int lookUntilInterrupted(TRInfoExtractor& extractor, QTextStream& out) {
     g_interrupted = 0;
     const auto previous = std::signal(SIGINT, onInterrupt);
     QEventLoop loop;
-    const auto printLook = [&out] {
+    const auto printLook = [&out, &extractor] {
         out << "--- " << QDateTime::currentDateTime().toString(QStringLiteral("HH:mm:ss")) << '\n'
-            << inspectFrontActivity() << '\n';
+            << inspectFrontActivity(extractor) << '\n';
         out.flush();
     };
     QTimer look;
@@ -104,11 +103,10 @@ int lookUntilInterrupted(QTextStream& out) {
 
 }  // namespace
 
-QString inspectFrontActivity() {
-    std::optional<TRActivity> activity = TRInfoExtractor::currentActivity();
-    if (!activity) return describeExcluded();
-    const TRApplicationInfoExtractor& extractor =
-        TRInfoExtractor::callInfoExtractorForActivity(*activity);
+QString inspectFrontActivity(TRInfoExtractor& dispatch) {
+    std::optional<TRActivity> activity = dispatch.currentActivity();
+    if (!activity) return describeExcluded(dispatch.context());
+    const TRApplicationInfoExtractor& extractor = dispatch.callInfoExtractorForActivity(*activity);
     return describe(*activity, extractor);
 }
 
@@ -136,17 +134,17 @@ int runInspectCommand(const QStringList& arguments, const TRExtractionContext& p
         err << "vorlix-helper inspect: cannot reach the X display (is DISPLAY set?)\n";
         return 1;
     }
-    TRExtractionContext::setShared(platform);
-    registerDefaultExtractors();
+    const TRExtractorRegistry registry = TRExtractorRegistry::withDefaultExtractors();
+    TRInfoExtractor dispatch(platform, registry);
     if (platform.accessibility == nullptr || !platform.accessibility->isEnabled()) {
         out << "note: accessibility is off: window titles come from the window list only, "
                "and no document or page address is read\n\n";
     }
     if (once) {
-        out << inspectFrontActivity();
+        out << inspectFrontActivity(dispatch);
         return 0;
     }
-    return lookUntilInterrupted(out);
+    return lookUntilInterrupted(dispatch, out);
 }
 
 int runInspectCommand(const QStringList& arguments, const TRExtractionContext& platform) {

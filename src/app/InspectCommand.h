@@ -19,13 +19,15 @@
 
 #include "tracking/TRExtractionContext.h"
 
-// `arguments` are those after "inspect". Installs `platform` as the
-// extraction context. Returns the process exit code: 0 after --once or an
+class TRInfoExtractor;
+
+// `arguments` are those after "inspect"; `platform` holds the desktop's
+// objects. Returns the process exit code: 0 after --once or an
 // interrupt, 1 when there is no window system to ask, 2 for a usage error.
 int runInspectCommand(const QStringList& arguments, const TRExtractionContext& platform);
 int runInspectCommand(const QStringList& arguments, const TRExtractionContext& platform,
                       QTextStream& out, QTextStream& err);
 
-// One look at the front application through the installed context, as the
-// text block that `inspect` prints.
-QString inspectFrontActivity();
+// One look at the front application through `dispatch`, as the text block
+// that `inspect` prints.
+QString inspectFrontActivity(TRInfoExtractor& dispatch);

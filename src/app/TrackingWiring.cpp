@@ -35,22 +35,6 @@ void ensureUserDataFolder() {
     }
 }
 
-// The extractor dispatch as the loop's activity source.
-class ExtractorActivitySource final : public TRActivitySource {
-public:
-    std::optional<TRActivity> currentActivity() override {
-        return TRInfoExtractor::currentActivity();
-    }
-    void callInfoExtractorForActivity(TRActivity* activity,
-                                      bool scriptedExtractionDisabled) override {
-        if (activity == nullptr) return;
-        TRInfoExtractor::completeActivityFromAccessibility(*activity);
-        if (!scriptedExtractionDisabled) {
-            TRInfoExtractor::extractorForActivity(*activity).writeDetailsForActivity(*activity);
-        }
-    }
-};
-
 // The activity store as the loop's recorder. The store opens lazily, on the
 // first lookup of a tick.
 class StoreActivityRecorder final : public TRActivityRecorder {
@@ -85,9 +69,11 @@ std::unique_ptr<TrackingWiring> wireTracking() {
     wiring->clock = std::make_unique<TRSystemClock>();
     wiring->settings = std::make_shared<TRSettings>();
     wiring->platform = createPlatformObjects();
-    TRExtractionContext::setShared(wiring->platform.context());
-    registerDefaultExtractors();
-    wiring->activitySource = std::make_unique<ExtractorActivitySource>();
+    wiring->extractionContext = wiring->platform.context();
+    wiring->extractors = std::make_unique<TRExtractorRegistry>(
+        TRExtractorRegistry::withDefaultExtractors());
+    wiring->activitySource =
+        std::make_unique<TRInfoExtractor>(wiring->extractionContext, *wiring->extractors);
     ensureUserDataFolder();
     TRActivityStore::Options storeOptions;
     storeOptions.notificationCenter = std::make_shared<DBusNotificationCenter>();

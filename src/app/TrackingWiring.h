@@ -15,6 +15,7 @@ class LogindPowerAndSessionEvents;
 class TRActivityRecorder;
 class TRActivitySource;
 class TRClock;
+class TRExtractorRegistry;
 class TRInfoLogger;
 class TRSettings;
 class TRStatusMenuDelegate;
@@ -28,7 +29,9 @@ struct TrackingWiring final {
     PlatformObjects platform;
     std::shared_ptr<TRSettings> settings;  // shared with the activity store
     std::unique_ptr<TRClock> clock;
-    std::unique_ptr<TRActivitySource> activitySource;
+    TRExtractionContext extractionContext;  // points into `platform`
+    std::unique_ptr<TRExtractorRegistry> extractors;
+    std::unique_ptr<TRActivitySource> activitySource;  // the extractor dispatch
     std::unique_ptr<TRActivityRecorder> recorder;
     std::unique_ptr<IdleTimeSource> idleTimeSource;
     std::unique_ptr<LogindPowerAndSessionEvents> powerAndSessionEvents;

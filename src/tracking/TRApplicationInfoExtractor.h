@@ -9,7 +9,7 @@
 //
 // Extractors are stateless: one immutable instance per class lives for the
 // whole process and the registry hands out pointers to it. They reach the
-// desktop only through the platform objects of TRExtractionContext.
+// desktop only through the platform objects of the context they are given.
 //
 // Thread: writeDetailsForActivity() runs on the tracking worker only, one
 // call at a time; it may block for as long as the platform's timeouts allow.
@@ -17,12 +17,14 @@
 #include <QString>
 
 class TRActivity;
+struct TRExtractionContext;
 
 class TRApplicationInfoExtractor {
 public:
     virtual ~TRApplicationInfoExtractor() = default;
 
-    virtual void writeDetailsForActivity(TRActivity& activity) const = 0;
+    virtual void writeDetailsForActivity(TRActivity& activity,
+                                         const TRExtractionContext& context) const = 0;
 
     // The class name ("TRGenericInfoExtractor"), shown by `inspect`.
     virtual QString name() const = 0;

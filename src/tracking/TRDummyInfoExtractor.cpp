@@ -1,6 +1,7 @@
 #include "tracking/TRDummyInfoExtractor.h"
 
-void TRDummyInfoExtractor::writeDetailsForActivity(TRActivity& /*activity*/) const {}
+void TRDummyInfoExtractor::writeDetailsForActivity(TRActivity& /*activity*/,
+                                                   const TRExtractionContext& /*context*/) const {}
 
 QString TRDummyInfoExtractor::name() const {
     return QStringLiteral("TRDummyInfoExtractor");

@@ -10,7 +10,8 @@
 
 class TRDummyInfoExtractor final : public TRApplicationInfoExtractor {
 public:
-    void writeDetailsForActivity(TRActivity& activity) const override;
+    void writeDetailsForActivity(TRActivity& activity,
+                                 const TRExtractionContext& context) const override;
     QString name() const override;
 
     static const TRDummyInfoExtractor& instance();

@@ -22,13 +22,9 @@ void TRExtractorRegistry::addDefaultExtractors() {
     }
 }
 
-TRExtractorRegistry& TRExtractorRegistry::shared() {
-    // A function-local static: initialised once, thread-safely, on first use.
-    static TRExtractorRegistry registry = [] {
-        TRExtractorRegistry defaults;
-        defaults.addDefaultExtractors();
-        return defaults;
-    }();
+TRExtractorRegistry TRExtractorRegistry::withDefaultExtractors() {
+    TRExtractorRegistry registry;
+    registry.addDefaultExtractors();
     return registry;
 }
 
@@ -49,8 +45,4 @@ const TRApplicationInfoExtractor* TRExtractorRegistry::builtExtractorNamed(const
 
 bool TRExtractorRegistry::waitsForExtractor(const TRExtractorTables::RegistryEntry& entry) {
     return builtExtractorNamed(QString::fromLatin1(entry.extractorName)) == nullptr;
-}
-
-void registerDefaultExtractors() {
-    TRExtractorRegistry::shared();
 }

@@ -7,15 +7,12 @@
 // without an entry, and applications without any id, go to the generic
 // extractor: the registry answers null and the dispatch falls back.
 //
-// shared() is the process-wide registry. It is filled with the default
-// extractors (the table of TRExtractorTables whose classes are built) the
-// first time anyone reaches it, so registration is complete before the first
-// tick whoever calls first; registerDefaultExtractors() just makes that
-// moment explicit at start-up.
+// The helper builds one with withDefaultExtractors() (the table of
+// TRExtractorTables whose classes are built) at start-up and hands it to the
+// dispatch by reference; tests build their own.
 //
-// Thread: add to the shared registry only at start-up, before the tracking
-// worker exists; after that it is read-only and may be read from any thread.
-// A registry instance of one's own (tests) is a plain value.
+// Thread: add only before the tracking worker exists; after that it is
+// read-only and may be read from any thread.
 
 #include <QHash>
 #include <QString>
@@ -36,7 +33,8 @@ public:
     // Registers every table entry whose extractor class is built.
     void addDefaultExtractors();
 
-    static TRExtractorRegistry& shared();
+    // A registry holding every default extractor.
+    static TRExtractorRegistry withDefaultExtractors();
 
     // The extractor instances this build has, by class name.
     static std::span<const TRApplicationInfoExtractor* const> builtExtractors();
@@ -47,6 +45,3 @@ public:
 private:
     QHash<QString, const TRApplicationInfoExtractor*> m_extractors;
 };
-
-// Fills the shared registry; idempotent. Called once at start-up.
-void registerDefaultExtractors();

@@ -51,10 +51,11 @@ bool TRGenericInfoExtractor::writeDocumentPath(const ScriptValue& value, TRActiv
     return true;
 }
 
-void TRGenericInfoExtractor::writeDetailsForActivity(TRActivity& activity) const {
+void TRGenericInfoExtractor::writeDetailsForActivity(TRActivity& activity,
+                                                     const TRExtractionContext& context) const {
     if (!activity.documentPath().isEmpty()) return;
     const RunningApplication* application = activity.runningApplication();
-    ScriptingTargets* targets = TRExtractionContext::shared().scriptingTargets;
+    ScriptingTargets* targets = context.scriptingTargets;
     // Nothing to address, or no way to ask: the details stay as they are.
     if (application == nullptr || targets == nullptr) return;
     const std::unique_ptr<ScriptingTarget> target =

@@ -24,7 +24,8 @@
 
 class TRGenericInfoExtractor final : public TRApplicationInfoExtractor {
 public:
-    void writeDetailsForActivity(TRActivity& activity) const override;
+    void writeDetailsForActivity(TRActivity& activity,
+                                 const TRExtractionContext& context) const override;
     QString name() const override;
 
     // Writes a usable value to the details' documentPath and answers whether

@@ -21,33 +21,6 @@ namespace {
 // the process's next window does.
 constexpr char kIgnoredWindowNamePrefix[] = "Activity window for";
 
-// The process in front on the last tick, kept across one tick without an
-// active window. Main thread only.
-struct FrontProcessMemory final {
-    quint64 generation = 0;
-    std::optional<qint32> processIdentifier;
-    bool bridgedGap = false;
-};
-
-FrontProcessMemory g_front;
-
-std::optional<qint32> frontProcessBridgingGap(WindowSystem& windowSystem) {
-    const quint64 generation = TRExtractionContext::generation();
-    if (g_front.generation != generation) g_front = FrontProcessMemory{generation, {}, false};
-    const std::optional<qint32> front = windowSystem.frontProcessIdentifier();
-    if (front) {
-        g_front.processIdentifier = front;
-        g_front.bridgedGap = false;
-        return front;
-    }
-    if (g_front.processIdentifier && !g_front.bridgedGap) {
-        g_front.bridgedGap = true;
-        return g_front.processIdentifier;
-    }
-    g_front.processIdentifier.reset();
-    return std::nullopt;
-}
-
 // The first window of the process, front to back, that is shared and has a
 // name not starting with the ignored prefix; an empty name counts.
 void fillWindowTitleFromWindowList(TRActivity& activity, qint32 processIdentifier,
@@ -63,6 +36,10 @@ void fillWindowTitleFromWindowList(TRActivity& activity, qint32 processIdentifie
 }
 
 }  // namespace
+
+TRInfoExtractor::TRInfoExtractor(const TRExtractionContext& context,
+                                 const TRExtractorRegistry& registry)
+    : m_context(context), m_registry(registry) {}
 
 bool TRInfoExtractor::isExcludedApplication(const RunningApplication& application) {
     if (application.processIdentifier == QCoreApplication::applicationPid()) return true;
@@ -82,50 +59,45 @@ bool TRInfoExtractor::isExcludedApplication(const RunningApplication& applicatio
     return false;
 }
 
+std::optional<qint32> TRInfoExtractor::frontProcessBridgingGap() {
+    const std::optional<qint32> front = m_context.windowSystem->frontProcessIdentifier();
+    if (front) {
+        m_front = FrontProcessMemory{front, false};
+        return front;
+    }
+    if (m_front.processIdentifier && !m_front.bridgedGap) {
+        m_front.bridgedGap = true;
+        return m_front.processIdentifier;
+    }
+    m_front = FrontProcessMemory{};
+    return std::nullopt;
+}
+
 std::optional<TRActivity> TRInfoExtractor::currentActivity() {
-    const TRExtractionContext& context = TRExtractionContext::shared();
     TRActivity activity;
-    if (context.windowSystem == nullptr || !context.windowSystem->isAvailable()) return activity;
-    const std::optional<qint32> front = frontProcessBridgingGap(*context.windowSystem);
+    if (m_context.windowSystem == nullptr || !m_context.windowSystem->isAvailable()) return activity;
+    const std::optional<qint32> front = frontProcessBridgingGap();
     if (!front) return activity;
     if (*front == QCoreApplication::applicationPid()) return std::nullopt;
-    if (context.runningApplications != nullptr) {
-        if (auto application = context.runningApplications->runningApplication(*front)) {
+    if (m_context.runningApplications != nullptr) {
+        if (auto application = m_context.runningApplications->runningApplication(*front)) {
             if (isExcludedApplication(*application)) return std::nullopt;
             activity.setApplication(*application);
         }
     }
-    fillWindowTitleFromWindowList(activity, *front, *context.windowSystem);
+    fillWindowTitleFromWindowList(activity, *front, *m_context.windowSystem);
     return activity;
 }
 
-namespace {
-
-// The accessibility tree's last answer for a process, with the window list's
-// title it came with. An application that misses a query's timeout is left
-// alone for a few seconds; while the window list still shows the same window
-// of the same process, that is not a change of what the user looks at, so
-// the last answer stands instead of splitting one page into two entries.
-// Worker thread only.
-struct LastTreeAnswer final {
-    quint64 generation = 0;
-    qint32 processIdentifier = 0;
-    QString listTitle;
-    QString windowTitle;
-    QString documentPath;
-};
-
-std::optional<LastTreeAnswer>& lastTreeAnswer() {
-    static std::optional<LastTreeAnswer> answer;
-    return answer;
-}
-
-bool applyLastTreeAnswer(TRActivity& activity, qint32 processIdentifier) {
-    AccessibilityProvider* provider = TRExtractionContext::shared().accessibility;
-    const std::optional<LastTreeAnswer>& last = lastTreeAnswer();
+// An application that misses a query's timeout is left alone for a few
+// seconds; while the window list still shows the same window of the same
+// process, that is not a change of what the user looks at, so the last
+// answer stands instead of splitting one page into two entries.
+bool TRInfoExtractor::applyLastTreeAnswer(TRActivity& activity, qint32 processIdentifier) const {
+    AccessibilityProvider* provider = m_context.accessibility;
+    const std::optional<LastTreeAnswer>& last = m_lastTreeAnswer;
     if (provider == nullptr || !last || activity.windowTitle().isNull()) return false;
-    if (last->generation != TRExtractionContext::generation() ||
-        last->processIdentifier != processIdentifier || last->listTitle != activity.windowTitle()) {
+    if (last->processIdentifier != processIdentifier || last->listTitle != activity.windowTitle()) {
         return false;
     }
     if (!provider->isEnabled()) return false;
@@ -134,15 +106,13 @@ bool applyLastTreeAnswer(TRActivity& activity, qint32 processIdentifier) {
     return true;
 }
 
-}  // namespace
-
 void TRInfoExtractor::completeActivityFromAccessibility(TRActivity& activity) {
     const RunningApplication* application = activity.runningApplication();
     if (application == nullptr) return;
     const qint32 pid = application->processIdentifier;
     const std::optional<TRActivityDetails> found =
         TRInfoExtractorAccessibility::detailsOfFrontWindows(
-            TRExtractionContext::shared().accessibility, pid);
+            m_context.accessibility, pid);
     if (!found) {
         applyLastTreeAnswer(activity, pid);
         return;
@@ -157,15 +127,24 @@ void TRInfoExtractor::completeActivityFromAccessibility(TRActivity& activity) {
     }
     activity.setWindowTitle(merged.windowTitle());
     activity.setDocumentPath(merged.documentPath());
-    lastTreeAnswer() = LastTreeAnswer{TRExtractionContext::generation(), pid, listTitle,
-                                      merged.windowTitle(), merged.documentPath()};
+    m_lastTreeAnswer = LastTreeAnswer{pid, listTitle, merged.windowTitle(), merged.documentPath()};
+}
+
+void TRInfoExtractor::callInfoExtractorForActivity(TRActivity* activity,
+                                                   bool scriptedExtractionDisabled) {
+    if (activity == nullptr) return;
+    if (scriptedExtractionDisabled) {
+        completeActivityFromAccessibility(*activity);
+    } else {
+        callInfoExtractorForActivity(*activity);
+    }
 }
 
 const TRApplicationInfoExtractor& TRInfoExtractor::callInfoExtractorForActivity(
     TRActivity& activity) {
     completeActivityFromAccessibility(activity);
     const TRApplicationInfoExtractor& extractor = extractorForActivity(activity);
-    extractor.writeDetailsForActivity(activity);
+    extractor.writeDetailsForActivity(activity, m_context);
     return extractor;
 }
 
@@ -180,16 +159,9 @@ const TRApplicationInfoExtractor* TRInfoExtractor::completeActivity(
 }
 
 const TRApplicationInfoExtractor& TRInfoExtractor::extractorForActivity(
-    const TRActivity& activity) {
+    const TRActivity& activity) const {
     const RunningApplication* application = activity.runningApplication();
     const QString id = application != nullptr ? application->bundleIdentifier : QString();
-    if (const auto* registered = TRExtractorRegistry::shared().extractorForBundleIdentifier(id)) {
-        return *registered;
-    }
+    if (const auto* registered = m_registry.extractorForBundleIdentifier(id)) return *registered;
     return TRGenericInfoExtractor::instance();
-}
-
-void TRInfoExtractor::addApplicationInfoExtractor(const TRApplicationInfoExtractor* extractor,
-                                                  const QString& bundleIdentifier) {
-    TRExtractorRegistry::shared().addApplicationInfoExtractor(extractor, bundleIdentifier);
 }

@@ -1,5 +1,5 @@
 #pragma once
-// TRInfoExtractor: what the user is doing now, for the tracking loop.
+// TRInfoExtractor: the extractor dispatch, the tracking loop's activity source.
 //
 // Two steps per tick, on two threads:
 //
@@ -16,24 +16,30 @@
 //
 // The accessibility step runs on the worker because an application that has
 // stopped answering would otherwise hold up the main thread. When the user
-// has switched scripted tracking off for an application, the loop calls
-// completeActivityFromAccessibility() alone (or completeActivity(activity,
-// true)): the activity keeps the title and document the accessibility tree
-// gave, and no request goes to the application's own interfaces.
+// has switched scripted tracking off for an application, only the
+// accessibility step runs: the activity keeps the title and document the
+// tree gave, and no request goes to the application's own interfaces.
 //
-// The platform objects come from TRExtractionContext::shared(); the
-// registry is TRExtractorRegistry::shared().
+// Ownership: borrows the platform objects (through the context) and the
+// registry; both must outlive it. Its memories are its own: the process in
+// front on the last tick (main thread) and the accessibility tree's last
+// answer (worker), so a new dispatch on new platform objects starts afresh.
 
 #include <QString>
 #include <optional>
 
 #include "core/TRActivity.h"
+#include "tracking/TRActivitySource.h"
+#include "tracking/TRExtractionContext.h"
 
 class TRApplicationInfoExtractor;
+class TRExtractorRegistry;
 
-class TRInfoExtractor final {
+class TRInfoExtractor final : public TRActivitySource {
 public:
-    TRInfoExtractor() = delete;
+    TRInfoExtractor(const TRExtractionContext& context, const TRExtractorRegistry& registry);
+    TRInfoExtractor(const TRInfoExtractor&) = delete;
+    TRInfoExtractor& operator=(const TRInfoExtractor&) = delete;
 
     // Main thread. A new activity for the front application, or nothing when
     // that application is never tracked (the helper itself, an excluded id or
@@ -42,29 +48,54 @@ public:
     // activity without application, except that one tick without an active
     // window right after one with it keeps the process seen then: focus
     // changes pass through "no active window" for an instant.
-    static std::optional<TRActivity> currentActivity();
+    std::optional<TRActivity> currentActivity() override;
+
+    // Worker. The accessibility step, then the extractor unless scripted
+    // tracking is disabled; nothing for a null activity.
+    void callInfoExtractorForActivity(TRActivity* activity,
+                                      bool scriptedExtractionDisabled) override;
+
+    // Worker. Both steps for one activity; answers the extractor that ran.
+    const TRApplicationInfoExtractor& callInfoExtractorForActivity(TRActivity& activity);
+
+    // Worker. The same for an optional activity; answers the extractor that
+    // ran, or null.
+    const TRApplicationInfoExtractor* completeActivity(std::optional<TRActivity>& activity,
+                                                       bool scriptedTrackingDisabled);
 
     // Worker. Applies the accessibility tree's window title and document.
-    static void completeActivityFromAccessibility(TRActivity& activity);
-
-    // Worker. The accessibility step, then the chosen extractor; answers the
-    // extractor that ran.
-    static const TRApplicationInfoExtractor& callInfoExtractorForActivity(TRActivity& activity);
-
-    // Worker. The whole background part of a tick: nothing for no activity;
-    // the accessibility step; the extractor unless scripted tracking is off.
-    // Answers the extractor that ran, or null.
-    static const TRApplicationInfoExtractor* completeActivity(std::optional<TRActivity>& activity,
-                                                              bool scriptedTrackingDisabled);
+    void completeActivityFromAccessibility(TRActivity& activity);
 
     // The registered extractor for the activity's application id, else the
     // generic extractor.
-    static const TRApplicationInfoExtractor& extractorForActivity(const TRActivity& activity);
+    const TRApplicationInfoExtractor& extractorForActivity(const TRActivity& activity) const;
 
-    // Start-up only (see TRExtractorRegistry).
-    static void addApplicationInfoExtractor(const TRApplicationInfoExtractor* extractor,
-                                            const QString& bundleIdentifier);
+    const TRExtractionContext& context() const { return m_context; }
 
     // Whether an application is one that is never tracked.
     static bool isExcludedApplication(const RunningApplication& application);
+
+private:
+    // The process in front on the last tick, kept across one tick without an
+    // active window. Main thread only.
+    struct FrontProcessMemory final {
+        std::optional<qint32> processIdentifier;
+        bool bridgedGap = false;
+    };
+    // The accessibility tree's last answer for a process, with the window
+    // list's title it came with. Worker only.
+    struct LastTreeAnswer final {
+        qint32 processIdentifier = 0;
+        QString listTitle;
+        QString windowTitle;
+        QString documentPath;
+    };
+
+    std::optional<qint32> frontProcessBridgingGap();
+    bool applyLastTreeAnswer(TRActivity& activity, qint32 processIdentifier) const;
+
+    const TRExtractionContext& m_context;
+    const TRExtractorRegistry& m_registry;
+    FrontProcessMemory m_front;
+    std::optional<LastTreeAnswer> m_lastTreeAnswer;
 };

@@ -21,6 +21,8 @@
 
 std::unique_ptr<DisposableDesktop> g_desktop;
 QString g_whyNoDesktop;
+TRExtractionContext g_context;
+TRInfoExtractor* g_extractor = nullptr;
 
 namespace {
 
@@ -32,7 +34,7 @@ void submitWorkerStep(WorkerStep& step) {
     g_worker->async([&step] {
         QElapsedTimer timer;
         timer.start();
-        step.extractor = TRInfoExtractor::callInfoExtractorForActivity(step.activity).name();
+        step.extractor = g_extractor->callInfoExtractorForActivity(step.activity).name();
         step.wallMs = double(timer.nsecsElapsed()) / 1e6;
     });
 }
@@ -55,7 +57,7 @@ WorkerStep runWorkerStep(const TRActivity& activity) {
 
 Tick tick() {
     Tick result;
-    result.front = TRInfoExtractor::currentActivity();
+    result.front = g_extractor->currentActivity();
     if (result.front) result.completed = runWorkerStep(*result.front);
     return result;
 }
@@ -76,7 +78,7 @@ QUrl site() { return g_desktop->testSite(); }
 QString page(const char* name) { return g_desktop->testPage(name); }
 
 bool waitForFrontProcess(qint64 pid) {
-    WindowSystem* windows = TRExtractionContext::shared().windowSystem;
+    WindowSystem* windows = g_context.windowSystem;
     return windows != nullptr &&
            DisposableDesktop::waitUntil(
                [&] {
@@ -140,6 +142,9 @@ int main(int argc, char** argv) {
         PlatformObjects platform;
         TRSerialQueue worker(QStringLiteral("extraction"));
         g_worker = &worker;
+        const TRExtractorRegistry registry = TRExtractorRegistry::withDefaultExtractors();
+        TRInfoExtractor extractor(g_context, registry);
+        g_extractor = &extractor;
         if (g_desktop) {
             platform = createPlatformObjects();
             // Switched on over the bus, as the desktop's settings do: with the
@@ -147,11 +152,11 @@ int main(int argc, char** argv) {
             // read "off" for a whole test once a GTK program had started
             // (likely the settings of the fresh home taking over).
             if (platform.accessibility) platform.accessibility->enable();
-            TRExtractionContext::setShared(platform.context());
-            registerDefaultExtractors();
+            g_context = platform.context();
         }
         status = RUN_ALL_TESTS();
-        TRExtractionContext::setShared({});
+        g_context = {};
+        g_extractor = nullptr;
         // The accessibility objects are released on the thread that used them.
         worker.async([&platform] {
             platform.scriptingTargets.reset();

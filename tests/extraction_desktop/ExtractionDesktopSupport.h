@@ -19,6 +19,8 @@
 
 #include "harness/DisposableDesktop.h"
 #include "core/TRActivity.h"
+#include "tracking/TRExtractionContext.h"
+#include "tracking/TRInfoExtractor.h"
 
 inline constexpr int kWindowTimeoutMs = 20000;
 inline constexpr int kPageTimeoutMs = 30000;
@@ -26,6 +28,9 @@ inline constexpr int kTickSpacingMs = 200;
 
 extern std::unique_ptr<DisposableDesktop> g_desktop;  // null when none could start
 extern QString g_whyNoDesktop;
+// The helper's platform objects on the desktop, and the dispatch over them.
+extern TRExtractionContext g_context;
+extern TRInfoExtractor* g_extractor;
 
 // The worker step on the worker thread, waited for.
 struct WorkerStep final {

@@ -122,7 +122,7 @@ TEST(ExtractionOnDesktop, DesktopAgentsInFrontAreNotTracked) {
         const qint64 pid = startInFront(
             [&] { return g_desktop->startProgram(program, xtermArguments(QLatin1String(agent))); });
         ASSERT_GT(pid, 0);
-        for (int i = 0; i < 3; ++i) EXPECT_FALSE(TRInfoExtractor::currentActivity());
+        for (int i = 0; i < 3; ++i) EXPECT_FALSE(g_extractor->currentActivity());
 
         // Back to an ordinary program: tracked again.
         ASSERT_TRUE(g_desktop->activateWindow(*ordinaryWindow));
@@ -288,7 +288,7 @@ TEST(ExtractionOnDesktop, StoppedApplicationNeverHoldsUpCurrentActivityAndDelays
     // Every thread stopped, as a program stopped for real has long been by
     // the next tick.
     DisposableDesktop::waitUntil([pid] { return processState(pid) == 'T'; }, 2000, 5);
-    std::optional<TRActivity> front = TRInfoExtractor::currentActivity();
+    std::optional<TRActivity> front = g_extractor->currentActivity();
     ASSERT_TRUE(front && front->runningApplication());
 
     WorkerStep first{*front, {}, 0};
@@ -297,7 +297,7 @@ TEST(ExtractionOnDesktop, StoppedApplicationNeverHoldsUpCurrentActivityAndDelays
     for (int i = 0; i < 5; ++i) {
         QElapsedTimer timer;
         timer.start();
-        const std::optional<TRActivity> again = TRInfoExtractor::currentActivity();
+        const std::optional<TRActivity> again = g_extractor->currentActivity();
         slowestMainMs = std::max(slowestMainMs, double(timer.nsecsElapsed()) / 1e6);
         ASSERT_TRUE(again && again->runningApplication());
         EXPECT_EQ(again->runningApplication()->processIdentifier, pid);

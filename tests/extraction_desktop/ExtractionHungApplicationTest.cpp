@@ -42,7 +42,7 @@ Gtk.main()
 QString whatTheTreeSays(qint64 pid) {
     QString said;
     runOnWorker([&] {
-        AccessibilityProvider* provider = TRExtractionContext::shared().accessibility;
+        AccessibilityProvider* provider = g_context.accessibility;
         said = provider->isEnabled() ? QStringLiteral("accessibility on; ")
                                      : QStringLiteral("accessibility off; ");
         const AccessibilityElementRef application = provider->applicationElement(qint32(pid));
@@ -99,7 +99,7 @@ TEST(ExtractionOnDesktop, HungApplicationDelaysOneWorkerStepByAboutItsTimeout) {
         ASSERT_TRUE(block.open(QIODevice::WriteOnly));
     }
     DisposableDesktop::waitUntil([] { return false; }, 300);  // the loop notices within 20 ms
-    std::optional<TRActivity> front = TRInfoExtractor::currentActivity();
+    std::optional<TRActivity> front = g_extractor->currentActivity();
     ASSERT_TRUE(front && front->runningApplication());
 
     WorkerStep first{*front, {}, 0};
@@ -108,7 +108,7 @@ TEST(ExtractionOnDesktop, HungApplicationDelaysOneWorkerStepByAboutItsTimeout) {
     for (int i = 0; i < 10; ++i) {
         QElapsedTimer timer;
         timer.start();
-        const std::optional<TRActivity> again = TRInfoExtractor::currentActivity();
+        const std::optional<TRActivity> again = g_extractor->currentActivity();
         slowestMainMs = std::max(slowestMainMs, double(timer.nsecsElapsed()) / 1e6);
         ASSERT_TRUE(again && again->runningApplication());
         EXPECT_EQ(again->runningApplication()->processIdentifier, pid);

@@ -1,6 +1,6 @@
 #pragma once
-// A test fixture that installs fake platform objects as the extraction
-// context for the length of one test, and helpers to build activities.
+// A test fixture with fake platform objects, the default extractors and a
+// dispatch over them, and helpers to build activities.
 
 #include <gtest/gtest.h>
 
@@ -10,6 +10,8 @@
 #include "fakes/FakeWindowSystem.h"
 #include "core/TRActivity.h"
 #include "tracking/TRExtractionContext.h"
+#include "tracking/TRExtractorRegistry.h"
+#include "tracking/TRInfoExtractor.h"
 
 inline RunningApplication makeApplication(qint32 pid, const QString& id,
                                           const QString& executable = QString()) {
@@ -31,17 +33,20 @@ inline TRActivity makeActivity(const RunningApplication& application) {
 class ExtractionTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        TRExtractionContext context;
-        context.windowSystem = &m_windows;
-        context.runningApplications = &m_applications;
-        context.accessibility = &m_accessibility;
-        context.scriptingTargets = &m_scripting;
-        TRExtractionContext::setShared(context);
+        useContext({&m_windows, &m_applications, &m_accessibility, &m_scripting});
     }
-    void TearDown() override { TRExtractionContext::setShared(TRExtractionContext()); }
+    // A fresh dispatch on other platform objects (none: a desktop without).
+    void useContext(const TRExtractionContext& context) {
+        m_context = context;
+        m_extractor = std::make_unique<TRInfoExtractor>(m_context, m_registry);
+    }
+    TRInfoExtractor& extractor() { return *m_extractor; }
 
     FakeWindowSystem m_windows;
     FakeRunningApplications m_applications;
     FakeAccessibilityProvider m_accessibility;
     FakeScriptingTargets m_scripting;
+    TRExtractionContext m_context;
+    TRExtractorRegistry m_registry = TRExtractorRegistry::withDefaultExtractors();
+    std::unique_ptr<TRInfoExtractor> m_extractor;
 };

@@ -14,7 +14,7 @@ constexpr qint32 kPid = 4321;
 
 class InspectCommandTest : public ExtractionTest {
 protected:
-    TRExtractionContext platform() { return TRExtractionContext::shared(); }
+    TRExtractionContext platform() { return m_context; }
 
     int run(const QStringList& arguments, const TRExtractionContext& context) {
         m_out.clear();

@@ -75,7 +75,6 @@ protected:
         FakeScriptingTargets scripting;
         TRExtractionContext context;
         context.scriptingTargets = &scripting;
-        TRExtractionContext::setShared(context);
         auto application = scripting.application(kPid);
         for (const Answer& a : c.answers) application->answer(q(a.reference), a.value);
 
@@ -83,7 +82,7 @@ protected:
         if (c.documentPath) activity.setDocumentPath(q(c.documentPath));
         if (c.documentTitle) activity.setDocumentTitle(q(c.documentTitle));
         if (c.windowTitle) activity.setWindowTitle(q(c.windowTitle));
-        TRGenericInfoExtractor::instance().writeDetailsForActivity(activity);
+        TRGenericInfoExtractor::instance().writeDetailsForActivity(activity, context);
 
         ASSERT_TRUE(activity.details().has_value());
         EXPECT_EQ(activity.documentPath(), q(c.wantDocumentPath));
@@ -225,7 +224,7 @@ TEST_F(TRGenericInfoExtractorTest, RemovesTheDetailsOfAnApplicationThatHasQuit) 
     TRActivity activity = makeActivity(makeApplication(kPid, QStringLiteral("org.example.Editor")));
     activity.setWindowTitle(QStringLiteral("Title"));
 
-    TRGenericInfoExtractor::instance().writeDetailsForActivity(activity);
+    TRGenericInfoExtractor::instance().writeDetailsForActivity(activity, m_context);
 
     EXPECT_FALSE(activity.details().has_value());
     ASSERT_NE(activity.runningApplication(), nullptr);
@@ -251,7 +250,7 @@ TEST_F(TRGenericInfoExtractorTest, LeavesTheDetailsAloneWhenNobodyCanBeAsked) {
              a = bare;
          }},
         {"no scripting on this desktop",
-         [](TRActivity&) { TRExtractionContext::setShared(TRExtractionContext()); }},
+         [this](TRActivity&) { useContext(TRExtractionContext()); }},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -263,7 +262,7 @@ TEST_F(TRGenericInfoExtractorTest, LeavesTheDetailsAloneWhenNobodyCanBeAsked) {
         c.prepare(activity);
         const std::optional<TRActivityDetails> before = activity.details();
 
-        TRGenericInfoExtractor::instance().writeDetailsForActivity(activity);
+        TRGenericInfoExtractor::instance().writeDetailsForActivity(activity, m_context);
 
         ASSERT_TRUE(activity.details().has_value());
         EXPECT_TRUE(activity.details()->isEqual(&*before));

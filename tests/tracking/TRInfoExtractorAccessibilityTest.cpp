@@ -46,7 +46,7 @@ protected:
         TRActivity activity =
             makeActivity(makeApplication(kPid, QStringLiteral("org.example.Editor")));
         if (listTitle) activity.setWindowTitle(q(listTitle));
-        TRInfoExtractor::completeActivityFromAccessibility(activity);
+        extractor().completeActivityFromAccessibility(activity);
         return activity;
     }
     void expectCompleted(const TreeCase& c) {
@@ -189,11 +189,11 @@ TEST_F(TRInfoExtractorAccessibilityTest, LeavesTheWindowListAloneWhenAccessibili
     EXPECT_TRUE(activity.documentPath().isNull());
     EXPECT_EQ(m_accessibility.applicationElementRequests(), 0);
 
-    TRExtractionContext::setShared(TRExtractionContext());
+    useContext(TRExtractionContext());
     TRActivity noProvider =
         makeActivity(makeApplication(kPid, QStringLiteral("org.example.Editor")));
     noProvider.setWindowTitle(QStringLiteral("List"));
-    TRInfoExtractor::completeActivityFromAccessibility(noProvider);
+    extractor().completeActivityFromAccessibility(noProvider);
     EXPECT_EQ(noProvider.windowTitle(), QStringLiteral("List"));
 }
 
@@ -226,7 +226,7 @@ TEST_F(TRInfoExtractorAccessibilityTest, KeepsTheLastAnswerWhileABusyApplication
         TRActivity busy =
             makeActivity(makeApplication(c.pidWhileBusy, QStringLiteral("org.example.Editor")));
         busy.setWindowTitle(q(c.listTitleWhileBusy));
-        TRInfoExtractor::completeActivityFromAccessibility(busy);
+        extractor().completeActivityFromAccessibility(busy);
         EXPECT_EQ(busy.documentPath(), q(c.wantDocument));
         EXPECT_EQ(busy.documentPath().isNull(), c.wantDocument == nullptr);
         EXPECT_EQ(busy.windowTitle(), q(c.wantTitle));
@@ -235,7 +235,7 @@ TEST_F(TRInfoExtractorAccessibilityTest, KeepsTheLastAnswerWhileABusyApplication
 
 TEST_F(TRInfoExtractorAccessibilityTest, AsksNothingForAnActivityWithoutApplication) {
     TRActivity activity;
-    TRInfoExtractor::completeActivityFromAccessibility(activity);
+    extractor().completeActivityFromAccessibility(activity);
     EXPECT_EQ(m_accessibility.applicationElementRequests(), 0);
     EXPECT_TRUE(activity.windowTitle().isNull());
 }

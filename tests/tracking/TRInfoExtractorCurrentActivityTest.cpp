@@ -63,16 +63,16 @@ TEST_F(TRInfoExtractorCurrentActivityTest, ReturnsNothingForApplicationsThatAreN
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name.toStdString());
         frontIs(makeApplication(kPid, c.id, c.executable));
-        EXPECT_EQ(TRInfoExtractor::currentActivity().has_value(), !c.excluded);
+        EXPECT_EQ(extractor().currentActivity().has_value(), !c.excluded);
     }
 }
 
 TEST_F(TRInfoExtractorCurrentActivityTest, ReturnsNothingWhenTheHelperItselfIsInFront) {
     const qint32 ownPid = static_cast<qint32>(QCoreApplication::applicationPid());
     m_windows.setFrontProcess(ownPid);
-    EXPECT_FALSE(TRInfoExtractor::currentActivity().has_value());
+    EXPECT_FALSE(extractor().currentActivity().has_value());
     m_applications.add(makeApplication(ownPid, QString(), QStringLiteral("vorlix-helper")));
-    EXPECT_FALSE(TRInfoExtractor::currentActivity().has_value());
+    EXPECT_FALSE(extractor().currentActivity().has_value());
 }
 
 TEST_F(TRInfoExtractorCurrentActivityTest, TakesTheTitleOfTheFirstQualifyingWindowOfTheProcess) {
@@ -110,7 +110,7 @@ TEST_F(TRInfoExtractorCurrentActivityTest, TakesTheTitleOfTheFirstQualifyingWind
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         m_windows.setWindows(c.windows);
-        const auto activity = TRInfoExtractor::currentActivity();
+        const auto activity = extractor().currentActivity();
         ASSERT_TRUE(activity.has_value());
         ASSERT_TRUE(activity->details().has_value());
         EXPECT_EQ(activity->windowTitle(), q(c.wantTitle));
@@ -125,7 +125,7 @@ TEST_F(TRInfoExtractorCurrentActivityTest, AsksNothingOfTheApplicationOnTheMainT
     m_accessibility.add(kPid, FakeAccessibilityElement::create());
     m_scripting.application(kPid);
 
-    ASSERT_TRUE(TRInfoExtractor::currentActivity().has_value());
+    ASSERT_TRUE(extractor().currentActivity().has_value());
 
     EXPECT_EQ(m_accessibility.applicationElementRequests(), 0);
     EXPECT_EQ(m_scripting.targetRequests(), 0);
@@ -141,7 +141,7 @@ TEST_F(TRInfoExtractorCurrentActivityTest, GivesAnActivityWithoutApplicationWhen
         {"a process without an application record", [this] { m_applications.setFailing(true); },
          "Window"},
         {"a display that cannot be reached", [this] { m_windows.setAvailable(false); }, nullptr},
-        {"no window system at all", [] { TRExtractionContext::setShared(TRExtractionContext()); },
+        {"no window system at all", [this] { useContext(TRExtractionContext()); },
          nullptr},
         {"no active window on the first tick", [this] { m_windows.setFrontProcess(std::nullopt); },
          nullptr},
@@ -155,7 +155,7 @@ TEST_F(TRInfoExtractorCurrentActivityTest, GivesAnActivityWithoutApplicationWhen
         m_windows.setWindows({window(kPid, "Window")});
         c.prepare();
 
-        const auto activity = TRInfoExtractor::currentActivity();
+        const auto activity = extractor().currentActivity();
 
         ASSERT_TRUE(activity.has_value());
         EXPECT_EQ(activity->runningApplication(), nullptr);
@@ -180,7 +180,7 @@ TEST_F(TRInfoExtractorCurrentActivityTest, BridgesOneTickWithoutAnActiveWindow) 
     for (const Tick& tick : ticks) {
         SCOPED_TRACE(second++);
         m_windows.setFrontProcess(tick.front);
-        const auto activity = TRInfoExtractor::currentActivity();
+        const auto activity = extractor().currentActivity();
         ASSERT_TRUE(activity.has_value());
         EXPECT_EQ(activity->processIdentifier(), tick.wantPid);
     }
@@ -188,10 +188,10 @@ TEST_F(TRInfoExtractorCurrentActivityTest, BridgesOneTickWithoutAnActiveWindow) 
 
 TEST_F(TRInfoExtractorCurrentActivityTest, ForgetsTheLastProcessWhenThePlatformObjectsChange) {
     frontIs(makeApplication(kPid, QStringLiteral("org.example.Editor")));
-    ASSERT_EQ(TRInfoExtractor::currentActivity()->processIdentifier(), kPid);
+    ASSERT_EQ(extractor().currentActivity()->processIdentifier(), kPid);
     SetUp();
     m_windows.setFrontProcess(std::nullopt);
-    EXPECT_EQ(TRInfoExtractor::currentActivity()->processIdentifier(), 0);
+    EXPECT_EQ(extractor().currentActivity()->processIdentifier(), 0);
 }
 
 }  // namespace

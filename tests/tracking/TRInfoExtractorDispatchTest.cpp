@@ -21,16 +21,21 @@ QString q(const char* s) {
 class NamedExtractor final : public TRApplicationInfoExtractor {
 public:
     explicit NamedExtractor(const char* name) : m_name(q(name)) {}
-    void writeDetailsForActivity(TRActivity&) const override {}
+    void writeDetailsForActivity(TRActivity&, const TRExtractionContext&) const override {}
     QString name() const override { return m_name; }
 
 private:
     QString m_name;
 };
 
+QString chosenFor(const TRActivity& activity) {
+    const TRExtractorRegistry registry = TRExtractorRegistry::withDefaultExtractors();
+    const TRExtractionContext desktopWithout;
+    return TRInfoExtractor(desktopWithout, registry).extractorForActivity(activity).name();
+}
+
 QString chosenFor(const QString& bundleIdentifier) {
-    TRActivity activity = makeActivity(makeApplication(7, bundleIdentifier));
-    return TRInfoExtractor::extractorForActivity(activity).name();
+    return chosenFor(makeActivity(makeApplication(7, bundleIdentifier)));
 }
 
 TEST(TRExtractorRegistry, MatchesExactlyReplacesAndIgnoresUnusableRegistrations) {
@@ -65,7 +70,6 @@ TEST(TRExtractorRegistry, MatchesExactlyReplacesAndIgnoresUnusableRegistrations)
 }
 
 TEST(TRInfoExtractorDispatch, GroupsTheSameApplicationsUnderOneExtractor) {
-    registerDefaultExtractors();
     auto extractorNameInTable = [](const char* id) {
         for (const auto& entry : TRExtractorTables::registryEntries()) {
             if (q(entry.bundleIdentifier) == q(id)) return q(entry.extractorName);
@@ -93,7 +97,6 @@ TEST(TRInfoExtractorDispatch, GroupsTheSameApplicationsUnderOneExtractor) {
 }
 
 TEST(TRInfoExtractorDispatch, SendsUnknownAndMissingIdsToTheGenericExtractor) {
-    registerDefaultExtractors();
     EXPECT_EQ(chosenFor(QStringLiteral("com.apple.frontrow")), q("TRDummyInfoExtractor"));
     const char* generic[] = {"org.example.Unknown", "com.apple.Frontrow", "COM.APPLE.FRONTROW",
                              "firefox-esr", ""};
@@ -102,8 +105,7 @@ TEST(TRInfoExtractorDispatch, SendsUnknownAndMissingIdsToTheGenericExtractor) {
         EXPECT_EQ(chosenFor(q(id)), q(kGeneric));
     }
     EXPECT_EQ(chosenFor(QString()), q(kGeneric));
-    TRActivity noApplication;
-    EXPECT_EQ(TRInfoExtractor::extractorForActivity(noApplication).name(), q(kGeneric));
+    EXPECT_EQ(chosenFor(TRActivity()), q(kGeneric));
 }
 
 class TRInfoExtractorCallTest : public ExtractionTest {};
@@ -111,7 +113,8 @@ class TRInfoExtractorCallTest : public ExtractionTest {};
 // Records what the details looked like when the extractor was called.
 class RecordingExtractor final : public TRApplicationInfoExtractor {
 public:
-    void writeDetailsForActivity(TRActivity& activity) const override {
+    void writeDetailsForActivity(TRActivity& activity,
+                                 const TRExtractionContext&) const override {
         ++calls;
         seenWindowTitle = activity.windowTitle();
         activity.setDocumentTitle(QStringLiteral("written"));
@@ -123,8 +126,7 @@ public:
 
 TEST_F(TRInfoExtractorCallTest, RunsTheAccessibilityStepBeforeTheRegisteredExtractor) {
     static RecordingExtractor recording;
-    TRInfoExtractor::addApplicationInfoExtractor(&recording,
-                                                 QStringLiteral("org.example.Recorded"));
+    m_registry.addApplicationInfoExtractor(&recording, QStringLiteral("org.example.Recorded"));
     auto application = FakeAccessibilityElement::create();
     application->set(
         QStringLiteral("AXMainWindow"),
@@ -133,7 +135,7 @@ TEST_F(TRInfoExtractorCallTest, RunsTheAccessibilityStepBeforeTheRegisteredExtra
     TRActivity activity = makeActivity(makeApplication(42, QStringLiteral("org.example.Recorded")));
     activity.setWindowTitle(QStringLiteral("List"));
 
-    const TRApplicationInfoExtractor& ran = TRInfoExtractor::callInfoExtractorForActivity(activity);
+    const TRApplicationInfoExtractor& ran = extractor().callInfoExtractorForActivity(activity);
 
     EXPECT_EQ(&ran, &recording);
     EXPECT_EQ(recording.calls, 1);
@@ -148,7 +150,7 @@ TEST_F(TRInfoExtractorCallTest, SendsNoRequestToAnApplicationWithTheDummyExtract
     activity.setWindowTitle(QStringLiteral("Full screen"));
     const TRActivity before = activity;
 
-    EXPECT_EQ(&TRInfoExtractor::callInfoExtractorForActivity(activity),
+    EXPECT_EQ(&extractor().callInfoExtractorForActivity(activity),
               &TRDummyInfoExtractor::instance());
     EXPECT_TRUE(scripted->requests().isEmpty());
     EXPECT_TRUE(activity.isEqual(&before));
@@ -164,13 +166,13 @@ TEST_F(TRInfoExtractorCallTest, SkipsTheExtractorButNotTheTreeWhenScriptedTracki
 
     std::optional<TRActivity> activity =
         makeActivity(makeApplication(42, QStringLiteral("org.example.Editor")));
-    EXPECT_EQ(TRInfoExtractor::completeActivity(activity, true), nullptr);
+    EXPECT_EQ(extractor().completeActivity(activity, true), nullptr);
     EXPECT_TRUE(scripted->requests().isEmpty());
     EXPECT_EQ(activity->windowTitle(), QStringLiteral("Tree"));
     EXPECT_EQ(activity->documentPath(), QStringLiteral("file:///doc.txt"));
 
     std::optional<TRActivity> none;
-    EXPECT_EQ(TRInfoExtractor::completeActivity(none, false), nullptr);
+    EXPECT_EQ(extractor().completeActivity(none, false), nullptr);
     EXPECT_EQ(m_accessibility.applicationElementRequests(), 1);
 }
 
@@ -190,12 +192,12 @@ TEST_F(TRInfoExtractorCallTest, HandsEachTickFromTheMainThreadToAWorkerAndBack) 
         SCOPED_TRACE(second);
         const QString path = QStringLiteral("/doc/%1").arg(second);
         scripted->answer(QStringLiteral("docu[1].ppth"), ScriptValue{path});
-        std::optional<TRActivity> activity = TRInfoExtractor::currentActivity();
+        std::optional<TRActivity> activity = extractor().currentActivity();
         ASSERT_TRUE(activity.has_value());
         EXPECT_EQ(activity->windowTitle(), QStringLiteral("List"));
         const TRApplicationInfoExtractor* ran =
-            std::async(std::launch::async, [&activity] {
-                return TRInfoExtractor::completeActivity(activity, false);
+            std::async(std::launch::async, [this, &activity] {
+                return extractor().completeActivity(activity, false);
             }).get();
         ASSERT_NE(ran, nullptr);
         EXPECT_EQ(ran->name(), QStringLiteral("TRGenericInfoExtractor"));
