@@ -16,8 +16,6 @@
 
 namespace {
 
-QAtomicPointer<TRInfoLogger> gSharedInstance;
-
 QDateTime minusSeconds(const QDateTime& date, double seconds) {
     return date.addMSecs(-std::llround(seconds * 1000.0));
 }
@@ -34,7 +32,6 @@ TRInfoLogger::TRInfoLogger(TRInfoLoggerDependencies dependencies, QObject* paren
         m_ownSettings = std::make_unique<TRSettings>();
         m_deps.settings = m_ownSettings.get();
     }
-    gSharedInstance.testAndSetOrdered(nullptr, this);
 }
 
 TRInfoLogger::~TRInfoLogger() {
@@ -45,11 +42,6 @@ TRInfoLogger::~TRInfoLogger() {
     // Finish the worker before the members its tasks use go away; a decision
     // step still queued for this object is dropped with it.
     m_activityQueue.reset();
-    gSharedInstance.testAndSetOrdered(this, nullptr);
-}
-
-TRInfoLogger* TRInfoLogger::sharedInstance() {
-    return gSharedInstance.loadAcquire();
 }
 
 void TRInfoLogger::setShouldTrack(bool shouldTrack) {
@@ -135,27 +127,12 @@ void TRInfoLogger::trackingHandler() {
     m_activityQueue->async([this, source, activity = std::move(activity), observed,
                             extractionDisabled]() mutable {
         source->callInfoExtractorForActivity(activity ? &*activity : nullptr, extractionDisabled);
-        {
-            std::lock_guard lock(m_decisionsMutex);
-            m_pendingDecisions.push_back({std::move(activity), observed});
-        }
-        QMetaObject::invokeMethod(this, "deliverDecisions", Qt::QueuedConnection);
+        // Back to the main thread as a queued call on this object: dropped
+        // with it if the logger goes away first.
+        QMetaObject::invokeMethod(
+            this, [this, activity = std::move(activity), observed] { decide(activity, observed); },
+            Qt::QueuedConnection);
     });
-}
-
-void TRInfoLogger::deliverDecisions() {
-    for (;;) {
-        PendingDecision pending;
-        {
-            std::lock_guard lock(m_decisionsMutex);
-            if (m_pendingDecisions.empty()) {
-                return;
-            }
-            pending = std::move(m_pendingDecisions.front());
-            m_pendingDecisions.pop_front();
-        }
-        decide(std::move(pending.activity), pending.observed);
-    }
 }
 
 const TRInfoLogger::Settings& TRInfoLogger::readSettings() const {

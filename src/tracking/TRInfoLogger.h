@@ -23,10 +23,8 @@
 #include <QDateTime>
 #include <QObject>
 #include <QTimer>
-#include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 
 #include "platform/PowerAndSessionEvents.h"
@@ -69,15 +67,11 @@ public:
     // this much before the gap counts as an unannounced suspend.
     static constexpr qint64 kClockJumpToleranceMs = 10000;
 
-    // REQUIRES: the four required dependencies are set. The first logger
-    // created becomes sharedInstance() for the process's lifetime.
+    // REQUIRES: the four required dependencies are set.
     explicit TRInfoLogger(TRInfoLoggerDependencies dependencies, QObject* parent = nullptr);
     ~TRInfoLogger() override;
     TRInfoLogger(const TRInfoLogger&) = delete;
     TRInfoLogger& operator=(const TRInfoLogger&) = delete;
-
-    // The process's logger (created by main), or nullptr before it exists.
-    static TRInfoLogger* sharedInstance();
 
     // False in private mode. Setting it begins (true) or ends (false)
     // tracking, every time, even to the value it already has.
@@ -120,10 +114,6 @@ public:
     void sessionDidBecomeActive() override;
     void sessionDidResignActive() override;
 
-private Q_SLOTS:
-    // Runs the decision steps the worker has handed back (main thread).
-    void deliverDecisions();
-
 private:
     using Settings = TRSettingsSnapshot;
 
@@ -155,12 +145,4 @@ private:
     QDateTime m_lastDecisionDate;
     qint64 m_lastDecisionMonotonicMs = 0;
     QDateTime m_backdateFloor;
-    // Activities the worker has finished with, waiting for their decision
-    // step; a mutex (not the event queue) carries them between the threads.
-    std::mutex m_decisionsMutex;
-    struct PendingDecision {
-        std::optional<TRActivity> activity;
-        QDateTime observed;
-    };
-    std::deque<PendingDecision> m_pendingDecisions;
 };
