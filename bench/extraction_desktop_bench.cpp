@@ -162,22 +162,20 @@ int main(int argc, char** argv) {
     QCoreApplication application(argc, argv);
     int status = 0;
     {
-        PlatformObjects platform = createPlatformObjects();
-        // On for the session, as in the desktop tests.
-        if (platform.accessibility) platform.accessibility->enable();
         TRSerialQueue worker(QStringLiteral("extraction"));
+        PlatformObjects platform = createPlatformObjects(&worker);
+        // On for the session, as in the desktop tests.
+        if (platform.accessibility) {
+            worker.async([&platform] { platform.accessibility->enable(); });
+            worker.sync();
+        }
         const TRExtractionContext context = platform.context();
         const TRExtractorRegistry registry = TRExtractorRegistry::withDefaultExtractors();
         TRInfoExtractor dispatch(context, registry);
         g_dispatch = &dispatch;
         status = platform.windowSystem ? runBench(*desktop, worker, options) : 1;
         g_dispatch = nullptr;
-        // The accessibility objects are released on the thread that used them.
-        worker.async([&platform] {
-            platform.scriptingTargets.reset();
-            platform.accessibility.reset();
-        });
-        worker.sync();
+        releaseWorkerObjects(platform, &worker);
     }
     return status;
 }

@@ -4,18 +4,45 @@
 #include "platform/linux/AtspiScriptingTargets.h"
 #include "platform/linux/LinuxRunningApplications.h"
 #include "platform/linux/XcbWindowSystem.h"
+#include "tracking/TRSerialQueue.h"
+
+#include <functional>
 
 // X11 today; a Wayland session gets its own window system here later, behind
 // the same interfaces.
-PlatformObjects createPlatformObjects() {
+namespace {
+
+void createAccessibilityObjects(PlatformObjects& objects) {
+    auto accessibility = std::make_unique<AtspiAccessibilityProvider>();
+    objects.scriptingTargets = std::make_unique<AtspiScriptingTargets>(*accessibility);
+    objects.accessibility = std::move(accessibility);
+}
+
+void onWorker(TRSerialQueue* worker, const std::function<void()>& task) {
+    if (worker == nullptr) {
+        task();
+        return;
+    }
+    worker->async(task);
+    worker->sync();
+}
+
+}  // namespace
+
+PlatformObjects createPlatformObjects(TRSerialQueue* worker) {
     PlatformObjects objects;
     auto windows = std::make_unique<XcbWindowSystem>();
     if (windows->isAvailable()) {
         objects.runningApplications = std::make_unique<LinuxRunningApplications>(*windows);
         objects.windowSystem = std::move(windows);
     }
-    auto accessibility = std::make_unique<AtspiAccessibilityProvider>();
-    objects.scriptingTargets = std::make_unique<AtspiScriptingTargets>(*accessibility);
-    objects.accessibility = std::move(accessibility);
+    onWorker(worker, [&objects] { createAccessibilityObjects(objects); });
     return objects;
+}
+
+void releaseWorkerObjects(PlatformObjects& objects, TRSerialQueue* worker) {
+    onWorker(worker, [&objects] {
+        objects.scriptingTargets.reset();
+        objects.accessibility.reset();
+    });
 }

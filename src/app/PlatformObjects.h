@@ -3,8 +3,11 @@
 // created once and owned for the life of the process. A member left empty
 // means this desktop offers no such facility; its users then do without.
 //
-// Thread: created and destroyed on the main thread, after the tracking loop
-// has stopped.
+// Thread: the window system and the running applications belong to the main
+// thread. The accessibility objects belong to the one thread that asks them
+// (the extraction worker): they are created there and released there, since
+// the accessibility library is not thread-safe. Without a worker (`inspect`,
+// which runs both steps on one thread) they belong to the calling thread.
 
 #include <memory>
 
@@ -26,4 +29,11 @@ struct PlatformObjects final {
     }
 };
 
-PlatformObjects createPlatformObjects();
+class TRSerialQueue;
+
+// Main thread. With `worker`, the accessibility objects are made on it
+// (waited for).
+PlatformObjects createPlatformObjects(TRSerialQueue* worker = nullptr);
+// Main thread, the extraction stopped: releases the accessibility objects on
+// the thread they belong to (waited for).
+void releaseWorkerObjects(PlatformObjects& objects, TRSerialQueue* worker);

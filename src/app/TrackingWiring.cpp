@@ -19,7 +19,9 @@
 #include "tracking/TRExtractorRegistry.h"
 #include "tracking/TRInfoExtractor.h"
 #include "tracking/TRInfoLogger.h"
+#include "tracking/TRSerialQueue.h"
 #include "tracking/TRStatusMenuDelegate.h"
+#include "core/TRLocations.h"
 
 namespace {
 
@@ -55,20 +57,17 @@ public:
 
 TrackingWiring::TrackingWiring() = default;
 TrackingWiring::~TrackingWiring() {
-    if (!logger) return;
-    logger->endTracking();
-    // The accessibility objects belong to the worker thread that used them.
-    logger->runOnWorkerAndWait([this] {
-        platform.scriptingTargets.reset();
-        platform.accessibility.reset();
-    });
+    if (logger) logger->endTracking();
+    releaseWorkerObjects(platform, worker.get());
 }
 
 std::unique_ptr<TrackingWiring> wireTracking() {
     auto wiring = std::make_unique<TrackingWiring>();
     wiring->clock = std::make_unique<TRSystemClock>();
     wiring->settings = std::make_shared<TRSettings>();
-    wiring->platform = createPlatformObjects();
+    wiring->worker =
+        std::make_unique<TRSerialQueue>(QString::fromUtf8(TRLocations::kHelperBundleIdentifier));
+    wiring->platform = createPlatformObjects(wiring->worker.get());
     wiring->extractionContext = wiring->platform.context();
     wiring->extractors = std::make_unique<TRExtractorRegistry>(
         TRExtractorRegistry::withDefaultExtractors());
@@ -92,6 +91,7 @@ std::unique_ptr<TrackingWiring> wireTracking() {
     dependencies.idleTimeSource = wiring->idleTimeSource.get();
     dependencies.clock = wiring->clock.get();
     dependencies.settings = wiring->settings.get();
+    dependencies.worker = wiring->worker.get();
     dependencies.statusMenu = wiring->statusMenu.get();
     dependencies.powerAndSessionEvents = wiring->powerAndSessionEvents.get();
     wiring->logger = std::make_unique<TRInfoLogger>(std::move(dependencies));

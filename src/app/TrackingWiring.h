@@ -18,6 +18,7 @@ class TRClock;
 class TRExtractorRegistry;
 class TRInfoLogger;
 class TRSettings;
+class TRSerialQueue;
 class TRStatusMenuDelegate;
 
 struct TrackingWiring final {
@@ -26,6 +27,9 @@ struct TrackingWiring final {
     TrackingWiring(const TrackingWiring&) = delete;
     TrackingWiring& operator=(const TrackingWiring&) = delete;
 
+    // The extraction worker: it makes, uses and releases the accessibility
+    // objects of `platform`; it outlives the logger.
+    std::unique_ptr<TRSerialQueue> worker;
     PlatformObjects platform;
     std::shared_ptr<TRSettings> settings;  // shared with the activity store
     std::unique_ptr<TRClock> clock;

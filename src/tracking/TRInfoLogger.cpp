@@ -24,13 +24,17 @@ QDateTime minusSeconds(const QDateTime& date, double seconds) {
 
 TRInfoLogger::TRInfoLogger(TRInfoLoggerDependencies dependencies, QObject* parent)
     : QObject(parent),
-      m_deps(std::move(dependencies)),
-      m_activityQueue(std::make_unique<TRSerialQueue>(
-          QString::fromUtf8(TRLocations::kHelperBundleIdentifier))) {
+      m_deps(std::move(dependencies)) {
     Q_ASSERT(m_deps.activitySource && m_deps.recorder && m_deps.idleTimeSource && m_deps.clock);
     if (!m_deps.settings) {
         m_ownSettings = std::make_unique<TRSettings>();
         m_deps.settings = m_ownSettings.get();
+    }
+    m_activityQueue = m_deps.worker;
+    if (m_activityQueue == nullptr) {
+        m_ownQueue = std::make_unique<TRSerialQueue>(
+            QString::fromUtf8(TRLocations::kHelperBundleIdentifier));
+        m_activityQueue = m_ownQueue.get();
     }
 }
 
@@ -39,9 +43,10 @@ TRInfoLogger::~TRInfoLogger() {
         m_deps.powerAndSessionEvents->setObserver(nullptr);
     }
     endTracking();
-    // Finish the worker before the members its tasks use go away; a decision
-    // step still queued for this object is dropped with it.
-    m_activityQueue.reset();
+    // Finish the worker's tasks before the members they use go away; a
+    // decision step still queued for this object is dropped with it.
+    m_activityQueue->sync();
+    m_ownQueue.reset();
 }
 
 void TRInfoLogger::setShouldTrack(bool shouldTrack) {
@@ -73,11 +78,6 @@ void TRInfoLogger::beginTracking() {
         m_deps.powerAndSessionEvents->setObserver(this);
     }
     qCInfo(lcTracking) << "tracking started";
-}
-
-void TRInfoLogger::runOnWorkerAndWait(std::function<void()> task) {
-    m_activityQueue->async(std::move(task));
-    m_activityQueue->sync();
 }
 
 void TRInfoLogger::endTracking() {

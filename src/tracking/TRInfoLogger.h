@@ -48,6 +48,9 @@ struct TRInfoLoggerDependencies {
     PowerAndSessionEvents* powerAndSessionEvents = nullptr;  // none: never notified
     // The helper's settings; none: the logger reads the helper's own file.
     TRSettings* settings = nullptr;
+    // The extraction worker, which owns the accessibility objects the source
+    // uses; none: the logger starts a worker of its own.
+    TRSerialQueue* worker = nullptr;
     // False leaves the timers unstarted so a test can call trackingHandler()
     // and flushChanges() itself; isTracking() still tells whether they exist.
     bool runTimers = true;
@@ -90,11 +93,6 @@ public:
     void beginTracking();
     void endTracking();
 
-    // Runs `task` on the extractor worker and waits until it has run: for
-    // objects that must be released on the thread that used them.
-    // REQUIRES: main thread, tracking stopped.
-    void runOnWorkerAndWait(std::function<void()> task);
-
     // The tick and the save, normally called by the timers.
     void trackingHandler();
     void flushChanges();
@@ -131,7 +129,8 @@ private:
 
     TRInfoLoggerDependencies m_deps;
     std::unique_ptr<TRSettings> m_ownSettings;  // when none was given
-    std::unique_ptr<TRSerialQueue> m_activityQueue;
+    std::unique_ptr<TRSerialQueue> m_ownQueue;  // when no worker was given
+    TRSerialQueue* m_activityQueue = nullptr;
     bool m_logTaskRunning = false;
     std::unique_ptr<QTimer> m_trackingTimer;
     std::unique_ptr<QTimer> m_saveTimer;

@@ -146,23 +146,18 @@ int main(int argc, char** argv) {
         TRInfoExtractor extractor(g_context, registry);
         g_extractor = &extractor;
         if (g_desktop) {
-            platform = createPlatformObjects();
+            platform = createPlatformObjects(&worker);
             // Switched on over the bus, as the desktop's settings do: with the
             // launcher's command-line switch alone the switch now and then
             // read "off" for a whole test once a GTK program had started
             // (likely the settings of the fresh home taking over).
-            if (platform.accessibility) platform.accessibility->enable();
+            if (platform.accessibility) runOnWorker([&platform] { platform.accessibility->enable(); });
             g_context = platform.context();
         }
         status = RUN_ALL_TESTS();
         g_context = {};
         g_extractor = nullptr;
-        // The accessibility objects are released on the thread that used them.
-        worker.async([&platform] {
-            platform.scriptingTargets.reset();
-            platform.accessibility.reset();
-        });
-        worker.sync();
+        releaseWorkerObjects(platform, &worker);
         g_worker = nullptr;
     }
     g_desktop.reset();
