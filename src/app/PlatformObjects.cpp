@@ -1,10 +1,11 @@
 #include "app/PlatformObjects.h"
 
 #include "platform/linux/AtspiAccessibility.h"
-#include "platform/linux/AtspiScriptingTargets.h"
+#include "platform/linux/LinuxProcessSource.h"
 #include "platform/linux/LinuxRunningApplications.h"
 #include "platform/linux/XcbWindowSystem.h"
 #include "tracking/TRSerialQueue.h"
+#include "tracking/bridge/TRDesktopScriptingTargets.h"
 
 #include <functional>
 
@@ -14,7 +15,8 @@ namespace {
 
 void createAccessibilityObjects(PlatformObjects& objects) {
     auto accessibility = std::make_unique<AtspiAccessibilityProvider>();
-    objects.scriptingTargets = std::make_unique<AtspiScriptingTargets>(*accessibility);
+    objects.scriptingTargets =
+        std::make_unique<TRDesktopScriptingTargets>(*accessibility, *objects.processes);
     objects.accessibility = std::move(accessibility);
 }
 
@@ -31,6 +33,7 @@ void onWorker(TRSerialQueue* worker, const std::function<void()>& task) {
 
 PlatformObjects createPlatformObjects(TRSerialQueue* worker) {
     PlatformObjects objects;
+    objects.processes = std::make_unique<LinuxProcessSource>();
     auto windows = std::make_unique<XcbWindowSystem>();
     if (windows->isAvailable()) {
         objects.runningApplications = std::make_unique<LinuxRunningApplications>(*windows);

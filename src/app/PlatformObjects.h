@@ -12,8 +12,9 @@
 #include <memory>
 
 #include "platform/AccessibilityElement.h"
+#include "platform/ProcessSource.h"
 #include "platform/RunningApplications.h"
-#include "platform/ScriptingTarget.h"
+#include "tracking/bridge/ScriptingTarget.h"
 #include "tracking/TRExtractionContext.h"
 #include "platform/WindowSystem.h"
 
@@ -21,11 +22,12 @@ struct PlatformObjects final {
     std::unique_ptr<WindowSystem> windowSystem;
     std::unique_ptr<RunningApplications> runningApplications;
     std::unique_ptr<AccessibilityProvider> accessibility;
-    std::unique_ptr<ScriptingTargets> scriptingTargets;
+    std::unique_ptr<ProcessSource> processes;
+    std::unique_ptr<ScriptingTargets> scriptingTargets;  // over accessibility and processes
 
     TRExtractionContext context() const {
         return {windowSystem.get(), runningApplications.get(), accessibility.get(),
-                scriptingTargets.get()};
+                scriptingTargets.get(), processes.get()};
     }
 };
 

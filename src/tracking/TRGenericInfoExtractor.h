@@ -19,7 +19,7 @@
 
 #include <optional>
 
-#include "platform/ScriptingTarget.h"
+#include "tracking/bridge/ScriptingTarget.h"
 #include "tracking/TRApplicationInfoExtractor.h"
 
 class TRGenericInfoExtractor final : public TRApplicationInfoExtractor {

@@ -18,7 +18,7 @@
 #include <QStringList>
 #include <mutex>
 
-#include "platform/ScriptingTarget.h"
+#include "tracking/bridge/ScriptingTarget.h"
 
 class FakeScriptedApplication final {
 public:

@@ -42,7 +42,7 @@
 #include <optional>
 
 #include "platform/AccessibilityElement.h"
-#include "platform/linux/WindowDocumentSource.h"
+#include "platform/WindowDocumentSource.h"
 
 class AtspiAccessibilityProvider final : public AccessibilityProvider,
                                          public WindowDocumentSource {

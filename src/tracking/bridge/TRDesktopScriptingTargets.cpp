@@ -1,6 +1,4 @@
-#include "platform/linux/AtspiScriptingTargets.h"
-
-#include "platform/linux/ProcessFacts.h"
+#include "tracking/bridge/TRDesktopScriptingTargets.h"
 
 namespace {
 
@@ -29,13 +27,13 @@ int documentWindow(const ScriptReference& reference) {
     return 0;
 }
 
-class AtspiScriptingTarget final : public ScriptingTarget {
+class DesktopScriptingTarget final : public ScriptingTarget {
 public:
-    AtspiScriptingTarget(WindowDocumentSource& provider, qint32 processIdentifier,
-                         QString procRoot)
-        : m_provider(provider), m_pid(processIdentifier), m_procRoot(std::move(procRoot)) {}
+    DesktopScriptingTarget(WindowDocumentSource& provider, ProcessSource& processes,
+                           qint32 processIdentifier)
+        : m_provider(provider), m_processes(processes), m_pid(processIdentifier) {}
 
-    bool isRunning() override { return AtspiScriptingTargets::isProcessRunning(m_pid, m_procRoot); }
+    bool isRunning() override { return m_pid > 0 && m_processes.isRunning(m_pid); }
 
     ScriptValue get(const ScriptReference& reference) override {
         if (reference.empty()) return missing();
@@ -77,19 +75,17 @@ private:
     }
 
     WindowDocumentSource& m_provider;
+    ProcessSource& m_processes;
     qint32 m_pid;
-    QString m_procRoot;
 };
 
 }  // namespace
 
-AtspiScriptingTargets::AtspiScriptingTargets(WindowDocumentSource& provider, QString procRoot)
-    : m_provider(provider), m_procRoot(std::move(procRoot)) {}
+TRDesktopScriptingTargets::TRDesktopScriptingTargets(WindowDocumentSource& documents,
+                                                     ProcessSource& processes)
+    : m_documents(documents), m_processes(processes) {}
 
-std::unique_ptr<ScriptingTarget> AtspiScriptingTargets::targetForProcess(qint32 processIdentifier) {
-    return std::make_unique<AtspiScriptingTarget>(m_provider, processIdentifier, m_procRoot);
-}
-
-bool AtspiScriptingTargets::isProcessRunning(qint32 processIdentifier, const QString& procRoot) {
-    return processIdentifier > 0 && ProcessFacts::read(processIdentifier, procRoot).exists;
+std::unique_ptr<ScriptingTarget> TRDesktopScriptingTargets::targetForProcess(
+    qint32 processIdentifier) {
+    return std::make_unique<DesktopScriptingTarget>(m_documents, m_processes, processIdentifier);
 }

@@ -1,13 +1,10 @@
-// The generic document terms answered from a window document source.
+// The extractors' terms answered from the desktop's document and process sources.
 
 #include <gtest/gtest.h>
 
-#include <QDir>
-#include <QFile>
-#include <QTemporaryDir>
 #include <map>
 
-#include "platform/linux/AtspiScriptingTargets.h"
+#include "tracking/bridge/TRDesktopScriptingTargets.h"
 
 namespace {
 
@@ -29,6 +26,16 @@ public:
     int asked = 0;
 };
 
+class FakeProcesses final : public ProcessSource {
+public:
+    bool isRunning(qint32 pid) override { return running.contains(pid); }
+    QString executablePath(qint32) override { return {}; }
+    QString workingDirectory(qint32) override { return {}; }
+    QList<qint32> children(qint32) override { return {}; }
+    qint32 foregroundProcess(qint32) override { return 0; }
+    QList<qint32> running;
+};
+
 ScriptStep property(const char* code) { return ScriptStep::property(QLatin1String(code)); }
 ScriptStep element(const char* code, int index) { return ScriptStep::element(QLatin1String(code), index); }
 
@@ -45,14 +52,19 @@ Kind kindOf(const ScriptValue& value) {
 
 }  // namespace
 
-TEST(AtspiScriptingTargetsTest, AnswersTheGenericTermsFromTheShownDocumentAndWindows) {
+TEST(TRDesktopScriptingTargetsTest, AnswersTheGenericTermsFromTheShownDocumentAndWindows) {
     FakeDocuments documents;
     documents.documents[1] = {QStringLiteral("https://example.org/a?b=c"), QStringLiteral("Page A")};
     documents.documents[2] = {QStringLiteral("file:///home/u/report.pdf"), QStringLiteral("report.pdf")};
     documents.documents[3] = {QString(), QString()};
     documents.windowNames = {{1, QStringLiteral("Page A - Browser")}, {-1, QStringLiteral("Last window")}};
-    AtspiScriptingTargets targets(documents, QStringLiteral("/nonexistent"));
+    FakeProcesses processes;
+    processes.running = {42};
+    TRDesktopScriptingTargets targets(documents, processes);
     const auto target = targets.targetForProcess(42);
+    EXPECT_TRUE(target->isRunning());
+    EXPECT_FALSE(targets.targetForProcess(43)->isRunning());
+    EXPECT_FALSE(targets.targetForProcess(0)->isRunning());
 
     const struct {
         const char* name;
@@ -97,22 +109,4 @@ TEST(AtspiScriptingTargetsTest, AnswersTheGenericTermsFromTheShownDocumentAndWin
         case Kind::Missing: break;
         }
     }
-}
-
-TEST(AtspiScriptingTargetsTest, RunningMeansALiveProcessInProc) {
-    QTemporaryDir proc;
-    const auto write = [&](int pid, const char* state) {
-        QDir().mkpath(proc.path() + QStringLiteral("/%1").arg(pid));
-        QFile stat(proc.path() + QStringLiteral("/%1/stat").arg(pid));
-        ASSERT_TRUE(stat.open(QIODevice::WriteOnly));
-        stat.write(QByteArray::number(pid) + " (x) y) " + state + " 1 1 1 0 -1 0 0 0 0 0 0 0 0 0 20 0 1 0 9\n");
-    };
-    write(10, "S");
-    write(11, "Z");
-    FakeDocuments documents;
-    AtspiScriptingTargets targets(documents, proc.path());
-    EXPECT_TRUE(targets.targetForProcess(10)->isRunning());
-    EXPECT_FALSE(targets.targetForProcess(11)->isRunning());
-    EXPECT_FALSE(targets.targetForProcess(12)->isRunning());
-    EXPECT_FALSE(targets.targetForProcess(0)->isRunning());
 }

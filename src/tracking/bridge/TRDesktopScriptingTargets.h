@@ -1,6 +1,7 @@
 #pragma once
-// AtspiScriptingTargets: the generic document terms, answered from the
-// accessibility tree (through a WindowDocumentSource).
+// TRDesktopScriptingTargets: the extractors' object references answered from
+// the desktop's own sources: the windows' documents and names (on Linux, the
+// accessibility tree) and the process table.
 //
 // Where each term comes from:
 //   current document 'pADc', document 1 'docu', document 'docu' of window 1
@@ -15,26 +16,28 @@
 //                          top-level windows (1 = the active one, -1 = last)
 //   <window> 'pnam'     -> the window's accessible name
 //   anything else ('ppth', 'file', 'Dpth', 'url ', 'FTPc', ...) -> missing
-// `isRunning` reads /proc: a process that is gone or a zombie is not running.
+// `isRunning` asks the process source: a process that is gone or has ended
+// is not running.
+//
+// A new term joins here, answered from one of the sources (or a new small
+// source interface in platform/), so an extractor never needs a transport
+// of its own.
 //
 // Thread: the thread of the document source (for AT-SPI, the tracking
 // worker).
 
-#include "platform/linux/WindowDocumentSource.h"
-#include "platform/ScriptingTarget.h"
+#include "platform/ProcessSource.h"
+#include "platform/WindowDocumentSource.h"
+#include "tracking/bridge/ScriptingTarget.h"
 
-class AtspiScriptingTargets final : public ScriptingTargets {
+class TRDesktopScriptingTargets final : public ScriptingTargets {
 public:
-    // `provider` must outlive every target made here.
-    explicit AtspiScriptingTargets(WindowDocumentSource& provider,
-                                   QString procRoot = QStringLiteral("/proc"));
+    // Both sources must outlive every target made here.
+    TRDesktopScriptingTargets(WindowDocumentSource& documents, ProcessSource& processes);
 
     std::unique_ptr<ScriptingTarget> targetForProcess(qint32 processIdentifier) override;
 
-    // Whether /proc shows a live (not zombie) process; exposed for tests.
-    static bool isProcessRunning(qint32 processIdentifier, const QString& procRoot);
-
 private:
-    WindowDocumentSource& m_provider;
-    QString m_procRoot;
+    WindowDocumentSource& m_documents;
+    ProcessSource& m_processes;
 };

@@ -7,9 +7,9 @@
 // "file" file, "Dpth" file path, "pURL" URL, "url " alternative URL, "FTPc"
 // alternative path, "pnam" name, ...). A get request answers a value of one
 // kind, and extractors test the kind before use; anything unanswerable is
-// `ScriptMissing`. On Linux the transports behind this are the accessibility
-// tree, the application's D-Bus interfaces, the window title and /proc; each
-// extractor states where each term comes from.
+// `ScriptMissing`. The helper answers them in TRDesktopScriptingTargets from
+// the desktop's own sources (the windows' documents from the accessibility
+// tree, the process table); each extractor states where each term comes from.
 //
 // Thread: the tracking worker only. Every request is bounded by a timeout.
 

@@ -1,0 +1,29 @@
+#pragma once
+// ProcessSource: what the system says about a running process.
+//
+// The Linux answer reads /proc; tests use a fake. Extractors reach it
+// through the scripting bridge (whether the application still runs) and,
+// for terminals, through the working directory of the process in front of
+// a shell.
+//
+// Thread: any; every call reads the process table afresh.
+
+#include <QList>
+#include <QString>
+
+class ProcessSource {
+public:
+    virtual ~ProcessSource() = default;
+
+    // False for a process that is gone or has ended (a zombie).
+    virtual bool isRunning(qint32 processIdentifier) = 0;
+    // The executable's absolute path; null when unreadable.
+    virtual QString executablePath(qint32 processIdentifier) = 0;
+    // The process's current working directory; null when unreadable.
+    virtual QString workingDirectory(qint32 processIdentifier) = 0;
+    // The process's direct children, oldest first; empty when unreadable.
+    virtual QList<qint32> children(qint32 processIdentifier) = 0;
+    // The foreground process group of the terminal the process is attached
+    // to (a shell's running command, or the shell itself); 0 when none.
+    virtual qint32 foregroundProcess(qint32 processIdentifier) = 0;
+};

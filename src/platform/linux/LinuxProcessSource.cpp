@@ -1,0 +1,69 @@
+#include "platform/linux/LinuxProcessSource.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include "platform/linux/ProcessFacts.h"
+
+namespace {
+
+QByteArray readSmallFile(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.read(64 * 1024) : QByteArray();
+}
+
+}  // namespace
+
+LinuxProcessSource::LinuxProcessSource(QString procRoot) : m_procRoot(std::move(procRoot)) {}
+
+QString LinuxProcessSource::path(qint32 processIdentifier, const char* entry) const {
+    return QStringLiteral("%1/%2/%3").arg(m_procRoot).arg(processIdentifier).arg(
+        QLatin1String(entry));
+}
+
+bool LinuxProcessSource::isRunning(qint32 processIdentifier) {
+    return processIdentifier > 0 && ProcessFacts::readLiveness(processIdentifier, m_procRoot).exists;
+}
+
+QString LinuxProcessSource::executablePath(qint32 processIdentifier) {
+    if (processIdentifier <= 0) return {};
+    return ProcessFacts::read(processIdentifier, m_procRoot).executablePath;
+}
+
+QString LinuxProcessSource::workingDirectory(qint32 processIdentifier) {
+    if (processIdentifier <= 0) return {};
+    const QString target = QFileInfo(path(processIdentifier, "cwd")).symLinkTarget();
+    return target.isEmpty() ? QString() : target;
+}
+
+QList<qint32> LinuxProcessSource::children(qint32 processIdentifier) {
+    QList<qint32> found;
+    if (processIdentifier <= 0) return found;
+    // Each thread lists the children it started; most programs start them
+    // from their main thread, but a terminal may not.
+    const QDir tasks(path(processIdentifier, "task"));
+    for (const QString& task : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name)) {
+        const QByteArray text = readSmallFile(tasks.filePath(task + QStringLiteral("/children")));
+        for (const QByteArray& word : text.split(' ')) {
+            bool ok = false;
+            const qint32 child = word.trimmed().toInt(&ok);
+            if (ok && child > 0 && !found.contains(child)) found.append(child);
+        }
+    }
+    return found;
+}
+
+qint32 LinuxProcessSource::foregroundProcess(qint32 processIdentifier) {
+    if (processIdentifier <= 0) return 0;
+    const QByteArray stat = readSmallFile(path(processIdentifier, "stat"));
+    // The command name may hold spaces and parentheses: fields count from
+    // the last ')'. tpgid is field 8; the state (field 3) is the first after it.
+    const qsizetype close = stat.lastIndexOf(')');
+    if (close < 0) return 0;
+    const QList<QByteArray> fields = stat.mid(close + 2).split(' ');
+    if (fields.size() < 6) return 0;
+    bool ok = false;
+    const qint32 group = fields[5].toInt(&ok);
+    return ok && group > 0 ? group : 0;
+}
