@@ -74,16 +74,4 @@ TEST(TRActivityEquality, AbsentOtherIsNeverEqual) {
     EXPECT_FALSE(a.details()->isEqual(nullptr));
 }
 
-TEST(TRActivityDescription, PrintsAbsentFieldsAsNull) {
-    const TRActivity a;
-    EXPECT_EQ(a.description(),
-              QStringLiteral("application: (null)\npathComponents: (null)\ndocumentPath: (null)\n"
-                             "documentTitle: (null)\nwindowTitle: (null)"));
-    TRActivity filled = activity(5, QStringLiteral("/tmp/x"));
-    filled.setPathComponents(QStringList{QStringLiteral("a"), QStringLiteral("b")});
-    EXPECT_TRUE(filled.description().contains(QStringLiteral("pid=5")));
-    EXPECT_TRUE(filled.description().contains(QStringLiteral("pathComponents: (a, b)")));
-    EXPECT_TRUE(filled.description().contains(QStringLiteral("documentPath: /tmp/x")));
-}
-
 }  // namespace

@@ -74,21 +74,6 @@ qint64 startAndActivate(const std::function<qint64()>& start) {
 
 }  // namespace
 
-TEST(AtspiAccessibilityTest, ChromiumPageAddressIsTheDocumentAndFollowsANewTab) {
-    REQUIRE_DESKTOP();
-    if (!DisposableDesktop::missingTool({QStringLiteral("chromium")}).isEmpty()) GTEST_SKIP() << "no chromium";
-    ASSERT_FALSE(site().isEmpty());
-    const qint64 pid = startAndActivate([] { return g_desktop->startChromium(page("one")); });
-    ASSERT_GT(pid, 0);
-    expectIdentity(pid, QStringLiteral("chromium"), QStringLiteral("Chromium Web Browser"));
-
-    EXPECT_TRUE(waitForPageAddress(pid, page("one"))) << qPrintable(pageAddress(pid));
-    EXPECT_EQ(stringOf(windowAttribute(pid, "AXMainWindow", "AXRole")), QStringLiteral("AXWindow"));
-    ASSERT_TRUE(g_desktop->openChromiumTab(page("two")));
-    EXPECT_TRUE(waitForPageAddress(pid, page("two"))) << qPrintable(pageAddress(pid));
-    g_desktop->stopProgram(pid);
-}
-
 // Everything about Firefox in one run: its identity, the page address and a
 // tab switch, the scripting target's terms, and a stopped Firefox.
 TEST(AtspiAccessibilityTest, FirefoxPageAddressFollowsTabsAndAStoppedFirefoxCostsOneTimeout) {

@@ -23,23 +23,6 @@ qsizetype positionOf(const std::vector<qint32>& pids, qint64 pid) {
 
 }  // namespace
 
-TEST(XcbWindowSystemTest, FrontWindowOfXtermHasItsTitleClassAndProcess) {
-    REQUIRE_DESKTOP();
-    ASSERT_TRUE(windows().isAvailable());
-    const auto [pid, window] = startFrontXterm(QStringLiteral("vorlix title check"));
-    ASSERT_TRUE(window) << qPrintable(processSummary({pid}));
-
-    const auto front = windows().frontWindow();
-    ASSERT_TRUE(front);
-    EXPECT_EQ(front->windowId, *window);
-    EXPECT_EQ(front->processIdentifier, pid);
-    EXPECT_EQ(front->name, QStringLiteral("vorlix title check"));
-    EXPECT_EQ(front->instance, QStringLiteral("xterm"));
-    EXPECT_EQ(front->className, QStringLiteral("XTerm"));
-    EXPECT_EQ(windows().activeWindow(), std::optional<quint64>(*window));
-    g_desktop->stopProgram(pid);
-}
-
 TEST(XcbWindowSystemTest, FrontFollowsSwitchesAndListRunsFrontToBackWithoutMinimisedWindows) {
     REQUIRE_DESKTOP();
     const qint64 back = startTitledXterm(QStringLiteral("vorlix back"));

@@ -186,12 +186,4 @@ TEST_F(TRInfoExtractorCurrentActivityTest, BridgesOneTickWithoutAnActiveWindow) 
     }
 }
 
-TEST_F(TRInfoExtractorCurrentActivityTest, ForgetsTheLastProcessWhenThePlatformObjectsChange) {
-    frontIs(makeApplication(kPid, QStringLiteral("org.example.Editor")));
-    ASSERT_EQ(extractor().currentActivity()->processIdentifier(), kPid);
-    SetUp();
-    m_windows.setFrontProcess(std::nullopt);
-    EXPECT_EQ(extractor().currentActivity()->processIdentifier(), 0);
-}
-
 }  // namespace
