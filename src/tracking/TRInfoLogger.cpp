@@ -127,12 +127,30 @@ void TRInfoLogger::trackingHandler() {
     m_activityQueue->async([this, source, activity = std::move(activity), observed,
                             extractionDisabled]() mutable {
         source->callInfoExtractorForActivity(activity ? &*activity : nullptr, extractionDisabled);
-        // Back to the main thread as a queued call on this object: dropped
-        // with it if the logger goes away first.
-        QMetaObject::invokeMethod(
-            this, [this, activity = std::move(activity), observed] { decide(activity, observed); },
-            Qt::QueuedConnection);
+        {
+            std::lock_guard lock(m_decisionsMutex);
+            m_pendingDecisions.push_back({std::move(activity), observed});
+        }
+        // The data crosses on our own mutex, which ThreadSanitizer follows;
+        // the wake-up carries nothing. (A functor posted through Qt's event
+        // queue would be handed over by futexes inside Qt that it cannot
+        // see, and every tick would be reported as a race.) Queued on this
+        // object, the wake-up is dropped with it.
+        QMetaObject::invokeMethod(this, "deliverDecisions", Qt::QueuedConnection);
     });
+}
+
+void TRInfoLogger::deliverDecisions() {
+    for (;;) {
+        PendingDecision pending;
+        {
+            std::lock_guard lock(m_decisionsMutex);
+            if (m_pendingDecisions.empty()) return;
+            pending = std::move(m_pendingDecisions.front());
+            m_pendingDecisions.pop_front();
+        }
+        decide(std::move(pending.activity), pending.observed);
+    }
 }
 
 const TRInfoLogger::Settings& TRInfoLogger::readSettings() const {

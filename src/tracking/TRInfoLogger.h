@@ -23,7 +23,9 @@
 #include <QDateTime>
 #include <QObject>
 #include <QTimer>
+#include <deque>
 #include <functional>
+#include <mutex>
 #include <memory>
 #include <optional>
 
@@ -112,6 +114,10 @@ public:
     void sessionDidBecomeActive() override;
     void sessionDidResignActive() override;
 
+private Q_SLOTS:
+    // Runs the decision steps the worker has handed back (main thread).
+    void deliverDecisions();
+
 private:
     using Settings = TRSettingsSnapshot;
 
@@ -144,4 +150,11 @@ private:
     QDateTime m_lastDecisionDate;
     qint64 m_lastDecisionMonotonicMs = 0;
     QDateTime m_backdateFloor;
+    // Activities the worker has finished with, waiting for their decision step.
+    std::mutex m_decisionsMutex;
+    struct PendingDecision {
+        std::optional<TRActivity> activity;
+        QDateTime observed;
+    };
+    std::deque<PendingDecision> m_pendingDecisions;
 };
