@@ -12,9 +12,40 @@
 #include <memory>
 #include <vector>
 
+#include "store/TRASApplication.h"
+#include "store/TRASPathComponent.h"
 #include "store/TRActivityStore.h"
 
 namespace bench {
+
+// The benchmarks' tree: four levels of ten nodes under `application` with
+// ten one-hour intervals per leaf, saved after every third-level node.
+inline void createTestData(TRActivityStore& store, TRASApplication* application,
+                           const QDateTime& reference) {
+    TRASPathComponent* root = application ? application->pathRoot() : nullptr;
+    if (!root) return;
+    const auto child = [](TRASPathComponent* parent, int level, int index) {
+        return parent->childComponentWithValue(
+            QStringLiteral("Level%1Test%2").arg(level).arg(index), true);
+    };
+    for (int a = 0; a < 10; ++a) {
+        TRASPathComponent* n1 = child(root, 1, a);
+        for (int b = 0; b < 10; ++b) {
+            TRASPathComponent* n2 = child(n1, 2, b);
+            for (int c = 0; c < 10; ++c) {
+                TRASPathComponent* n3 = child(n2, 3, c);
+                for (int d = 0; d < 10; ++d) {
+                    TRASPathComponent* leaf = child(n3, 4, d);
+                    for (int hour = 0; hour < 10; ++hour) {
+                        store.addActivity(TRActivity(), leaf, reference.addSecs(3600 * hour),
+                                          reference.addSecs(3600 * (hour + 1)));
+                    }
+                }
+                store.save();
+            }
+        }
+    }
+}
 
 using Clock = std::chrono::steady_clock;
 

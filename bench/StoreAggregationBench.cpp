@@ -39,7 +39,7 @@ void benchTestDataFilter() {
     TRASApplication* app = TRASApplication::applicationWithBundleIdentifier(
         store, QStringLiteral("org.example.Bench"), QString(), QStringLiteral("Bench"), true);
     const QDateTime reference = kNow.addDays(-30);
-    store.createTestData(app, reference);
+    bench::createTestData(store, app, reference);
     store.save();
     TRASEventFilter filter{reference.addSecs(-1), store.now(), {}, {}};
     std::vector<double> runs, cpu;

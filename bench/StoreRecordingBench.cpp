@@ -32,7 +32,7 @@ void benchCreateTestData() {
     TRASApplication* app = TRASApplication::applicationWithBundleIdentifier(
         store, QStringLiteral("org.example.Bench"), QString(), QStringLiteral("Bench"), true);
     const auto start = bench::Clock::now();
-    store.createTestData(app, QDateTime(QDate(2024, 1, 1), QTime(0, 0), Qt::UTC));
+    bench::createTestData(store, app, QDateTime(QDate(2024, 1, 1), QTime(0, 0), Qt::UTC));
     bench::print("createTestData", bench::microsecondsSince(start) / 1000.0, "ms");
     const QString file = store.applicationSupportDirectory() + QStringLiteral("/ActivityStore.db");
     bench::print("createTestData_file_size", double(QFileInfo(file).size()) / (1024.0 * 1024.0),

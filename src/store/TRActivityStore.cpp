@@ -108,8 +108,10 @@ bool TRActivityStore::createDataFolder() {
 bool TRActivityStore::open() {
     m_openAttempted = true;
     if (!createDataFolder()) {
-        m_options.reporter->presentError(TRError{QStringLiteral("YOUR_ERROR_DOMAIN"), 9999,
-                                                 QStringLiteral("Failed to initialize the store")});
+        m_options.reporter->presentError(
+            TRError{QStringLiteral("YOUR_ERROR_DOMAIN"), 9999,
+                    QStringLiteral("Failed to initialize the store"),
+                    QStringLiteral("There was an error building up the data file.")});
         return false;
     }
     const QString file = QDir(m_options.dataFolder).filePath(QStringLiteral("ActivityStore.db"));

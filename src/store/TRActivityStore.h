@@ -124,10 +124,6 @@ public:
     QDateTime startDateOfOldestHourlyEvent();
     QDateTime startDateOfNewestHourlyEvent();
 
-    // Development aids (bench/): four levels of ten nodes under `application`
-    // with ten one-hour intervals per leaf, saved after every third-level node.
-    void createTestData(TRASApplication* application, const QDateTime& reference);
-
 Q_SIGNALS:
     // The in-process form of kDidSaveActivityStoreNotification, for a program
     // whose id does not end in "Helper".

@@ -249,29 +249,3 @@ QDateTime TRActivityStore::startDateOfOldestHourlyEvent() {
 QDateTime TRActivityStore::startDateOfNewestHourlyEvent() {
     return dateForFunctionOnHourlyEvents("max:");
 }
-
-void TRActivityStore::createTestData(TRASApplication* application, const QDateTime& reference) {
-    TRASPathComponent* root = application ? application->pathRoot() : nullptr;
-    if (!root) return;
-    for (int a = 0; a < 10; ++a) {
-        TRASPathComponent* n1 =
-            root->childComponentWithValue(QStringLiteral("Level1Test%1").arg(a), true);
-        for (int b = 0; b < 10; ++b) {
-            TRASPathComponent* n2 =
-                n1->childComponentWithValue(QStringLiteral("Level2Test%1").arg(b), true);
-            for (int c = 0; c < 10; ++c) {
-                TRASPathComponent* n3 =
-                    n2->childComponentWithValue(QStringLiteral("Level3Test%1").arg(c), true);
-                for (int d = 0; d < 10; ++d) {
-                    TRASPathComponent* leaf =
-                        n3->childComponentWithValue(QStringLiteral("Level4Test%1").arg(d), true);
-                    for (int hour = 0; hour < 10; ++hour) {
-                        addActivity(TRActivity(), leaf, reference.addSecs(3600 * hour),
-                                    reference.addSecs(3600 * (hour + 1)));
-                    }
-                }
-                save();
-            }
-        }
-    }
-}

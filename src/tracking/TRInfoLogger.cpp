@@ -214,7 +214,9 @@ void TRInfoLogger::endIntervalOnClockJump(const QDateTime& now) {
     }
     resetState();
     m_lastDecisionDate = now;
-    m_backdateFloor = lastDecision;
+    // The gap itself was not time at the computer: a return is never
+    // backdated into it, however long ago the last input was.
+    m_backdateFloor = now;
     if (m_deps.statusMenu) {
         m_deps.statusMenu->resetStatusItemImages();
     }

@@ -72,6 +72,8 @@ TEST_F(OpeningTest, DoesNotCreateMissingParentFolders) {
     EXPECT_EQ(m_reporter->presented[0].code, 9999);
     EXPECT_EQ(m_reporter->presented[0].description,
               QStringLiteral("Failed to initialize the store"));
+    EXPECT_EQ(m_reporter->presented[0].failureReason,
+              QStringLiteral("There was an error building up the data file."));
     EXPECT_EQ(m_aborts, 0);
 }
 

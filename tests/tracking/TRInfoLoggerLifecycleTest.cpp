@@ -213,19 +213,26 @@ TEST_F(TrackingTest, ClockJumpEndsIntervalAtLastTick) {
     }
 }
 
-TEST_F(TrackingTest, ReturnAfterClockJumpIsNotBackdatedBeforeLastTick) {
+// An unannounced suspend: the interval after it starts at the first tick
+// after the gap, so not one second of the sleep is credited.
+TEST_F(TrackingTest, ReturnAfterClockJumpIsNotBackdatedIntoTheGap) {
     setSetting(QStringLiteral("idleTimeThresholdForSuspendingTracking"), 3600.0);
     startOn(appA());
     activeSeconds(5);
     const QDateTime lastTick = clock.now();
     clock.suspend(600.0);
     clock.advance(1.0);
+    const QDateTime firstTickAfter = clock.now();
     // An idle counter that ran on through the suspend: the last input was
     // 3 s before the last tick, which already belongs to the stored interval.
     idle.setLastInput(lastTick.addSecs(-3));
     tick();
     EXPECT_FALSE(logger->userWasIdle());
-    EXPECT_EQ(logger->previousActivityStartDate(), lastTick);
+    EXPECT_EQ(logger->previousActivityStartDate(), firstTickAfter);
+    activeSeconds(10);
+    logger->endTracking();
+    ASSERT_EQ(recorder.stored().size(), 2u);
+    expectInterval(recorder.stored()[1], 101, firstTickAfter, clock.now());
 }
 
 TEST_F(TrackingTest, PeriodicFlushSavesWithoutStopping) {
