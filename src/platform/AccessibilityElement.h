@@ -47,11 +47,6 @@ public:
     virtual QStringList attributeNames() = 0;
     // nullopt when the attribute is missing or its read failed.
     virtual std::optional<AccessibilityValue> copyAttributeValue(const QString& attribute) = 0;
-    virtual bool isAttributeSettable(const QString& attribute) = 0;
-    virtual bool setAttributeValue(const QString& attribute, const AccessibilityValue& value) = 0;
-    virtual QStringList actionNames() = 0;
-    virtual QString actionDescription(const QString& action) = 0;
-    virtual bool performAction(const QString& action) = 0;
     // 0 when unknown.
     virtual qint32 processIdentifier() = 0;
 };

@@ -36,21 +36,6 @@ void FakeAccessibilityElement::failCopyOf(const QString& attribute) {
     m_failing.insert(attribute);
 }
 
-void FakeAccessibilityElement::setSettable(const QString& attribute, bool settable) {
-    std::lock_guard guard(m_lock);
-    if (settable) {
-        m_settable.insert(attribute);
-    } else {
-        m_settable.remove(attribute);
-    }
-}
-
-void FakeAccessibilityElement::addAction(const QString& action, const QString& description) {
-    std::lock_guard guard(m_lock);
-    m_actions.append(action);
-    m_actionDescriptions.insert(action, description);
-}
-
 void FakeAccessibilityElement::setProcessIdentifier(qint32 processIdentifier) {
     std::lock_guard guard(m_lock);
     m_processIdentifier = processIdentifier;
@@ -59,11 +44,6 @@ void FakeAccessibilityElement::setProcessIdentifier(qint32 processIdentifier) {
 int FakeAccessibilityElement::copyCount(const QString& attribute) const {
     std::lock_guard guard(m_lock);
     return m_copies.value(attribute);
-}
-
-QStringList FakeAccessibilityElement::performedActions() const {
-    std::lock_guard guard(m_lock);
-    return m_performed;
 }
 
 QStringList FakeAccessibilityElement::attributeNames() {
@@ -79,36 +59,6 @@ std::optional<AccessibilityValue> FakeAccessibilityElement::copyAttributeValue(
     const auto found = m_values.constFind(attribute);
     if (found == m_values.cend()) return std::nullopt;
     return *found;
-}
-
-bool FakeAccessibilityElement::isAttributeSettable(const QString& attribute) {
-    std::lock_guard guard(m_lock);
-    return m_settable.contains(attribute);
-}
-
-bool FakeAccessibilityElement::setAttributeValue(const QString& attribute,
-                                                 const AccessibilityValue& value) {
-    std::lock_guard guard(m_lock);
-    if (!m_settable.contains(attribute)) return false;
-    m_values.insert(attribute, value);
-    return true;
-}
-
-QStringList FakeAccessibilityElement::actionNames() {
-    std::lock_guard guard(m_lock);
-    return m_actions;
-}
-
-QString FakeAccessibilityElement::actionDescription(const QString& action) {
-    std::lock_guard guard(m_lock);
-    return m_actionDescriptions.value(action);
-}
-
-bool FakeAccessibilityElement::performAction(const QString& action) {
-    std::lock_guard guard(m_lock);
-    if (!m_actions.contains(action)) return false;
-    m_performed.append(action);
-    return true;
 }
 
 qint32 FakeAccessibilityElement::processIdentifier() {

@@ -5,7 +5,6 @@
 // counts its copies, so a test can tell that an unlisted attribute was never
 // copied. Fault switches: failCopyOf(attribute) keeps the attribute listed
 // but makes its copy fail, as a hung or half-gone application does.
-// setAttributeValue() stores the value when the attribute is settable.
 // FakeAccessibilityProvider maps process identifiers to application elements
 // and can be switched off or made to refuse enable().
 //
@@ -31,19 +30,11 @@ public:
     void set(const QString& attribute, const AccessibilityValue& value);
     void remove(const QString& attribute);
     void failCopyOf(const QString& attribute);
-    void setSettable(const QString& attribute, bool settable);
-    void addAction(const QString& action, const QString& description);
     void setProcessIdentifier(qint32 processIdentifier);
     int copyCount(const QString& attribute) const;
-    QStringList performedActions() const;
 
     QStringList attributeNames() override;
     std::optional<AccessibilityValue> copyAttributeValue(const QString& attribute) override;
-    bool isAttributeSettable(const QString& attribute) override;
-    bool setAttributeValue(const QString& attribute, const AccessibilityValue& value) override;
-    QStringList actionNames() override;
-    QString actionDescription(const QString& action) override;
-    bool performAction(const QString& action) override;
     qint32 processIdentifier() override;
 
 private:
@@ -51,10 +42,6 @@ private:
     QStringList m_names;  // in the order they were set
     QHash<QString, AccessibilityValue> m_values;
     QSet<QString> m_failing;
-    QSet<QString> m_settable;
-    QStringList m_actions;
-    QHash<QString, QString> m_actionDescriptions;
-    QStringList m_performed;
     QHash<QString, int> m_copies;
     qint32 m_processIdentifier = 0;
 };

@@ -45,17 +45,6 @@ public:
                                            : windowAttribute(query, attribute);
     }
 
-    bool isAttributeSettable(const QString&) override { return false; }
-    bool setAttributeValue(const QString&, const AccessibilityValue&) override { return false; }
-    QStringList actionNames() override {
-        return withQuery<QStringList>([&](AtspiQuery& q) { return q.actionNames(m_object.get()); });
-    }
-    QString actionDescription(const QString& action) override {
-        return withQuery<QString>([&](AtspiQuery& q) { return q.actionDescription(m_object.get(), action); });
-    }
-    bool performAction(const QString& action) override {
-        return withQuery<bool>([&](AtspiQuery& q) { return q.doAction(m_object.get(), action); });
-    }
     qint32 processIdentifier() override { return m_state->processIdentifier; }
 
 private:

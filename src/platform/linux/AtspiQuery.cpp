@@ -254,50 +254,6 @@ AccessiblePtr AtspiQuery::findDocument(AtspiAccessible* window) {
     return nullptr;
 }
 
-QStringList AtspiQuery::actionNames(AtspiAccessible* object) {
-    QStringList names;
-    if (!responsive()) return names;
-    GRef<AtspiAction> action(atspi_accessible_get_action_iface(object));
-    if (!action) return names;
-    QElapsedTimer timer;
-    timer.start();
-    GError* error = nullptr;
-    const int count = atspi_action_get_n_actions(action.get(), &error);
-    noteCall(timer, error);
-    for (int i = 0; i < count && responsive(); ++i) {
-        timer.restart();
-        gchar* name = atspi_action_get_action_name(action.get(), i, &error);
-        noteCall(timer, error);
-        error = nullptr;
-        names << takeString(name);
-    }
-    return names;
-}
-
-QString AtspiQuery::actionDescription(AtspiAccessible* object, const QString& name) {
-    const int index = int(actionNames(object).indexOf(name));
-    GRef<AtspiAction> action(index >= 0 ? atspi_accessible_get_action_iface(object) : nullptr);
-    if (!action || !responsive()) return {};
-    QElapsedTimer timer;
-    timer.start();
-    GError* error = nullptr;
-    gchar* description = atspi_action_get_action_description(action.get(), index, &error);
-    noteCall(timer, error);
-    return takeString(description);
-}
-
-bool AtspiQuery::doAction(AtspiAccessible* object, const QString& name) {
-    const int index = int(actionNames(object).indexOf(name));
-    GRef<AtspiAction> action(index >= 0 ? atspi_accessible_get_action_iface(object) : nullptr);
-    if (!action || !responsive()) return false;
-    QElapsedTimer timer;
-    timer.start();
-    GError* error = nullptr;
-    const bool done = atspi_action_do_action(action.get(), index, &error) != FALSE && error == nullptr;
-    noteCall(timer, error);
-    return done;
-}
-
 std::optional<AXRect> AtspiQuery::extents(AtspiAccessible* object) {
     if (!responsive()) return std::nullopt;
     GRef<AtspiComponent> component(atspi_accessible_get_component_iface(object));

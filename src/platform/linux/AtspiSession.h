@@ -72,10 +72,6 @@ public:
     AccessiblePtr findDocument(AtspiAccessible* window);
     // "DocURL", else "URI"; nullopt when the object is not a document.
     std::optional<QString> documentAddress(AtspiAccessible* document);
-    // The Action interface, by action name; empty/false without one.
-    QStringList actionNames(AtspiAccessible* object);
-    QString actionDescription(AtspiAccessible* object, const QString& name);
-    bool doAction(AtspiAccessible* object, const QString& name);
     // Position and size on the screen (the Component interface).
     std::optional<AXRect> extents(AtspiAccessible* object);
 
