@@ -7,6 +7,7 @@
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QLoggingCategory>
+#include <QTimer>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -96,6 +97,17 @@ int main(int argc, char* argv[]) {
     const std::unique_ptr<TrackingWiring> wiring = wireTracking();
     QObject::connect(&app, &QCoreApplication::aboutToQuit, &app,
                      [&wiring] { applicationShouldTerminate(*wiring); });
+    // The display went away under us (the X server ended with the session):
+    // leave as at logout, saving what was recorded, rather than run on blind.
+    QTimer displayWatch;
+    if (const WindowSystem* windows = wiring->platform.windowSystem.get()) {
+        QObject::connect(&displayWatch, &QTimer::timeout, &app, [windows] {
+            if (windows->isAvailable()) return;
+            qCWarning(lcApp) << "lost the connection to the X display; quitting";
+            QCoreApplication::quit();
+        });
+        displayWatch.start(2000);
+    }
     wiring->logger->setShouldTrack(true);
     return QCoreApplication::exec();
 }

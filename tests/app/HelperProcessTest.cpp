@@ -165,6 +165,29 @@ TEST_F(HelperProcessTest, HelpAndVersionAnswerAndExit) {
     }
 }
 
+// The X server ends before the helper (a crashed or closed session): the
+// helper saves and leaves cleanly, and the next start is not blocked.
+TEST_F(HelperProcessTest, LostDisplayEndsTrackingAndSaves) {
+    XvfbServer xvfb;
+    QString whyNot;
+    if (!xvfb.start(&whyNot)) GTEST_SKIP() << whyNot.toStdString();
+    m_environment.insert(QStringLiteral("DISPLAY"), xvfb.display());
+    auto helper = startTracking();
+    xvfb.stop();
+    ASSERT_TRUE(helper->waitForExit(15000)) << helper->errors().toStdString();
+    EXPECT_FALSE(helper->crashed());
+    EXPECT_EQ(helper->exitCode(), 0);
+    const QString errors = helper->errors();
+    EXPECT_GT(errors.indexOf(QStringLiteral("tracking stopped; store saved")),
+              errors.indexOf(QStringLiteral("lost the connection to the X display")))
+        << errors.toStdString();
+    m_environment.remove(QStringLiteral("DISPLAY"));
+    auto next = startTracking();
+    next->signal(SIGTERM);
+    ASSERT_TRUE(next->waitForExit());
+    EXPECT_EQ(next->exitCode(), 0);
+}
+
 TEST_F(HelperProcessTest, SleepAndWakeReachRunningHelper) {
     PrivateDBus bus(PrivateDBus::Type::System);
     XvfbServer xvfb;
