@@ -13,7 +13,6 @@
 #include <sqlite3.h>
 
 #include <QCoreApplication>
-#include <QDeadlineTimer>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
@@ -22,6 +21,7 @@
 #include <memory>
 
 #include "harness/DesktopTest.h"
+#include "harness/HelperProcess.h"
 
 namespace {
 
@@ -109,10 +109,7 @@ protected:
     }
 
     void TearDown() override {
-        if (m_helper && m_helper->state() != QProcess::NotRunning) {
-            m_helper->kill();
-            m_helper->waitForFinished(2000);
-        }
+        m_helper.reset();
         for (const qint64 pid : m_programs) g_desktop->stopProgram(pid);
     }
 
@@ -179,7 +176,6 @@ protected:
     }
 
     void startHelper() {
-        m_helper = std::make_unique<QProcess>();
         QProcessEnvironment environment = g_desktop->environment();
         // Never the machine's own logind.
         environment.insert(QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"),
@@ -191,27 +187,11 @@ protected:
             QStringLiteral("vorlix.tracking.debug=true\nvorlix.platform.linux.atspi.debug=true"));
         environment.insert(QStringLiteral("QT_MESSAGE_PATTERN"),
                            QStringLiteral("%{time process} %{message}"));
-        m_helper->setProcessEnvironment(environment);
-        m_helper->start(QStringLiteral(VORLIX_HELPER_PATH), QStringList());
-    }
-
-    bool waitForHelperOutput(const QString& text, int timeoutMs) {
-        QDeadlineTimer deadline(timeoutMs);
-        while (!helperErrors().contains(text)) {
-            if (deadline.hasExpired() || m_helper->state() == QProcess::NotRunning) return false;
-            m_helper->waitForReadyRead(50);
-        }
-        return true;
-    }
-
-    QString helperErrors() {
-        m_helperErrors += QString::fromUtf8(m_helper->readAllStandardError());
-        return m_helperErrors;
+        m_helper = std::make_unique<HelperProcess>(environment);
     }
 
     bool m_pointerAtCorner = false;
-    std::unique_ptr<QProcess> m_helper;
-    QString m_helperErrors;
+    std::unique_ptr<HelperProcess> m_helper;
     std::vector<qint64> m_programs;
 };
 
@@ -249,8 +229,8 @@ TEST_F(EndToEndTrackingTest, RecordsEachApplicationsPathAndTimeAndNothingWhileId
     ASSERT_TRUE(DisposableDesktop::waitUntil([] { return now() > kIdleThresholdSeconds + 1.5; },
                                              10000, 50));
     startHelper();
-    ASSERT_TRUE(waitForHelperOutput(QStringLiteral("tracking started"), 10000))
-        << helperErrors().toStdString();
+    ASSERT_TRUE(m_helper->waitForOutput(QStringLiteral("tracking started")))
+        << m_helper->errors().toStdString();
     const double helperStarted = now();
     for (const quint64 window : {*editor, *browser, *terminal}) {
         ASSERT_TRUE(g_desktop->activateWindow(window));
@@ -273,10 +253,7 @@ TEST_F(EndToEndTrackingTest, RecordsEachApplicationsPathAndTimeAndNothingWhileId
     const double backToTerminal = activePhase(*terminal, backSeconds, &lastInput);
     // The user walks away: nothing counts after the last key press.
     QThread::msleep(kIdleWaitSeconds * 1000);
-    ::kill(pid_t(m_helper->processId()), SIGTERM);
-    ASSERT_TRUE(m_helper->waitForFinished(15000));
-    EXPECT_EQ(m_helper->exitStatus(), QProcess::NormalExit);
-    EXPECT_EQ(m_helper->exitCode(), 0) << helperErrors().toStdString();
+    EXPECT_TRUE(m_helper->stopsCleanlyOn(SIGTERM)) << m_helper->errors().toStdString();
 
     // On failure: when the test switched, on the helper's clock, and the
     // helper's log of what it stored when.
@@ -286,7 +263,7 @@ TEST_F(EndToEndTrackingTest, RecordsEachApplicationsPathAndTimeAndNothingWhileId
                      .arg(toEditor - helperStarted, 0, 'f', 3)
                      .arg(backToTerminal - helperStarted, 0, 'f', 3)
                      .arg(lastInput - helperStarted, 0, 'f', 3)
-                     .arg(helperErrors())
+                     .arg(m_helper->errors())
                      .toStdString());
     QString error;
     const std::vector<StoredPath> stored =

@@ -115,9 +115,6 @@ TEST(LinuxRunningApplicationsTest, IdentifiesRealApplicationsByTheirDesktopEntri
         QString localizedName;
         QString titleContains;  // what the window list's name must contain
     } cases[] = {
-        {"xterm", [] { return g_desktop->startXterm(QStringLiteral("vorlix identity")); },
-         QStringLiteral("debian-xterm"), QStringLiteral("debian-xterm"), QStringLiteral("XTerm"),
-         QStringLiteral("vorlix identity")},
         {"mousepad", [&] { return g_desktop->startMousepad(file); },
          QStringLiteral("org.xfce.mousepad"), QStringLiteral("org.xfce.mousepad"),
          QStringLiteral("Mousepad"), QStringLiteral("notes.txt - Mousepad")},

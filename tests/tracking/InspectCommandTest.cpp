@@ -58,11 +58,6 @@ TEST_F(InspectCommandTest, NamesTheExtractorAndWhatItChanged) {
          "org.example.Editor",
          [this] { m_scripting.application(kPid)->setRunning(false); },
          {"details: removed (the application is recorded without what it shows)"}},
-        {"the dummy extractor", "com.apple.frontrow", [] {}, {"extractor: TRDummyInfoExtractor"}},
-        {"an application without id",
-         QString(),
-         [] {},
-         {"id: (none)", "extractor: TRGenericInfoExtractor"}},
         {"accessibility off: said once, the window list's title stands",
          "org.xfce.mousepad",
          [this] { m_accessibility.setEnabled(false); },
@@ -100,23 +95,11 @@ TEST_F(InspectCommandTest, SaysWhyItCannotLook) {
         const char* wantErr;
     };
     const Case cases[] = {
-        {"no platform objects in this build",
-         {"--once"},
-         [] { return TRExtractionContext(); },
-         1,
+        {"no platform objects in this build", {"--once"}, [] { return TRExtractionContext(); }, 1,
          "no window system"},
-        {"no display",
-         {"--once"},
-         [this] {
-             m_windows.setAvailable(false);
-             return platform();
-         },
-         1,
+        {"no display", {"--once"}, [this] { m_windows.setAvailable(false); return platform(); }, 1,
          "cannot reach the X display"},
-        {"an unknown argument",
-         {"--twice"},
-         [this] { return platform(); },
-         2,
+        {"an unknown argument", {"--twice"}, [this] { return platform(); }, 2,
          "unknown argument \"--twice\""},
     };
     for (const Case& c : cases) {

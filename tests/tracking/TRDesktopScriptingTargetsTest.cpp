@@ -11,19 +11,13 @@ namespace {
 class FakeDocuments final : public WindowDocumentSource {
 public:
     std::optional<DocumentInfo> document(qint32, int windowIndex) override {
-        ++asked;
-        const auto found = documents.find(windowIndex);
-        if (found == documents.end()) return std::nullopt;
-        return found->second;
+        return documents.count(windowIndex) ? std::optional(documents[windowIndex]) : std::nullopt;
     }
     std::optional<QString> windowName(qint32, int windowIndex) override {
-        const auto found = windowNames.find(windowIndex);
-        if (found == windowNames.end()) return std::nullopt;
-        return found->second;
+        return windowNames.count(windowIndex) ? std::optional(windowNames[windowIndex]) : std::nullopt;
     }
     std::map<int, DocumentInfo> documents;
     std::map<int, QString> windowNames;
-    int asked = 0;
 };
 
 class FakeProcesses final : public ProcessSource {

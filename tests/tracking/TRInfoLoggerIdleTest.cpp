@@ -88,9 +88,6 @@ TEST_F(TrackingTest, MediaPlayerInFrontKeepsIntervalRunning) {
         TRActivity player;
     } cases[] = {
         {"org.videolan.vlc", player("org.videolan.vlc")},
-        {"vlc", player("vlc")},
-        {"io.mpv.Mpv", player("io.mpv.Mpv")},
-        {"com.apple.QuickTimePlayerX", player("com.apple.QuickTimePlayerX")},
         {"mpv without a desktop entry", mpvByExecutable},
     };
     for (const auto& c : cases) {
