@@ -1,23 +1,21 @@
-// Which application a process is: /proc facts, the resolution order, the
-// per-process cache.
+// Which application a process is: /proc facts, the resolution order over
+// installed desktop entries, the per-process cache and its reset when an
+// application is installed.
 
 #include <gtest/gtest.h>
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <map>
 
+#include "harness/DisposableDesktop.h"
+#include "platform/TestApplications.h"
 #include "platform/linux/ApplicationIdentity.h"
 #include "platform/linux/LinuxRunningApplications.h"
 
 namespace {
-
-const QString kFixtures = QStringLiteral(VORLIX_TEST_DATA "/applications");
-
-QStringList fixtureFolders() {
-    return {kFixtures + QStringLiteral("/user"), kFixtures + QStringLiteral("/system")};
-}
 
 const char kStatPrefix[] = "4242 (a (weird) name) S 1 4242 4242 0 -1 4194560 100 0 0 0 5 3 0 0 20 0 1 0 ";
 
@@ -135,9 +133,10 @@ TEST(ApplicationIdentityTest, ResolvesInTheDocumentedOrder) {
          "Xmessage"},
         {"nothing and no window: the executable names it", "/usr/local/bin/tool", "", "", std::nullopt, nullptr,
          "tool"},
-        {"interpreter runs a script", "/usr/bin/python3", "", "", hints("tool.py", "Tool.py"), nullptr, "Tool.py"},
+        {"interpreter runs a script", "/bin/sh", "", "", hints("tool.sh", "Tool.sh"), nullptr, "Tool.sh"},
     };
-    DesktopEntryIndex index(fixtureFolders(), false);
+    TestApplications::root();
+    DesktopEntryIndex index;
     for (const ResolutionCase& c : cases) {
         SCOPED_TRACE(c.name);
         ProcessFacts facts;
@@ -145,26 +144,10 @@ TEST(ApplicationIdentityTest, ResolvesInTheDocumentedOrder) {
         facts.executablePath = QLatin1String(c.executable);
         facts.cgroup = c.cgroup;
         facts.flatpakInfo = c.flatpakInfo;
-        const ApplicationIdentity identity =
-            ApplicationIdentityRules::resolve(facts, c.hints, index, QStringLiteral("C.UTF-8"));
+        const ApplicationIdentity identity = ApplicationIdentityRules::resolve(facts, c.hints, index);
         EXPECT_EQ(identity.applicationId, c.expectedId ? QLatin1String(c.expectedId) : QString());
         EXPECT_EQ(identity.applicationId.isNull(), c.expectedId == nullptr);
         EXPECT_EQ(identity.localizedName, QLatin1String(c.expectedName));
-    }
-}
-
-TEST(ApplicationIdentityTest, NameFollowsTheUsersLocale) {
-    DesktopEntryIndex index(fixtureFolders(), false);
-    ProcessFacts facts;
-    facts.exists = true;
-    facts.executablePath = QStringLiteral("/usr/bin/example-editor");
-    for (const auto& [locale, name] : std::map<const char*, const char*>{
-             {"de_DE.UTF-8", "Beispiel-Editor"}, {"de_CH.UTF-8", "Beispiel-Editor (Schweiz)"},
-             {"en_GB.UTF-8", "Example Editor"}}) {
-        SCOPED_TRACE(locale);
-        EXPECT_EQ(ApplicationIdentityRules::resolve(facts, std::nullopt, index, QLatin1String(locale))
-                      .localizedName,
-                  QLatin1String(name));
     }
 }
 
@@ -187,71 +170,71 @@ public:
 class FakeProc final {
 public:
     void run(qint32 pid, quint64 startTime, const QString& executable) {
-        const QString dir = m_dir.path() + QLatin1Char('/') + QString::number(pid);
-        QDir(dir).removeRecursively();
-        QDir().mkpath(dir);
-        QFile stat(dir + QStringLiteral("/stat"));
+        end(pid);
+        QDir().mkpath(dir(pid));
+        QFile stat(dir(pid) + QStringLiteral("/stat"));
         stat.open(QIODevice::WriteOnly);
         stat.write(QByteArray::number(pid) + " (p) S 1 1 1 0 -1 0 0 0 0 0 0 0 0 0 20 0 1 0 " +
                    QByteArray::number(startTime) + " 1 1\n");
         stat.close();
-        QFile::link(executable, dir + QStringLiteral("/exe"));
+        QFile::link(executable, dir(pid) + QStringLiteral("/exe"));
     }
-    void end(qint32 pid) { QDir(m_dir.path() + QLatin1Char('/') + QString::number(pid)).removeRecursively(); }
+    void end(qint32 pid) { QDir(dir(pid)).removeRecursively(); }
     QString path() const { return m_dir.path(); }
 
 private:
+    QString dir(qint32 pid) const { return m_dir.path() + QLatin1Char('/') + QString::number(pid); }
     QTemporaryDir m_dir;
 };
 
 }  // namespace
 
-TEST(LinuxRunningApplicationsCacheTest, ResolvesOncePerProcessAndAgainWhenThePidIsReused) {
+TEST(LinuxRunningApplicationsCacheTest, ResolvesOncePerProcessAgainForAReusedPidAndUntilAWindowShows) {
+    TestApplications::root();
     FakeProc proc;
     FakeWindowHints windows;
     windows.hints[100] = hints("editor", "ExampleEditorWindow");
     proc.run(100, 1000, QStringLiteral("/usr/bin/example-editor"));
-    LinuxRunningApplications applications(windows, fixtureFolders(), proc.path());
+    proc.run(200, 1, QStringLiteral("/usr/bin/unknown-program"));
+    LinuxRunningApplications applications(windows, proc.path());
 
     const auto first = applications.runningApplication(100);
     ASSERT_TRUE(first);
     EXPECT_EQ(first->bundleIdentifier, QStringLiteral("org.example.Editor"));
     EXPECT_EQ(first->executablePath, QStringLiteral("/usr/bin/example-editor"));
-    EXPECT_EQ(first->processIdentifier, 100);
     EXPECT_EQ(applications.runningApplication(100), first);
     EXPECT_EQ(windows.asked, 1);
 
-    // The same pid, a later start: another program.
-    windows.hints[100] = hints("viewer", "Viewer");
+    windows.hints[100] = hints("viewer", "Viewer");  // the same pid, a later start: another program
     proc.run(100, 2000, QStringLiteral("/usr/bin/viewer"));
-    const auto reused = applications.runningApplication(100);
-    ASSERT_TRUE(reused);
-    EXPECT_EQ(reused->bundleIdentifier, QStringLiteral("viewer"));
-    EXPECT_EQ(windows.asked, 2);
-
+    EXPECT_EQ(applications.runningApplication(100)->bundleIdentifier, QStringLiteral("viewer"));
     proc.end(100);
     EXPECT_EQ(applications.runningApplication(100), std::nullopt);
-    EXPECT_EQ(applications.runningApplication(0), std::nullopt);
     EXPECT_EQ(applications.runningApplication(-5), std::nullopt);
+
+    const auto early = applications.runningApplication(200);  // no window yet: not cached
+    ASSERT_TRUE(early);
+    EXPECT_EQ(early->identifier(), QStringLiteral("unknown-program"));
+    windows.hints[200] = hints("viewer", "Viewer");
+    EXPECT_EQ(applications.runningApplication(200)->bundleIdentifier, QStringLiteral("viewer"));
 }
 
-TEST(LinuxRunningApplicationsCacheTest, AProcessWithoutWindowIsAskedAgainUntilItHasOne) {
+TEST(LinuxRunningApplicationsCacheTest, AnApplicationInstalledLaterIdentifiesItsRunningProcess) {
+    TestApplications::root();
     FakeProc proc;
     FakeWindowHints windows;
-    proc.run(200, 1, QStringLiteral("/usr/bin/unknown-program"));
-    LinuxRunningApplications applications(windows, fixtureFolders(), proc.path());
+    windows.hints[300] = hints("late", "LateWindow");
+    proc.run(300, 1, QStringLiteral("/usr/bin/late-program"));
+    LinuxRunningApplications applications(windows, proc.path());
+    const auto idOf300 = [&] {
+        QCoreApplication::processEvents();  // GIO reports changes through the GLib main context
+        return applications.runningApplication(300).value_or(RunningApplication{}).bundleIdentifier;
+    };
+    EXPECT_TRUE(idOf300().isNull());
 
-    const auto early = applications.runningApplication(200);
-    ASSERT_TRUE(early);
-    EXPECT_TRUE(early->bundleIdentifier.isNull());
-    EXPECT_EQ(early->localizedName, QStringLiteral("unknown-program"));
-    EXPECT_EQ(early->identifier(), QStringLiteral("unknown-program"));
-
-    windows.hints[200] = hints("viewer", "Viewer");
-    const auto later = applications.runningApplication(200);
-    ASSERT_TRUE(later);
-    EXPECT_EQ(later->bundleIdentifier, QStringLiteral("viewer"));
-    EXPECT_EQ(windows.asked, 2);
-    applications.runningApplication(200);
-    EXPECT_EQ(windows.asked, 2);
+    TestApplications::setUserEntry(QStringLiteral("org.example.Late.desktop"),
+                                   "Name=Late\nExec=late-program\nStartupWMClass=LateWindow\n");
+    EXPECT_TRUE(DisposableDesktop::waitUntil([&] { return idOf300() == QLatin1String("org.example.Late"); }, 5000));
+    TestApplications::setUserEntry(QStringLiteral("org.example.Late.desktop"), {});
+    EXPECT_TRUE(DisposableDesktop::waitUntil([&] { return idOf300().isNull(); }, 5000));
 }
