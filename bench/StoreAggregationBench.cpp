@@ -13,9 +13,9 @@
 
 #include "BenchSupport.h"
 #include "core/DateCalculations.h"
-#include "store/SqliteDatabase.h"
-#include "store/TRASApplication.h"
-#include "store/TRASPathComponent.h"
+#include "store/graph/SqliteDatabase.h"
+#include "store/activity/TRASApplication.h"
+#include "store/activity/TRASPathComponent.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <atomic>
 #include <thread>
 
-#include "store/SqliteDatabase.h"
+#include "store/graph/SqliteDatabase.h"
 #include "StoreTestSupport.h"
 
 namespace {

@@ -3,8 +3,8 @@
 #include <sys/stat.h>
 #include <QFileInfo>
 
-#include "store/ActivityStoreSchema.h"
-#include "store/SqliteDatabase.h"
+#include "store/activity/ActivityStoreSchema.h"
+#include "store/graph/SqliteDatabase.h"
 #include "StoreTestSupport.h"
 
 namespace {

@@ -1,7 +1,7 @@
 // The tree's own operations: child and hour lookups, date bounds, titles,
 // paths, icons.
 #include "StoreTestSupport.h"
-#include "store/TRASIconLookup.h"
+#include "store/activity/TRASIconLookup.h"
 
 namespace {
 

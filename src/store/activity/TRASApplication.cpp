@@ -1,12 +1,12 @@
-#include "store/TRASApplication.h"
+#include "store/activity/TRASApplication.h"
 
 #include <QCoreApplication>
 
-#include "store/SqliteDatabase.h"
-#include "store/TRASContext.h"
-#include "store/TRASIconLookup.h"
-#include "store/TRASPathComponent.h"
-#include "store/TRActivityStore.h"
+#include "store/graph/SqliteDatabase.h"
+#include "store/graph/TRObjectContext.h"
+#include "store/activity/TRASIconLookup.h"
+#include "store/activity/TRASPathComponent.h"
+#include "store/activity/TRActivityStore.h"
 #include "core/TRLocations.h"
 
 namespace {

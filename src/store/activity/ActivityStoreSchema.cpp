@@ -1,8 +1,8 @@
-#include "store/ActivityStoreSchema.h"
+#include "store/activity/ActivityStoreSchema.h"
 
 #include <QUuid>
 
-#include "store/SqliteDatabase.h"
+#include "store/graph/SqliteDatabase.h"
 
 namespace ActivityStoreSchema {
 namespace {

@@ -25,7 +25,7 @@
 #include <unordered_set>
 #include <vector>
 
-#include "store/TRASObject.h"
+#include "store/graph/TRManagedObject.h"
 #include "core/TRError.h"
 
 class SqliteDatabase;

@@ -1,11 +1,11 @@
 // Merging another program's saved changes into TRASContext (see TRASContext.h).
 #include <algorithm>
 
-#include "store/SqliteDatabase.h"
-#include "store/TRASApplication.h"
-#include "store/TRASContext.h"
-#include "store/TRASHourlyEvent.h"
-#include "store/TRASPathComponent.h"
+#include "store/graph/SqliteDatabase.h"
+#include "store/activity/TRASApplication.h"
+#include "store/graph/TRObjectContext.h"
+#include "store/activity/TRASHourlyEvent.h"
+#include "store/activity/TRASPathComponent.h"
 
 void TRASContext::merge(const QStringList& inserted, const QStringList& updated,
                         const QStringList& deleted, QStringList* notFound) {

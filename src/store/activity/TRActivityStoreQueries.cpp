@@ -4,10 +4,10 @@
 #include <cmath>
 #include <limits>
 
-#include "store/TRASApplication.h"
-#include "store/TRASHourlyEvent.h"
-#include "store/TRASPathComponent.h"
-#include "store/TRActivityStore.h"
+#include "store/activity/TRASApplication.h"
+#include "store/activity/TRASHourlyEvent.h"
+#include "store/activity/TRASPathComponent.h"
+#include "store/activity/TRActivityStore.h"
 
 namespace {
 

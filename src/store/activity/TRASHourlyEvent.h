@@ -6,8 +6,8 @@
 
 #include <QDateTime>
 
-#include "store/TRASObject.h"
-#include "store/TRASToOne.h"
+#include "store/graph/TRManagedObject.h"
+#include "store/graph/TRToOne.h"
 
 class TRASPathComponent;
 

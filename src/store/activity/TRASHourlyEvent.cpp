@@ -1,10 +1,10 @@
-#include "store/TRASHourlyEvent.h"
+#include "store/activity/TRASHourlyEvent.h"
 
 #include <cmath>
 
-#include "store/SqliteDatabase.h"
-#include "store/TRASContext.h"
-#include "store/TRASPathComponent.h"
+#include "store/graph/SqliteDatabase.h"
+#include "store/graph/TRObjectContext.h"
+#include "store/activity/TRASPathComponent.h"
 
 QDateTime TRASHourlyEvent::startDate() const {
     if (std::isnan(m_startDate)) return QDateTime();

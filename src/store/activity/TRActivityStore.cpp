@@ -1,4 +1,4 @@
-#include "store/TRActivityStore.h"
+#include "store/activity/TRActivityStore.h"
 
 #include <sys/stat.h>
 #include <QDir>
@@ -9,17 +9,17 @@
 #include <cstring>
 #include <mutex>
 
-#include "store/ActivityStoreSchema.h"
+#include "store/activity/ActivityStoreSchema.h"
 #include "core/DateCalculations.h"
 #include "platform/DistributedNotificationCenter.h"
-#include "store/TRASApplication.h"
-#include "store/TRASHourlyEvent.h"
-#include "store/TRASIconLookup.h"
-#include "store/TRASPathComponent.h"
-#include "store/TRActivityComponents.h"
-#include "store/TRBlacklist.h"
+#include "store/activity/TRASApplication.h"
+#include "store/activity/TRASHourlyEvent.h"
+#include "store/activity/TRASIconLookup.h"
+#include "store/activity/TRASPathComponent.h"
+#include "store/activity/TRActivityComponents.h"
+#include "store/activity/TRBlacklist.h"
 #include "core/TRLocations.h"
-#include "store/TRStoreReporter.h"
+#include "store/activity/TRStoreReporter.h"
 
 namespace {
 

@@ -15,8 +15,8 @@
 #include <memory>
 #include <vector>
 
-#include "store/TRASObject.h"
-#include "store/TRASToOne.h"
+#include "store/graph/TRManagedObject.h"
+#include "store/graph/TRToOne.h"
 
 class TRASApplication;
 class TRASEvent;

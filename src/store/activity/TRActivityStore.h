@@ -26,8 +26,8 @@
 #include <unordered_set>
 #include <vector>
 
-#include "store/SqliteDatabase.h"
-#include "store/TRASContext.h"
+#include "store/graph/SqliteDatabase.h"
+#include "store/graph/TRObjectContext.h"
 #include "core/TRActivity.h"
 #include "core/TRSettings.h"
 

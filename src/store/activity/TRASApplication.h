@@ -9,8 +9,8 @@
 #include <QByteArray>
 #include <QString>
 
-#include "store/TRASObject.h"
-#include "store/TRASToOne.h"
+#include "store/graph/TRManagedObject.h"
+#include "store/graph/TRToOne.h"
 #include "core/TRActivity.h"
 
 class TRActivityStore;

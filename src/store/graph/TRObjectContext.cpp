@@ -1,12 +1,12 @@
-#include "store/TRASContext.h"
+#include "store/graph/TRObjectContext.h"
 
 #include <algorithm>
 #include <cmath>
 
-#include "store/SqliteDatabase.h"
-#include "store/TRASApplication.h"
-#include "store/TRASHourlyEvent.h"
-#include "store/TRASPathComponent.h"
+#include "store/graph/SqliteDatabase.h"
+#include "store/activity/TRASApplication.h"
+#include "store/activity/TRASHourlyEvent.h"
+#include "store/activity/TRASPathComponent.h"
 
 namespace {
 

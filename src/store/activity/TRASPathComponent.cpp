@@ -1,16 +1,16 @@
-#include "store/TRASPathComponent.h"
+#include "store/activity/TRASPathComponent.h"
 
 #include <QFileInfo>
 #include <algorithm>
 #include <cmath>
 
 #include "core/DateCalculations.h"
-#include "store/SqliteDatabase.h"
-#include "store/TRASApplication.h"
-#include "store/TRASContext.h"
-#include "store/TRASHourlyEvent.h"
-#include "store/TRASIconLookup.h"
-#include "store/TRActivityStore.h"
+#include "store/graph/SqliteDatabase.h"
+#include "store/activity/TRASApplication.h"
+#include "store/graph/TRObjectContext.h"
+#include "store/activity/TRASHourlyEvent.h"
+#include "store/activity/TRASIconLookup.h"
+#include "store/activity/TRActivityStore.h"
 
 namespace {
 

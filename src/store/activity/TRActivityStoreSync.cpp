@@ -2,8 +2,8 @@
 #include <QMetaObject>
 
 #include "platform/DistributedNotificationCenter.h"
-#include "store/TRActivityStore.h"
-#include "store/TRStoreReporter.h"
+#include "store/activity/TRActivityStore.h"
+#include "store/activity/TRStoreReporter.h"
 
 namespace {
 
