@@ -2,67 +2,77 @@
 
 #include <QUuid>
 
+#include "store/activity/TRASEntities.h"
 #include "store/graph/SqliteDatabase.h"
+#include "store/graph/TREntityDescription.h"
 
 namespace ActivityStoreSchema {
 namespace {
 
+// The tables of the activity store's entities, from their descriptions: a
+// column appears in the version that added it (CREATE TABLE for the table's
+// first version, ALTER TABLE after that), so a new file goes through the same
+// steps as an old one and both end up with the same schema text.
+QString tablesSql(int version) {
+    QString sql;
+    for (const TREntityDescription* entity : activityStoreEntities()) {
+        const QLatin1String table(entity->table);
+        if (entity->sinceVersion == version) {
+            sql += QStringLiteral("CREATE TABLE %1(\n  id INTEGER PRIMARY KEY AUTOINCREMENT")
+                       .arg(table);
+            for (const TRColumn& column : entity->columns) {
+                if (column.sinceVersion <= version)
+                    sql += QStringLiteral(",\n  %1 %2")
+                               .arg(QLatin1String(column.name), QLatin1String(column.type));
+            }
+            sql += QStringLiteral(");\n");
+        } else if (entity->sinceVersion < version) {
+            for (const TRColumn& column : entity->columns) {
+                if (column.sinceVersion == version)
+                    sql += QStringLiteral("ALTER TABLE %1 ADD COLUMN %2 %3;\n")
+                               .arg(table, QLatin1String(column.name),
+                                    QLatin1String(column.type));
+            }
+        }
+    }
+    return sql;
+}
+
 // Version 1: the first file layout. No metadata table (so no store UUID), no
 // application icon cache, and only the parent index.
-const char kVersionOne[] = R"SQL(
-CREATE TABLE Application(
-  id INTEGER PRIMARY KEY AUTOINCREMENT,
-  bundleIdentifier TEXT,
-  executableName TEXT,
-  title TEXT,
-  applescriptTrackingDisabled INTEGER NOT NULL DEFAULT 0,
-  pathRoot INTEGER REFERENCES PathComponent(id));
-CREATE TABLE PathComponent(
-  id INTEGER PRIMARY KEY AUTOINCREMENT,
-  value TEXT,
-  pathLevel INTEGER NOT NULL DEFAULT 0,
-  startDateOfChildren REAL,
-  stopDateOfChildren REAL,
-  cachedIcon BLOB,
-  application INTEGER REFERENCES Application(id),
-  pathParent INTEGER REFERENCES PathComponent(id));
-CREATE TABLE HourlyEvent(
-  id INTEGER PRIMARY KEY AUTOINCREMENT,
-  startDate REAL,
-  duration REAL DEFAULT 0,
-  lastPathComponent INTEGER REFERENCES PathComponent(id));
-CREATE TABLE Event(
-  id INTEGER PRIMARY KEY AUTOINCREMENT,
-  startDate REAL,
-  stopDate REAL,
-  lastPathComponent INTEGER REFERENCES PathComponent(id));
-CREATE INDEX PathComponent_pathParent ON PathComponent(pathParent);
-PRAGMA user_version = 1;
-)SQL";
+QString versionOne() {
+    return QStringLiteral("\n") + tablesSql(1) +
+           QStringLiteral(
+               "CREATE INDEX PathComponent_pathParent ON PathComponent(pathParent);\n"
+               "PRAGMA user_version = 1;\n");
+}
 
 // Version 2: the store UUID for object URIs, the application icon cache, and
 // the indexes that recording, merging and the range queries rely on. The two
 // HourlyEvent indexes cover (startDate, lastPathComponent, duration), so the
 // sums and the grouped aggregation never touch the table itself.
-const char kOneToTwo[] = R"SQL(
-CREATE TABLE Metadata(key TEXT PRIMARY KEY, value TEXT);
-ALTER TABLE Application ADD COLUMN cachedIcon BLOB;
-CREATE INDEX Application_bundleIdentifier ON Application(bundleIdentifier);
-CREATE INDEX Application_executableName ON Application(executableName);
-CREATE INDEX PathComponent_application ON PathComponent(application);
-CREATE INDEX HourlyEvent_startDate ON HourlyEvent(startDate, lastPathComponent, duration);
-CREATE INDEX HourlyEvent_lastPathComponent ON HourlyEvent(lastPathComponent, startDate, duration);
-CREATE INDEX Event_lastPathComponent ON Event(lastPathComponent);
-PRAGMA user_version = 2;
-)SQL";
+QString oneToTwo() {
+    return QStringLiteral("\nCREATE TABLE Metadata(key TEXT PRIMARY KEY, value TEXT);\n") +
+           tablesSql(2) +
+           QStringLiteral(
+               "CREATE INDEX Application_bundleIdentifier ON Application(bundleIdentifier);\n"
+               "CREATE INDEX Application_executableName ON Application(executableName);\n"
+               "CREATE INDEX PathComponent_application ON PathComponent(application);\n"
+               "CREATE INDEX HourlyEvent_startDate ON HourlyEvent(startDate, "
+               "lastPathComponent, duration);\n"
+               "CREATE INDEX HourlyEvent_lastPathComponent ON HourlyEvent(lastPathComponent, "
+               "startDate, duration);\n"
+               "CREATE INDEX Event_lastPathComponent ON Event(lastPathComponent);\n"
+               "PRAGMA user_version = 2;\n");
+}
 
 std::optional<TRError> migrate(SqliteDatabase& db, int from) {
     if (from == 0) {
-        if (auto error = db.exec(QString::fromUtf8(kVersionOne))) return error;
+        if (auto error = db.exec(versionOne())) return error;
         from = 1;
     }
     if (from == 1) {
-        if (auto error = db.exec(QString::fromUtf8(kOneToTwo))) return error;
+        if (auto error = db.exec(oneToTwo())) return error;
     }
     return std::nullopt;
 }
@@ -86,7 +96,7 @@ std::optional<TRError> ensureUuid(SqliteDatabase& db, QString* storeUuid) {
 }  // namespace
 
 QString versionOneSql() {
-    return QString::fromUtf8(kVersionOne);
+    return versionOne();
 }
 
 std::optional<TRError> prepare(SqliteDatabase& db, QString* storeUuid) {

@@ -2,9 +2,33 @@
 
 #include <cmath>
 
+#include "store/activity/TRASPathComponent.h"
 #include "store/graph/SqliteDatabase.h"
 #include "store/graph/TRObjectContext.h"
-#include "store/activity/TRASPathComponent.h"
+
+const TREntityDescription& TRASHourlyEvent::description() {
+    static constexpr TRColumn kColumns[] = {
+        column<&TRASHourlyEvent::m_startDate>("startDate", "REAL", kStartDate),
+        column<&TRASHourlyEvent::m_duration>("duration", "REAL DEFAULT 0", kDuration),
+        column<&TRASHourlyEvent::m_lastPathComponent>(
+            "lastPathComponent", "INTEGER REFERENCES PathComponent(id)", kLastPathComponent),
+    };
+    static constexpr TREntityDescription kDescription{"HourlyEvent", kColumns, 1,
+                                                      &createObject<TRASHourlyEvent>};
+    return kDescription;
+}
+
+const TREntityDescription& TRASEvent::description() {
+    static constexpr TRColumn kColumns[] = {
+        column<&TRASEvent::m_startDate>("startDate", "REAL", kStartDate),
+        column<&TRASEvent::m_stopDate>("stopDate", "REAL", kStopDate),
+        column<&TRASEvent::m_lastPathComponent>(
+            "lastPathComponent", "INTEGER REFERENCES PathComponent(id)", kLastPathComponent),
+    };
+    static constexpr TREntityDescription kDescription{"Event", kColumns, 1,
+                                                      &createObject<TRASEvent>};
+    return kDescription;
+}
 
 QDateTime TRASHourlyEvent::startDate() const {
     if (std::isnan(m_startDate)) return QDateTime();
@@ -30,7 +54,7 @@ void TRASHourlyEvent::setDurationValue(double value) {
 
 TRASPathComponent* TRASHourlyEvent::lastPathComponent() {
     if (!m_lastPathComponent.resolved())
-        m_lastPathComponent.resolveTo(context()->pathComponentWithId(m_lastPathComponent.id));
+        m_lastPathComponent.resolveTo(context()->objectWithId<TRASPathComponent>(m_lastPathComponent.id));
     return m_lastPathComponent.object;
 }
 
@@ -48,48 +72,6 @@ void TRASHourlyEvent::setLastPathComponent(TRASPathComponent* node) {
     }
     m_lastPathComponent.set(node);
     didChange(kLastPathComponent);
-}
-
-void TRASHourlyEvent::readColumns(const SqliteStatement& row, bool keepDirty) {
-    auto take = [&](std::uint32_t bit) { return !(keepDirty && isDirty(bit)); };
-    if (take(kStartDate)) m_startDate = row.real(1);
-    if (take(kDuration)) m_duration = row.real(2);
-    if (take(kLastPathComponent)) m_lastPathComponent.setFromRow(row.int64(3));
-}
-
-std::optional<TRError> TRASHourlyEvent::insertRow(SqliteDatabase& db) {
-    SqliteStatement* stmt = db.cached(
-        "INSERT INTO HourlyEvent(id, startDate, duration, lastPathComponent) "
-        "VALUES(?1, ?2, ?3, ?4)");
-    if (!stmt) return db.lastError();
-    stmt->bind(1, primaryKey());
-    stmt->bind(2, m_startDate);
-    stmt->bind(3, m_duration);
-    stmt->bindOptionalId(4, m_lastPathComponent.keyForWriting());
-    return stmt->run();
-}
-
-std::optional<TRError> TRASHourlyEvent::updateRow(SqliteDatabase& db) {
-    static const char* const kSql[8] = {
-        nullptr,
-        "UPDATE HourlyEvent SET startDate = ?2 WHERE id = ?1",
-        "UPDATE HourlyEvent SET duration = ?3 WHERE id = ?1",
-        "UPDATE HourlyEvent SET startDate = ?2, duration = ?3 WHERE id = ?1",
-        "UPDATE HourlyEvent SET lastPathComponent = ?4 WHERE id = ?1",
-        "UPDATE HourlyEvent SET startDate = ?2, lastPathComponent = ?4 WHERE id = ?1",
-        "UPDATE HourlyEvent SET duration = ?3, lastPathComponent = ?4 WHERE id = ?1",
-        "UPDATE HourlyEvent SET startDate = ?2, duration = ?3, lastPathComponent = ?4 "
-        "WHERE id = ?1",
-    };
-    const std::uint32_t mask = dirtyMask() & 7u;
-    if (mask == 0) return std::nullopt;
-    SqliteStatement* stmt = db.cached(kSql[mask]);
-    if (!stmt) return db.lastError();
-    stmt->bind(1, primaryKey());
-    if (isDirty(kStartDate)) stmt->bind(2, m_startDate);
-    if (isDirty(kDuration)) stmt->bind(3, m_duration);
-    if (isDirty(kLastPathComponent)) stmt->bindOptionalId(4, m_lastPathComponent.keyForWriting());
-    return stmt->run();
 }
 
 // Kept with a node and a duration other than exactly 0 (NaN counts as other).
@@ -111,9 +93,27 @@ void TRASHourlyEvent::nullifyRelationships(bool markChanges) {
     if (markChanges) node->didChange(0);
 }
 
+void TRASHourlyEvent::unlinkFromOwner() {
+    if (m_lastPathComponent.resolved() && m_lastPathComponent.object)
+        m_lastPathComponent.object->removeHourlyEvent(this);
+}
+
+// Into the node's hourly events when they have been read already; otherwise
+// their first read finds this event.
+void TRASHourlyEvent::linkToOwner() {
+    TRASPathComponent* node =
+        m_lastPathComponent.resolved()
+            ? m_lastPathComponent.object
+            : context()->registeredObject<TRASPathComponent>(m_lastPathComponent.id);
+    if (!node || node->isDeleted()) return;
+    m_lastPathComponent.set(node);
+    if (node->m_hourlyEventsLoaded)
+        node->hourlyEventMap().emplace(TRASPathComponent::hourKey(m_startDate), this);
+}
+
 TRASPathComponent* TRASEvent::lastPathComponent() {
     if (!m_lastPathComponent.resolved())
-        m_lastPathComponent.resolveTo(context()->pathComponentWithId(m_lastPathComponent.id));
+        m_lastPathComponent.resolveTo(context()->objectWithId<TRASPathComponent>(m_lastPathComponent.id));
     return m_lastPathComponent.object;
 }
 
@@ -131,33 +131,6 @@ void TRASEvent::setLastPathComponent(TRASPathComponent* node) {
     }
     m_lastPathComponent.set(node);
     didChange(kLastPathComponent);
-}
-
-void TRASEvent::readColumns(const SqliteStatement& row, bool keepDirty) {
-    auto take = [&](std::uint32_t bit) { return !(keepDirty && isDirty(bit)); };
-    if (take(kStartDate)) m_startDate = row.real(1);
-    if (take(kStopDate)) m_stopDate = row.real(2);
-    if (take(kLastPathComponent)) m_lastPathComponent.setFromRow(row.int64(3));
-}
-
-std::optional<TRError> TRASEvent::insertRow(SqliteDatabase& db) {
-    SqliteStatement* stmt = db.cached(
-        "INSERT INTO Event(id, startDate, stopDate, lastPathComponent) VALUES(?1, ?2, ?3, ?4)");
-    if (!stmt) return db.lastError();
-    stmt->bind(1, primaryKey());
-    stmt->bind(2, m_startDate);
-    stmt->bind(3, m_stopDate);
-    stmt->bindOptionalId(4, m_lastPathComponent.keyForWriting());
-    return stmt->run();
-}
-
-std::optional<TRError> TRASEvent::updateRow(SqliteDatabase& db) {
-    if (!isDirty(kLastPathComponent)) return std::nullopt;
-    SqliteStatement* stmt = db.cached("UPDATE Event SET lastPathComponent = ?2 WHERE id = ?1");
-    if (!stmt) return db.lastError();
-    stmt->bind(1, primaryKey());
-    stmt->bindOptionalId(2, m_lastPathComponent.keyForWriting());
-    return stmt->run();
 }
 
 void TRASEvent::willSave() {

@@ -13,6 +13,7 @@
 #include "core/DateCalculations.h"
 #include "platform/DistributedNotificationCenter.h"
 #include "store/activity/TRASApplication.h"
+#include "store/activity/TRASEntities.h"
 #include "store/activity/TRASHourlyEvent.h"
 #include "store/activity/TRASIconLookup.h"
 #include "store/activity/TRASPathComponent.h"
@@ -83,7 +84,7 @@ TRActivityStore& TRActivityStore::sharedInstance() {
     return *instance;
 }
 
-TRASContext* TRActivityStore::managedObjectContext() {
+TRObjectContext* TRActivityStore::managedObjectContext() {
     if (!m_openAttempted) open();
     return m_context.get();
 }
@@ -132,7 +133,7 @@ bool TRActivityStore::open() {
         m_options.abortProcess();
         return false;
     }
-    m_context = std::make_unique<TRASContext>(m_db, storeUuid, this);
+    m_context = std::make_unique<TRObjectContext>(m_db, storeUuid, activityStoreEntities());
     m_context->objectsInsertedOrDeleted = [this] {
         if (m_sortedCache) invalidateAllPathComponentsSortedByPathLevelCache();
     };
