@@ -30,8 +30,7 @@ QString tablesSql(int version) {
             for (const TRColumn& column : entity->columns) {
                 if (column.sinceVersion == version)
                     sql += QStringLiteral("ALTER TABLE %1 ADD COLUMN %2 %3;\n")
-                               .arg(table, QLatin1String(column.name),
-                                    QLatin1String(column.type));
+                               .arg(table, QLatin1String(column.name), QLatin1String(column.type));
             }
         }
     }

@@ -31,15 +31,14 @@ void assignIfChanged(TRManagedObject&, T& field, const T& value, bool* changed) 
 // The pathRoot column came first; the icon cache was added with version 2.
 const TREntityDescription& TRASApplication::description() {
     static constexpr TRColumn kColumns[] = {
-        column<&TRASApplication::m_bundleIdentifier>("bundleIdentifier", "TEXT",
-                                                      kBundleIdentifier),
+        column<&TRASApplication::m_bundleIdentifier>("bundleIdentifier", "TEXT", kBundleIdentifier),
         column<&TRASApplication::m_executableName>("executableName", "TEXT", kExecutableName),
         column<&TRASApplication::m_title>("title", "TEXT", kTitle),
-        column<&TRASApplication::m_applescriptTrackingDisabled>(
-            "applescriptTrackingDisabled", "INTEGER NOT NULL DEFAULT 0",
-            kApplescriptTrackingDisabled),
-        column<&TRASApplication::m_pathRoot>(
-            "pathRoot", "INTEGER REFERENCES PathComponent(id)", kPathRoot),
+        column<&TRASApplication::m_applescriptTrackingDisabled>("applescriptTrackingDisabled",
+                                                                "INTEGER NOT NULL DEFAULT 0",
+                                                                kApplescriptTrackingDisabled),
+        column<&TRASApplication::m_pathRoot>("pathRoot", "INTEGER REFERENCES PathComponent(id)",
+                                             kPathRoot),
         column<&TRASApplication::m_cachedIcon>("cachedIcon", "BLOB", kCachedIcon, 2),
     };
     static constexpr TREntityDescription kDescription{"Application", kColumns, 1,
@@ -117,8 +116,7 @@ TRASApplication* TRASApplication::applicationWithBundleIdentifier(TRActivityStor
     TRObjectContext* context = store.managedObjectContext();
     if (!context) return nullptr;
     TRASApplication* app =
-        !bundleIdentifier.isNull()
-            ? fetch(*context, Key::BundleIdentifier, bundleIdentifier)
+        !bundleIdentifier.isNull() ? fetch(*context, Key::BundleIdentifier, bundleIdentifier)
         : !executablePath.isNull()
             ? fetch(*context, Key::ExecutableName, lastPathComponent(executablePath))
             : fetch(*context, Key::Title, title);

@@ -54,7 +54,8 @@ void TRASHourlyEvent::setDurationValue(double value) {
 
 TRASPathComponent* TRASHourlyEvent::lastPathComponent() {
     if (!m_lastPathComponent.resolved())
-        m_lastPathComponent.resolveTo(context()->objectWithId<TRASPathComponent>(m_lastPathComponent.id));
+        m_lastPathComponent.resolveTo(
+            context()->objectWithId<TRASPathComponent>(m_lastPathComponent.id));
     return m_lastPathComponent.object;
 }
 
@@ -113,7 +114,8 @@ void TRASHourlyEvent::linkToOwner() {
 
 TRASPathComponent* TRASEvent::lastPathComponent() {
     if (!m_lastPathComponent.resolved())
-        m_lastPathComponent.resolveTo(context()->objectWithId<TRASPathComponent>(m_lastPathComponent.id));
+        m_lastPathComponent.resolveTo(
+            context()->objectWithId<TRASPathComponent>(m_lastPathComponent.id));
     return m_lastPathComponent.object;
 }
 

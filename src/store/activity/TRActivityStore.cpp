@@ -9,9 +9,10 @@
 #include <cstring>
 #include <mutex>
 
-#include "store/activity/ActivityStoreSchema.h"
 #include "core/DateCalculations.h"
+#include "core/TRLocations.h"
 #include "platform/DistributedNotificationCenter.h"
+#include "store/activity/ActivityStoreSchema.h"
 #include "store/activity/TRASApplication.h"
 #include "store/activity/TRASEntities.h"
 #include "store/activity/TRASHourlyEvent.h"
@@ -19,7 +20,6 @@
 #include "store/activity/TRASPathComponent.h"
 #include "store/activity/TRActivityComponents.h"
 #include "store/activity/TRBlacklist.h"
-#include "core/TRLocations.h"
 #include "store/activity/TRStoreReporter.h"
 
 namespace {

@@ -3,8 +3,8 @@
 //
 // It finds the data folder, opens "ActivityStore.db" there on first use
 // (folder 0700, files 0600, schema created or migrated), owns the one
-// TRObjectContext over the activity store's entities, files each finished activity under its application and path
-// components with its seconds spread over clock hours, saves and announces
+// TRObjectContext over the activity store's entities, files each finished activity under its
+// application and path components with its seconds spread over clock hours, saves and announces
 // saves to the main application, merges the main application's saves, and
 // answers the range queries over recorded time.
 //
@@ -58,11 +58,11 @@ class TRActivityStore final : public QObject {
     Q_OBJECT
 public:
     struct Options {
-        QString dataFolder;                // empty: TRLocations::dataFolderPath()
-        QString bundleIdentifier;          // empty: the helper's own id
-        std::function<QDateTime()> clock;  // empty: the system clock
-        std::shared_ptr<TRSettings> settings;                  // empty: the helper's file
-        std::shared_ptr<TRBlacklist> blacklist;                // empty: nothing is
+        QString dataFolder;                      // empty: TRLocations::dataFolderPath()
+        QString bundleIdentifier;                // empty: the helper's own id
+        std::function<QDateTime()> clock;        // empty: the system clock
+        std::shared_ptr<TRSettings> settings;    // empty: the helper's file
+        std::shared_ptr<TRBlacklist> blacklist;  // empty: nothing is
         std::shared_ptr<DistributedNotificationCenter> notificationCenter;  // may stay empty
         std::shared_ptr<TRStoreReporter> reporter;                          // empty: the log
         std::shared_ptr<TRASIconLookup> iconLookup;                         // empty: no icons

@@ -199,8 +199,9 @@ double TRActivityStore::sumOfDurationsOfEventsBetweenDate(const TRASEventFilter&
     TRObjectContext* context = managedObjectContext();
     if (!context) return 0.0;
     double sum = 0.0;
-    auto stmt = m_db.prepare(QStringLiteral("SELECT TOTAL(duration) FROM HourlyEvent WHERE 1") +
-                             filterSql(filter) + context->changedRowExclusion(TRASHourlyEvent::kEntity));
+    auto stmt =
+        m_db.prepare(QStringLiteral("SELECT TOTAL(duration) FROM HourlyEvent WHERE 1") +
+                     filterSql(filter) + context->changedRowExclusion(TRASHourlyEvent::kEntity));
     if (stmt && stmt->step()) sum = stmt->real(0);
     for (TRASHourlyEvent* event : context->liveChangedObjects<TRASHourlyEvent>()) {
         if (matchesFilter(event, filter)) sum += event->durationValue();
@@ -213,9 +214,9 @@ std::vector<TRASHourlyEvent*> TRActivityStore::fetchHourlyEvents(const TRASEvent
     if (!context) return {};
     // The saved rows, less those with unsaved changes, then the live ones.
     std::vector<TRASHourlyEvent*> events;
-    auto stmt = m_db.prepare(context->selectSql(TRASHourlyEvent::kEntity) +
-                             QStringLiteral(" WHERE 1") + filterSql(filter) +
-                             context->changedRowExclusion(TRASHourlyEvent::kEntity));
+    auto stmt =
+        m_db.prepare(context->selectSql(TRASHourlyEvent::kEntity) + QStringLiteral(" WHERE 1") +
+                     filterSql(filter) + context->changedRowExclusion(TRASHourlyEvent::kEntity));
     while (stmt && stmt->step()) {
         auto* event = context->readRow<TRASHourlyEvent>(*stmt);
         if (!event->isDeleted() && !event->isUpdated()) events.push_back(event);

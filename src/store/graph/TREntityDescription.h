@@ -44,10 +44,18 @@ struct TREntityDescription final {
 // How each field type travels through SQLite.
 namespace TRColumnValue {
 
-inline void read(const SqliteStatement& row, int i, QString& value) { value = row.text(i); }
-inline void read(const SqliteStatement& row, int i, QByteArray& value) { value = row.blob(i); }
-inline void read(const SqliteStatement& row, int i, double& value) { value = row.real(i); }
-inline void read(const SqliteStatement& row, int i, bool& value) { value = row.int64(i) != 0; }
+inline void read(const SqliteStatement& row, int i, QString& value) {
+    value = row.text(i);
+}
+inline void read(const SqliteStatement& row, int i, QByteArray& value) {
+    value = row.blob(i);
+}
+inline void read(const SqliteStatement& row, int i, double& value) {
+    value = row.real(i);
+}
+inline void read(const SqliteStatement& row, int i, bool& value) {
+    value = row.int64(i) != 0;
+}
 inline void read(const SqliteStatement& row, int i, qint16& value) {
     value = qint16(row.int64(i));
 }
@@ -56,11 +64,21 @@ void read(const SqliteStatement& row, int i, TRToOne<T>& value) {
     value.setFromRow(row.int64(i));
 }
 
-inline void bind(SqliteStatement& stmt, int i, const QString& value) { stmt.bind(i, value); }
-inline void bind(SqliteStatement& stmt, int i, const QByteArray& value) { stmt.bind(i, value); }
-inline void bind(SqliteStatement& stmt, int i, double value) { stmt.bind(i, value); }
-inline void bind(SqliteStatement& stmt, int i, bool value) { stmt.bind(i, qint64(value ? 1 : 0)); }
-inline void bind(SqliteStatement& stmt, int i, qint16 value) { stmt.bind(i, qint64(value)); }
+inline void bind(SqliteStatement& stmt, int i, const QString& value) {
+    stmt.bind(i, value);
+}
+inline void bind(SqliteStatement& stmt, int i, const QByteArray& value) {
+    stmt.bind(i, value);
+}
+inline void bind(SqliteStatement& stmt, int i, double value) {
+    stmt.bind(i, value);
+}
+inline void bind(SqliteStatement& stmt, int i, bool value) {
+    stmt.bind(i, qint64(value ? 1 : 0));
+}
+inline void bind(SqliteStatement& stmt, int i, qint16 value) {
+    stmt.bind(i, qint64(value));
+}
 template <class T>
 void bind(SqliteStatement& stmt, int i, const TRToOne<T>& value) {
     stmt.bindOptionalId(i, value.keyForWriting());

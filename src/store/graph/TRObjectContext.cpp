@@ -116,8 +116,9 @@ TRManagedObject* TRObjectContext::readRow(std::uint8_t entity, const SqliteState
 TRManagedObject* TRObjectContext::loadById(std::uint8_t entity, qint64 id) {
     if (TRManagedObject* existing = registered(entity, id)) return existing;
     if (id <= 0) return nullptr;
-    SqliteStatement* stmt = m_db.cachedByKey(statementKey(StatementKind::SelectById, entity, 0),
-                                             [&] { return selectSql(entity) + QStringLiteral(" WHERE id = ?1"); });
+    SqliteStatement* stmt =
+        m_db.cachedByKey(statementKey(StatementKind::SelectById, entity, 0),
+                         [&] { return selectSql(entity) + QStringLiteral(" WHERE id = ?1"); });
     if (!stmt) return nullptr;
     stmt->bind(1, id);
     TRManagedObject* object = stmt->step() ? readRow(entity, *stmt) : nullptr;

@@ -4,7 +4,7 @@
 #include "store/graph/TRObjectContext.h"
 
 void TRObjectContext::merge(const QStringList& inserted, const QStringList& updated,
-                        const QStringList& deleted, QStringList* notFound) {
+                            const QStringList& deleted, QStringList* notFound) {
     bool insertedOrDeleted = false;
     std::uint8_t entity = 0;
     qint64 id = 0;
@@ -42,8 +42,9 @@ void TRObjectContext::merge(const QStringList& inserted, const QStringList& upda
 
 void TRObjectContext::refresh(TRManagedObject* object) {
     const std::uint8_t entity = object->m_entity;
-    SqliteStatement* stmt = m_db.cachedByKey(statementKey(StatementKind::SelectById, entity, 0),
-                                             [&] { return selectSql(entity) + QStringLiteral(" WHERE id = ?1"); });
+    SqliteStatement* stmt =
+        m_db.cachedByKey(statementKey(StatementKind::SelectById, entity, 0),
+                         [&] { return selectSql(entity) + QStringLiteral(" WHERE id = ?1"); });
     if (!stmt) return;
     stmt->bind(1, object->m_primaryKey);
     if (stmt->step()) {

@@ -46,8 +46,9 @@ void TRObjectContext::runCleanupRules() {
 
 std::optional<TRError> TRObjectContext::assignPrimaryKeys() {
     std::vector<TRManagedObject*> inserted(m_inserted.begin(), m_inserted.end());
-    std::sort(inserted.begin(), inserted.end(),
-              [](TRManagedObject* a, TRManagedObject* b) { return a->m_temporaryId < b->m_temporaryId; });
+    std::sort(inserted.begin(), inserted.end(), [](TRManagedObject* a, TRManagedObject* b) {
+        return a->m_temporaryId < b->m_temporaryId;
+    });
     std::vector<qint64> next(m_entities.size(), -1);
     for (TRManagedObject* object : inserted) {
         qint64& key = next[object->m_entity];
@@ -100,9 +101,8 @@ std::optional<TRError> TRObjectContext::updateRow(TRManagedObject* object) {
             int parameter = 2;
             for (const TRColumn& column : description.columns) {
                 if (mask & column.dirtyBit)
-                    sets.append(QStringLiteral("%1 = ?%2")
-                                    .arg(QLatin1String(column.name))
-                                    .arg(parameter));
+                    sets.append(
+                        QStringLiteral("%1 = ?%2").arg(QLatin1String(column.name)).arg(parameter));
                 ++parameter;
             }
             return QStringLiteral("UPDATE %1 SET %2 WHERE id = ?1")
