@@ -150,12 +150,6 @@ TRASApplication* TRASApplication::applicationWithRunningApplication(
     return nullptr;
 }
 
-TRASApplication* TRASApplication::applicationWithRunningApplication(
-    const TRApplicationSlot& application, bool createNewIfNeeded) {
-    return applicationWithRunningApplication(TRActivityStore::sharedInstance(), application,
-                                             createNewIfNeeded);
-}
-
 TRASApplication* TRASApplication::applicationWithProjectStoreApplication(
     TRActivityStore& store, const QString& bundleIdentifier, const QString& executableName,
     const QString& title) {

@@ -72,8 +72,6 @@ public:
     static TRASApplication* applicationWithRunningApplication(TRActivityStore& store,
                                                               const TRApplicationSlot& application,
                                                               bool createNewIfNeeded);
-    static TRASApplication* applicationWithRunningApplication(const TRApplicationSlot& application,
-                                                              bool createNewIfNeeded);
     static TRASApplication* customActivitiesApplication(TRActivityStore& store);
     // For the project store's applications: always creates a missing one.
     static TRASApplication* applicationWithProjectStoreApplication(TRActivityStore& store,
