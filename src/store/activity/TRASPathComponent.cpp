@@ -1,16 +1,15 @@
-#include "store/TRASPathComponent.h"
+#include "store/activity/TRASPathComponent.h"
 
 #include <QFileInfo>
 #include <algorithm>
 #include <cmath>
 
 #include "core/DateCalculations.h"
-#include "store/SqliteDatabase.h"
-#include "store/TRASApplication.h"
-#include "store/TRASContext.h"
-#include "store/TRASHourlyEvent.h"
-#include "store/TRASIconLookup.h"
-#include "store/TRActivityStore.h"
+#include "store/activity/TRASApplication.h"
+#include "store/activity/TRASHourlyEvent.h"
+#include "store/activity/TRASIconLookup.h"
+#include "store/graph/SqliteDatabase.h"
+#include "store/graph/TRObjectContext.h"
 
 namespace {
 
@@ -24,7 +23,35 @@ double secondsFromDate(const QDateTime& date) {
                           : std::numeric_limits<double>::quiet_NaN();
 }
 
+// Numbers of the entity's cached queries.
+enum Query : quint64 { kAll, kChildren };
+
 }  // namespace
+
+const TREntityDescription& TRASPathComponent::description() {
+    static constexpr TRColumn kColumns[] = {
+        column<&TRASPathComponent::m_value>("value", "TEXT", kValue),
+        column<&TRASPathComponent::m_pathLevel>("pathLevel", "INTEGER NOT NULL DEFAULT 0",
+                                                kPathLevel),
+        column<&TRASPathComponent::m_startDateOfChildren>("startDateOfChildren", "REAL",
+                                                          kStartDateOfChildren),
+        column<&TRASPathComponent::m_stopDateOfChildren>("stopDateOfChildren", "REAL",
+                                                         kStopDateOfChildren),
+        column<&TRASPathComponent::m_cachedIcon>("cachedIcon", "BLOB", kCachedIcon),
+        column<&TRASPathComponent::m_application>(
+            "application", "INTEGER REFERENCES Application(id)", kApplication),
+        column<&TRASPathComponent::m_pathParent>(
+            "pathParent", "INTEGER REFERENCES PathComponent(id)", kPathParent),
+    };
+    static constexpr TREntityDescription kDescription{"PathComponent", kColumns, 1,
+                                                      &createObject<TRASPathComponent>};
+    return kDescription;
+}
+
+// A new node has nothing below it in the file.
+void TRASPathComponent::awakeFromInsert() {
+    m_childrenLoaded = m_hourlyEventsLoaded = m_eventsLoaded = true;
+}
 
 void TRASPathComponent::setValue(const QString& value) {
     if (m_value == value && m_value.isNull() == value.isNull()) return;
@@ -53,7 +80,7 @@ void TRASPathComponent::setCachedIcon(const QByteArray& value) {
 
 TRASApplication* TRASPathComponent::application() {
     if (!m_application.resolved())
-        m_application.resolveTo(context()->applicationWithId(m_application.id));
+        m_application.resolveTo(context()->objectWithId<TRASApplication>(m_application.id));
     return m_application.object;
 }
 
@@ -65,7 +92,7 @@ void TRASPathComponent::setApplicationLink(TRASApplication* application) {
 
 TRASPathComponent* TRASPathComponent::pathParent() {
     if (!m_pathParent.resolved())
-        m_pathParent.resolveTo(context()->pathComponentWithId(m_pathParent.id));
+        m_pathParent.resolveTo(context()->objectWithId<TRASPathComponent>(m_pathParent.id));
     return m_pathParent.object;
 }
 
@@ -123,18 +150,18 @@ std::vector<TRASEvent*>& TRASPathComponent::eventList() {
 }
 
 const std::vector<TRASPathComponent*>& TRASPathComponent::children() {
-    context()->loadChildren(this);
+    loadChildren();
     return m_children;
 }
 
 const std::vector<TRASEvent*>& TRASPathComponent::events() {
-    context()->loadEvents(this);
+    loadEvents();
     static const std::vector<TRASEvent*> kNone;
     return m_events ? *m_events : kNone;
 }
 
 const std::multimap<double, TRASHourlyEvent*>& TRASPathComponent::hourlyEvents() {
-    context()->loadHourlyEvents(this);
+    loadHourlyEvents();
     static const std::multimap<double, TRASHourlyEvent*> kNone;
     return m_hourlyEvents ? *m_hourlyEvents : kNone;
 }
@@ -145,7 +172,7 @@ TRASPathComponent* TRASPathComponent::childComponentWithValue(const QString& val
         if (child->m_value == value) return child;
     }
     if (!createNewIfNeeded) return nullptr;
-    TRASPathComponent* child = context()->insertPathComponent();
+    TRASPathComponent* child = context()->insert<TRASPathComponent>();
     child->m_value = value;
     child->m_pathLevel = qint16(m_pathLevel + 1);
     child->setPathParent(this);
@@ -159,7 +186,7 @@ TRASHourlyEvent* TRASPathComponent::hourlyEventWithDate(const QDateTime& date,
     auto found = events.find(hourKey(hour));
     if (found != events.end()) return found->second;
     if (!createNewIfNeeded) return nullptr;
-    TRASHourlyEvent* event = context()->insertHourlyEvent();
+    TRASHourlyEvent* event = context()->insert<TRASHourlyEvent>();
     event->setStartDateSeconds(hour);
     event->setLastPathComponent(this);
     return event;
@@ -218,20 +245,18 @@ TRASApplication* TRASPathComponent::containingApplication() {
     return nullptr;
 }
 
-QByteArray TRASPathComponent::icon() {
-    if (TRASApplication* app = application()) return app->icon();
+QByteArray TRASPathComponent::icon(const TRASIconLookup& lookup) {
+    if (TRASApplication* app = application()) return app->icon(lookup);
     if (!m_cachedIcon.isEmpty()) return m_cachedIcon;
     const QString path = fullPath();
     if (path.isNull()) return QByteArray();
-    TRASIconLookup& lookup = context()->store()->iconLookup();
     const QByteArray image =
         QFileInfo::exists(path) ? lookup.iconForFile(path) : lookup.genericDocumentIcon();
     if (!image.isEmpty()) setCachedIcon(image);
     return image;
 }
 
-std::vector<TRASPathComponent*> TRASPathComponent::filteredChildComponents() {
-    const double threshold = context()->store()->timeThreshold();
+std::vector<TRASPathComponent*> TRASPathComponent::filteredChildComponents(double threshold) {
     std::vector<TRASPathComponent*> shown;
     for (TRASPathComponent* child : children()) {
         if (child->m_totalDurationWithFilter > threshold) shown.push_back(child);
@@ -239,70 +264,14 @@ std::vector<TRASPathComponent*> TRASPathComponent::filteredChildComponents() {
     return shown;
 }
 
-std::vector<TRASPathComponent*> TRASPathComponent::completeSubtree() {
-    const auto& byParent = context()->store()->allPathComponentsGroupedByPathParent();
+std::vector<TRASPathComponent*> TRASPathComponent::completeSubtree(
+    const std::unordered_map<TRASPathComponent*, std::vector<TRASPathComponent*>>& byParent) {
     std::vector<TRASPathComponent*> nodes{this};
     for (size_t i = 0; i < nodes.size(); ++i) {
         auto it = byParent.find(nodes[i]);
         if (it != byParent.end()) nodes.insert(nodes.end(), it->second.begin(), it->second.end());
     }
     return nodes;
-}
-
-void TRASPathComponent::readColumns(const SqliteStatement& row, bool keepDirty) {
-    auto take = [&](std::uint32_t bit) { return !(keepDirty && isDirty(bit)); };
-    if (take(kValue)) m_value = row.text(1);
-    if (take(kPathLevel)) m_pathLevel = qint16(row.int64(2));
-    if (take(kStartDateOfChildren)) m_startDateOfChildren = row.real(3);
-    if (take(kStopDateOfChildren)) m_stopDateOfChildren = row.real(4);
-    if (take(kCachedIcon)) m_cachedIcon = row.blob(5);
-    if (take(kApplication)) m_application.setFromRow(row.int64(6));
-    if (take(kPathParent)) m_pathParent.setFromRow(row.int64(7));
-}
-
-std::optional<TRError> TRASPathComponent::insertRow(SqliteDatabase& db) {
-    SqliteStatement* stmt = db.cached(
-        "INSERT INTO PathComponent(id, value, pathLevel, startDateOfChildren, stopDateOfChildren, "
-        "cachedIcon, application, pathParent) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8)");
-    if (!stmt) return db.lastError();
-    stmt->bind(1, primaryKey());
-    stmt->bind(2, m_value);
-    stmt->bind(3, qint64(m_pathLevel));
-    stmt->bind(4, m_startDateOfChildren);
-    stmt->bind(5, m_stopDateOfChildren);
-    stmt->bind(6, m_cachedIcon);
-    stmt->bindOptionalId(7, m_application.keyForWriting());
-    stmt->bindOptionalId(8, m_pathParent.keyForWriting());
-    return stmt->run();
-}
-
-std::optional<TRError> TRASPathComponent::updateRow(SqliteDatabase& db) {
-    static const char* const kColumns[] = {
-        "value",      "pathLevel",   "startDateOfChildren", "stopDateOfChildren",
-        "cachedIcon", "application", "pathParent"};
-    const std::uint32_t mask = dirtyMask() & 0x7Fu;
-    if (mask == 0) return std::nullopt;
-    SqliteStatement* stmt = db.cachedByKey(
-        TRASContext::statementKey(TRASContext::StatementKind::UpdatePathComponent, mask), [mask] {
-            QStringList sets;
-            for (int i = 0; i < 7; ++i) {
-                if (mask & (1u << i))
-                    sets.append(
-                        QStringLiteral("%1 = ?%2").arg(QLatin1String(kColumns[i])).arg(i + 2));
-            }
-            return QStringLiteral("UPDATE PathComponent SET %1 WHERE id = ?1")
-                .arg(sets.join(QLatin1String(", ")));
-        });
-    if (!stmt) return db.lastError();
-    stmt->bind(1, primaryKey());
-    if (isDirty(kValue)) stmt->bind(2, m_value);
-    if (isDirty(kPathLevel)) stmt->bind(3, qint64(m_pathLevel));
-    if (isDirty(kStartDateOfChildren)) stmt->bind(4, m_startDateOfChildren);
-    if (isDirty(kStopDateOfChildren)) stmt->bind(5, m_stopDateOfChildren);
-    if (isDirty(kCachedIcon)) stmt->bind(6, m_cachedIcon);
-    if (isDirty(kApplication)) stmt->bindOptionalId(7, m_application.keyForWriting());
-    if (isDirty(kPathParent)) stmt->bindOptionalId(8, m_pathParent.keyForWriting());
-    return stmt->run();
 }
 
 // A root stays; any other node stays while it has a parent and something
@@ -340,4 +309,103 @@ void TRASPathComponent::nullifyRelationships(bool markChanges) {
     if (m_application.resolved() && m_application.object &&
         m_application.object->m_pathRoot.object == this)
         m_application.object->m_pathRoot.setFromRow(primaryKey());
+}
+
+std::vector<TRASPathComponent*> TRASPathComponent::fetchAll(TRObjectContext& context) {
+    std::vector<TRASPathComponent*> nodes;
+    if (SqliteStatement* stmt = context.cachedSelect(kEntity, kAll, "")) {
+        while (stmt->step()) {
+            auto* node = context.readRow<TRASPathComponent>(*stmt);
+            if (!node->isDeleted()) nodes.push_back(node);
+        }
+        stmt->reset();
+    }
+    for (TRASPathComponent* node : context.insertedObjects<TRASPathComponent>())
+        nodes.push_back(node);
+    // Every node is in memory now, so every children set can be completed
+    // without one query per node.
+    std::unordered_map<TRASPathComponent*, std::vector<TRASPathComponent*>> children;
+    for (TRASPathComponent* node : nodes) {
+        TRASPathComponent* parent = node->pathParent();
+        if (parent && !parent->m_childrenLoaded) children[parent].push_back(node);
+    }
+    for (TRASPathComponent* node : nodes) {
+        if (node->m_childrenLoaded) continue;
+        auto it = children.find(node);
+        if (it != children.end()) node->m_children = std::move(it->second);
+        node->m_childrenLoaded = true;
+    }
+    return nodes;
+}
+
+void TRASPathComponent::loadChildren() {
+    if (m_childrenLoaded) return;
+    m_childrenLoaded = true;
+    TRObjectContext& context = *this->context();
+    SqliteStatement* stmt = context.cachedSelect(kEntity, kChildren, "pathParent = ?1");
+    if (!stmt) return;
+    stmt->bind(1, primaryKey());
+    while (stmt->step()) {
+        auto* child = context.readRow<TRASPathComponent>(*stmt);
+        if (child->isDeleted()) continue;
+        if (child->m_pathParent.resolved() && child->m_pathParent.object != this) continue;
+        child->m_pathParent.set(this);
+        if (std::find(m_children.begin(), m_children.end(), child) == m_children.end())
+            m_children.push_back(child);
+    }
+    stmt->reset();
+}
+
+void TRASPathComponent::loadHourlyEvents() {
+    if (m_hourlyEventsLoaded) return;
+    m_hourlyEventsLoaded = true;
+    TRObjectContext& context = *this->context();
+    SqliteStatement* stmt =
+        context.cachedSelect(TRASHourlyEvent::kEntity, 0, "lastPathComponent = ?1");
+    if (!stmt) return;
+    stmt->bind(1, primaryKey());
+    while (stmt->step()) {
+        auto* event = context.readRow<TRASHourlyEvent>(*stmt);
+        if (event->isDeleted()) continue;
+        if (event->m_lastPathComponent.resolved() && event->m_lastPathComponent.object != this)
+            continue;
+        event->m_lastPathComponent.set(this);
+        hourlyEventMap().emplace(hourKey(event->m_startDate), event);
+    }
+    stmt->reset();
+}
+
+void TRASPathComponent::loadEvents() {
+    if (m_eventsLoaded) return;
+    m_eventsLoaded = true;
+    TRObjectContext& context = *this->context();
+    SqliteStatement* stmt = context.cachedSelect(TRASEvent::kEntity, 0, "lastPathComponent = ?1");
+    if (!stmt) return;
+    stmt->bind(1, primaryKey());
+    while (stmt->step()) {
+        auto* event = context.readRow<TRASEvent>(*stmt);
+        if (event->isDeleted()) continue;
+        event->m_lastPathComponent.set(this);
+        eventList().push_back(event);
+    }
+    stmt->reset();
+}
+
+void TRASPathComponent::unlinkFromOwner() {
+    if (m_pathParent.resolved() && m_pathParent.object)
+        m_pathParent.object->removeChild(this, false);
+}
+
+// Into the parent's children when they have been read already; otherwise
+// their first read finds this node.
+void TRASPathComponent::linkToOwner() {
+    TRASPathComponent* parent =
+        m_pathParent.resolved() ? m_pathParent.object
+                                : context()->registeredObject<TRASPathComponent>(m_pathParent.id);
+    if (!parent || parent->isDeleted()) return;
+    m_pathParent.set(parent);
+    auto& children = parent->m_children;
+    if (parent->m_childrenLoaded &&
+        std::find(children.begin(), children.end(), this) == children.end())
+        children.push_back(this);
 }

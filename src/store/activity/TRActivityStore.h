@@ -3,8 +3,8 @@
 //
 // It finds the data folder, opens "ActivityStore.db" there on first use
 // (folder 0700, files 0600, schema created or migrated), owns the one
-// TRASContext, files each finished activity under its application and path
-// components with its seconds spread over clock hours, saves and announces
+// TRObjectContext over the activity store's entities, files each finished activity under its
+// application and path components with its seconds spread over clock hours, saves and announces
 // saves to the main application, merges the main application's saves, and
 // answers the range queries over recorded time.
 //
@@ -26,13 +26,14 @@
 #include <unordered_set>
 #include <vector>
 
-#include "store/SqliteDatabase.h"
-#include "store/TRASContext.h"
 #include "core/TRActivity.h"
 #include "core/TRSettings.h"
+#include "store/graph/SqliteDatabase.h"
+#include "store/graph/TRObjectContext.h"
 
 class DistributedNotificationCenter;
 class TRASApplication;
+class TRASHourlyEvent;
 class TRASIconLookup;
 class TRASPathComponent;
 class TRBlacklist;
@@ -57,11 +58,11 @@ class TRActivityStore final : public QObject {
     Q_OBJECT
 public:
     struct Options {
-        QString dataFolder;                // empty: TRLocations::dataFolderPath()
-        QString bundleIdentifier;          // empty: the helper's own id
-        std::function<QDateTime()> clock;  // empty: the system clock
-        std::shared_ptr<TRSettings> settings;                  // empty: the helper's file
-        std::shared_ptr<TRBlacklist> blacklist;                // empty: nothing is
+        QString dataFolder;                      // empty: TRLocations::dataFolderPath()
+        QString bundleIdentifier;                // empty: the helper's own id
+        std::function<QDateTime()> clock;        // empty: the system clock
+        std::shared_ptr<TRSettings> settings;    // empty: the helper's file
+        std::shared_ptr<TRBlacklist> blacklist;  // empty: nothing is
         std::shared_ptr<DistributedNotificationCenter> notificationCenter;  // may stay empty
         std::shared_ptr<TRStoreReporter> reporter;                          // empty: the log
         std::shared_ptr<TRASIconLookup> iconLookup;                         // empty: no icons
@@ -78,10 +79,11 @@ public:
     QString applicationSupportDirectory() const { return m_options.dataFolder; }
     const QString& bundleIdentifier() const { return m_options.bundleIdentifier; }
     // Opens the store on first use; nullptr when it could not be opened.
-    TRASContext* managedObjectContext();
+    TRObjectContext* managedObjectContext();
     bool isOpen() const { return m_context != nullptr; }
     QDateTime now() const { return m_options.clock(); }
-    TRASIconLookup& iconLookup() { return *m_options.iconLookup; }
+    // For the nodes' and applications' icon(): where icons come from.
+    const TRASIconLookup& iconLookup() const { return *m_options.iconLookup; }
 
     double timeThreshold() const { return m_timeThreshold; }
     // Writes a different value back to the settings; the filtered views
@@ -138,7 +140,7 @@ private:
     bool createDataFolder();
     void receiveRemoteSave(const QString& object, const QMap<QString, QByteArray>& userInfo);
     void mergeRemoteSave(const QString& object, const QMap<QString, QByteArray>& userInfo);
-    void announceSave(const TRASSaveResult& result);
+    void announceSave(const TRSaveResult& result);
     QStringList componentsForActivity(const TRActivity& activity);
     QString filterSql(const TRASEventFilter& filter) const;
     void addMatchingEventsToTemporaryTotals(const TRASEventFilter& filter,
@@ -155,7 +157,7 @@ private:
     QDateTime m_lastFilterDay;
     bool m_openAttempted = false;
     SqliteDatabase m_db;
-    std::unique_ptr<TRASContext> m_context;
+    std::unique_ptr<TRObjectContext> m_context;
     int m_observerToken = -1;
 
     std::optional<std::vector<TRASPathComponent*>> m_sortedCache;

@@ -1,7 +1,7 @@
 // The one place of the store that writes to the log.
 #include <QLoggingCategory>
 
-#include "store/TRStoreReporter.h"
+#include "store/activity/TRStoreReporter.h"
 
 namespace {
 Q_LOGGING_CATEGORY(lcStore, "vorlix.store")

@@ -5,8 +5,10 @@
 // application reads too (Application, PathComponent, HourlyEvent, Event);
 // dates are REAL seconds since the Unix epoch, to-one relationships are
 // foreign-key columns named after the relationship, and PRAGMA user_version
-// holds the schema version. A file of an older version is migrated in one
-// transaction when it is opened; a file of a newer version is refused.
+// holds the schema version. The entity tables come from the entities'
+// descriptions (TRASEntities.h); the metadata table and the indexes are
+// written here. A file of an older version is migrated in one transaction
+// when it is opened; a file of a newer version is refused.
 
 #include <QString>
 #include <optional>

@@ -1,4 +1,4 @@
-#include "store/TRActivityStore.h"
+#include "store/activity/TRActivityStore.h"
 
 #include <sys/stat.h>
 #include <QDir>
@@ -9,17 +9,18 @@
 #include <cstring>
 #include <mutex>
 
-#include "store/ActivityStoreSchema.h"
 #include "core/DateCalculations.h"
-#include "platform/DistributedNotificationCenter.h"
-#include "store/TRASApplication.h"
-#include "store/TRASHourlyEvent.h"
-#include "store/TRASIconLookup.h"
-#include "store/TRASPathComponent.h"
-#include "store/TRActivityComponents.h"
-#include "store/TRBlacklist.h"
 #include "core/TRLocations.h"
-#include "store/TRStoreReporter.h"
+#include "platform/DistributedNotificationCenter.h"
+#include "store/activity/ActivityStoreSchema.h"
+#include "store/activity/TRASApplication.h"
+#include "store/activity/TRASEntities.h"
+#include "store/activity/TRASHourlyEvent.h"
+#include "store/activity/TRASIconLookup.h"
+#include "store/activity/TRASPathComponent.h"
+#include "store/activity/TRActivityComponents.h"
+#include "store/activity/TRBlacklist.h"
+#include "store/activity/TRStoreReporter.h"
 
 namespace {
 
@@ -83,7 +84,7 @@ TRActivityStore& TRActivityStore::sharedInstance() {
     return *instance;
 }
 
-TRASContext* TRActivityStore::managedObjectContext() {
+TRObjectContext* TRActivityStore::managedObjectContext() {
     if (!m_openAttempted) open();
     return m_context.get();
 }
@@ -132,7 +133,7 @@ bool TRActivityStore::open() {
         m_options.abortProcess();
         return false;
     }
-    m_context = std::make_unique<TRASContext>(m_db, storeUuid, this);
+    m_context = std::make_unique<TRObjectContext>(m_db, storeUuid, activityStoreEntities());
     m_context->objectsInsertedOrDeleted = [this] {
         if (m_sortedCache) invalidateAllPathComponentsSortedByPathLevelCache();
     };

@@ -1,4 +1,4 @@
-#include "store/TRActivityComponents.h"
+#include "store/activity/TRActivityComponents.h"
 
 #include <unicode/regex.h>
 

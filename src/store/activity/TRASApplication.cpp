@@ -1,13 +1,13 @@
-#include "store/TRASApplication.h"
+#include "store/activity/TRASApplication.h"
 
 #include <QCoreApplication>
 
-#include "store/SqliteDatabase.h"
-#include "store/TRASContext.h"
-#include "store/TRASIconLookup.h"
-#include "store/TRASPathComponent.h"
-#include "store/TRActivityStore.h"
 #include "core/TRLocations.h"
+#include "store/activity/TRASIconLookup.h"
+#include "store/activity/TRASPathComponent.h"
+#include "store/activity/TRActivityStore.h"
+#include "store/graph/SqliteDatabase.h"
+#include "store/graph/TRObjectContext.h"
 
 namespace {
 
@@ -21,12 +21,30 @@ QString lastPathComponent(const QString& path) {
 }
 
 template <class T>
-void assignIfChanged(TRASObject&, T& field, const T& value, bool* changed) {
+void assignIfChanged(TRManagedObject&, T& field, const T& value, bool* changed) {
     *changed = !(field == value) || (field.isNull() != value.isNull());
     if (*changed) field = value;
 }
 
 }  // namespace
+
+// The pathRoot column came first; the icon cache was added with version 2.
+const TREntityDescription& TRASApplication::description() {
+    static constexpr TRColumn kColumns[] = {
+        column<&TRASApplication::m_bundleIdentifier>("bundleIdentifier", "TEXT", kBundleIdentifier),
+        column<&TRASApplication::m_executableName>("executableName", "TEXT", kExecutableName),
+        column<&TRASApplication::m_title>("title", "TEXT", kTitle),
+        column<&TRASApplication::m_applescriptTrackingDisabled>("applescriptTrackingDisabled",
+                                                                "INTEGER NOT NULL DEFAULT 0",
+                                                                kApplescriptTrackingDisabled),
+        column<&TRASApplication::m_pathRoot>("pathRoot", "INTEGER REFERENCES PathComponent(id)",
+                                             kPathRoot),
+        column<&TRASApplication::m_cachedIcon>("cachedIcon", "BLOB", kCachedIcon, 2),
+    };
+    static constexpr TREntityDescription kDescription{"Application", kColumns, 1,
+                                                      &createObject<TRASApplication>};
+    return kDescription;
+}
 
 void TRASApplication::setBundleIdentifier(const QString& value) {
     bool changed = false;
@@ -59,7 +77,8 @@ void TRASApplication::setCachedIcon(const QByteArray& value) {
 }
 
 TRASPathComponent* TRASApplication::pathRoot() {
-    if (!m_pathRoot.resolved()) m_pathRoot.resolveTo(context()->pathComponentWithId(m_pathRoot.id));
+    if (!m_pathRoot.resolved())
+        m_pathRoot.resolveTo(context()->objectWithId<TRASPathComponent>(m_pathRoot.id));
     return m_pathRoot.object;
 }
 
@@ -70,8 +89,7 @@ void TRASApplication::setPathRoot(TRASPathComponent* root) {
     if (root) root->setApplicationLink(this);
 }
 
-QString TRASApplication::bundlePath() const {
-    TRASIconLookup& lookup = context()->store()->iconLookup();
+QString TRASApplication::bundlePath(const TRASIconLookup& lookup) const {
     const QString id = m_bundleIdentifier == QLatin1String(kCustomActivitiesBundleIdentifier)
                            ? QString::fromLatin1(TRLocations::kHelperBundleIdentifier)
                            : m_bundleIdentifier;
@@ -80,10 +98,9 @@ QString TRASApplication::bundlePath() const {
     return path.isEmpty() ? QString() : path;
 }
 
-QByteArray TRASApplication::icon() {
+QByteArray TRASApplication::icon(const TRASIconLookup& lookup) {
     if (!m_cachedIcon.isEmpty()) return m_cachedIcon;
-    TRASIconLookup& lookup = context()->store()->iconLookup();
-    const QString path = bundlePath();
+    const QString path = bundlePath(lookup);
     QByteArray image = path.isNull() ? QByteArray() : lookup.iconForApplicationPath(path);
     if (image.isEmpty()) image = lookup.genericDocumentIcon();
     if (!image.isEmpty()) setCachedIcon(image);
@@ -96,13 +113,13 @@ TRASApplication* TRASApplication::applicationWithBundleIdentifier(TRActivityStor
                                                                   const QString& title,
                                                                   bool createNewIfNeeded) {
     if (bundleIdentifier.isEmpty() && executablePath.isEmpty() && title.isEmpty()) return nullptr;
-    TRASContext* context = store.managedObjectContext();
+    TRObjectContext* context = store.managedObjectContext();
     if (!context) return nullptr;
     TRASApplication* app =
-        !bundleIdentifier.isNull() ? context->fetchApplication("bundleIdentifier", bundleIdentifier)
+        !bundleIdentifier.isNull() ? fetch(*context, Key::BundleIdentifier, bundleIdentifier)
         : !executablePath.isNull()
-            ? context->fetchApplication("executableName", lastPathComponent(executablePath))
-            : context->fetchApplication("title", title);
+            ? fetch(*context, Key::ExecutableName, lastPathComponent(executablePath))
+            : fetch(*context, Key::Title, title);
     if (app) {
         if (app->bundleIdentifier().isEmpty() && !bundleIdentifier.isEmpty())
             app->setBundleIdentifier(bundleIdentifier);
@@ -113,11 +130,11 @@ TRASApplication* TRASApplication::applicationWithBundleIdentifier(TRActivityStor
         return app;
     }
     if (!createNewIfNeeded) return nullptr;
-    app = context->insertApplication();
+    app = context->insert<TRASApplication>();
     app->m_bundleIdentifier = bundleIdentifier;
     app->m_executableName = lastPathComponent(executablePath);
     app->m_title = title;
-    app->setPathRoot(context->insertPathComponent());
+    app->setPathRoot(context->insert<TRASPathComponent>());
     return app;
 }
 
@@ -131,12 +148,6 @@ TRASApplication* TRASApplication::applicationWithRunningApplication(
     if (std::holds_alternative<TRNullApplication>(application))
         return customActivitiesApplication(store);
     return nullptr;
-}
-
-TRASApplication* TRASApplication::applicationWithRunningApplication(
-    const TRApplicationSlot& application, bool createNewIfNeeded) {
-    return applicationWithRunningApplication(TRActivityStore::sharedInstance(), application,
-                                             createNewIfNeeded);
 }
 
 TRASApplication* TRASApplication::applicationWithProjectStoreApplication(
@@ -153,57 +164,35 @@ TRASApplication* TRASApplication::customActivitiesApplication(TRActivityStore& s
         QCoreApplication::translate("TRActivityStore", "Custom Activities"), true);
 }
 
-void TRASApplication::readColumns(const SqliteStatement& row, bool keepDirty) {
-    auto take = [&](std::uint32_t bit) { return !(keepDirty && isDirty(bit)); };
-    if (take(kBundleIdentifier)) m_bundleIdentifier = row.text(1);
-    if (take(kExecutableName)) m_executableName = row.text(2);
-    if (take(kTitle)) m_title = row.text(3);
-    if (take(kApplescriptTrackingDisabled)) m_applescriptTrackingDisabled = row.int64(4) != 0;
-    if (take(kCachedIcon)) m_cachedIcon = row.blob(5);
-    if (take(kPathRoot)) m_pathRoot.setFromRow(row.int64(6));
+const QString& TRASApplication::valueOf(Key key) const {
+    return key == Key::BundleIdentifier ? m_bundleIdentifier
+           : key == Key::ExecutableName ? m_executableName
+                                        : m_title;
 }
 
-std::optional<TRError> TRASApplication::insertRow(SqliteDatabase& db) {
-    SqliteStatement* stmt = db.cached(
-        "INSERT INTO Application(id, bundleIdentifier, executableName, title, "
-        "applescriptTrackingDisabled, cachedIcon, pathRoot) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7)");
-    if (!stmt) return db.lastError();
-    stmt->bind(1, primaryKey());
-    stmt->bind(2, m_bundleIdentifier);
-    stmt->bind(3, m_executableName);
-    stmt->bind(4, m_title);
-    stmt->bind(5, qint64(m_applescriptTrackingDisabled ? 1 : 0));
-    stmt->bind(6, m_cachedIcon);
-    stmt->bindOptionalId(7, m_pathRoot.keyForWriting());
-    return stmt->run();
-}
-
-std::optional<TRError> TRASApplication::updateRow(SqliteDatabase& db) {
-    static const char* const kColumns[] = {
-        "bundleIdentifier", "executableName", "title", "applescriptTrackingDisabled",
-        "cachedIcon",       "pathRoot"};
-    const std::uint32_t mask = dirtyMask() & 0x3Fu;
-    if (mask == 0) return std::nullopt;
-    SqliteStatement* stmt = db.cachedByKey(
-        TRASContext::statementKey(TRASContext::StatementKind::UpdateApplication, mask), [mask] {
-            QStringList sets;
-            for (int i = 0; i < 6; ++i) {
-                if (mask & (1u << i))
-                    sets.append(
-                        QStringLiteral("%1 = ?%2").arg(QLatin1String(kColumns[i])).arg(i + 2));
-            }
-            return QStringLiteral("UPDATE Application SET %1 WHERE id = ?1")
-                .arg(sets.join(QLatin1String(", ")));
-        });
-    if (!stmt) return db.lastError();
-    stmt->bind(1, primaryKey());
-    if (isDirty(kBundleIdentifier)) stmt->bind(2, m_bundleIdentifier);
-    if (isDirty(kExecutableName)) stmt->bind(3, m_executableName);
-    if (isDirty(kTitle)) stmt->bind(4, m_title);
-    if (isDirty(kApplescriptTrackingDisabled)) stmt->bind(5, qint64(m_applescriptTrackingDisabled));
-    if (isDirty(kCachedIcon)) stmt->bind(6, m_cachedIcon);
-    if (isDirty(kPathRoot)) stmt->bindOptionalId(7, m_pathRoot.keyForWriting());
-    return stmt->run();
+TRASApplication* TRASApplication::fetch(TRObjectContext& context, Key key, const QString& value) {
+    // As in SQL, a missing value equals nothing, not even an empty one.
+    auto matches = [&](TRASApplication* app) {
+        const QString& current = app->valueOf(key);
+        return !current.isNull() && !value.isNull() && current == value;
+    };
+    if (TRASApplication* app = context.firstChangedObject<TRASApplication>(matches)) return app;
+    static constexpr const char* kWhere[] = {"bundleIdentifier = ?1 ORDER BY id",
+                                             "executableName = ?1 ORDER BY id",
+                                             "title = ?1 ORDER BY id"};
+    static constexpr std::uint32_t kBit[] = {kBundleIdentifier, kExecutableName, kTitle};
+    const int which = int(key);
+    SqliteStatement* stmt = context.cachedSelect(kEntity, quint64(which), kWhere[which]);
+    if (!stmt) return nullptr;
+    stmt->bind(1, value);
+    TRASApplication* found = nullptr;
+    while (!found && stmt->step()) {
+        auto* app = context.readRow<TRASApplication>(*stmt);
+        if (!app->isDeleted() && !(app->isDirty(kBit[which]) && app->valueOf(key) != value))
+            found = app;
+    }
+    stmt->reset();
+    return found;
 }
 
 void TRASApplication::willSave() {

@@ -9,18 +9,25 @@
 #include <QByteArray>
 #include <QString>
 
-#include "store/TRASObject.h"
-#include "store/TRASToOne.h"
 #include "core/TRActivity.h"
+#include "store/activity/TRASEntities.h"
+#include "store/graph/TRManagedObject.h"
+#include "store/graph/TRToOne.h"
 
 class TRActivityStore;
+class TRASIconLookup;
 class TRASPathComponent;
+class TRObjectContext;
+struct TREntityDescription;
 
 inline constexpr char kCustomActivitiesBundleIdentifier[] =
     "info.mallowby.Vorlix.custom-activities";
 
-class TRASApplication final : public TRASObject {
+class TRASApplication final : public TRManagedObject {
 public:
+    static constexpr std::uint8_t kEntity = TRASEntity::Application;
+    static const TREntityDescription& description();
+
     enum Property : std::uint32_t {
         kBundleIdentifier = 1u << 0,
         kExecutableName = 1u << 1,
@@ -30,7 +37,7 @@ public:
         kPathRoot = 1u << 5,
     };
 
-    explicit TRASApplication(TRASContext* context) : TRASObject(context, TRASEntity::Application) {}
+    explicit TRASApplication(TRObjectContext* context) : TRManagedObject(context, kEntity) {}
 
     const QString& bundleIdentifier() const { return m_bundleIdentifier; }
     void setBundleIdentifier(const QString& value);
@@ -48,9 +55,9 @@ public:
     void setPathRoot(TRASPathComponent* root);
 
     // The installed application's location, or a null string.
-    QString bundlePath() const;
+    QString bundlePath(const TRASIconLookup& lookup) const;
     // Encoded image (PNG); empty when the desktop has no icon for it.
-    QByteArray icon();
+    QByteArray icon(const TRASIconLookup& lookup);
 
     // REQUIRES: at least one argument non-empty, else nothing is found.
     // A found application gets what it lacks filled in (the executable as
@@ -65,8 +72,6 @@ public:
     static TRASApplication* applicationWithRunningApplication(TRActivityStore& store,
                                                               const TRApplicationSlot& application,
                                                               bool createNewIfNeeded);
-    static TRASApplication* applicationWithRunningApplication(const TRApplicationSlot& application,
-                                                              bool createNewIfNeeded);
     static TRASApplication* customActivitiesApplication(TRActivityStore& store);
     // For the project store's applications: always creates a missing one.
     static TRASApplication* applicationWithProjectStoreApplication(TRActivityStore& store,
@@ -75,11 +80,12 @@ public:
                                                                    const QString& title);
 
 private:
-    friend class TRASContext;
     friend class TRASPathComponent;
-    void readColumns(const SqliteStatement& row, bool keepDirty) override;
-    std::optional<TRError> insertRow(SqliteDatabase& db) override;
-    std::optional<TRError> updateRow(SqliteDatabase& db) override;
+    // The first application whose property equals value (the unsaved state
+    // wins over the file).
+    enum class Key { BundleIdentifier, ExecutableName, Title };
+    static TRASApplication* fetch(TRObjectContext& context, Key key, const QString& value);
+    const QString& valueOf(Key key) const;
     void willSave() override;
     void nullifyRelationships(bool markChanges) override;
 
@@ -88,5 +94,5 @@ private:
     QString m_title;
     bool m_applescriptTrackingDisabled = false;
     QByteArray m_cachedIcon;
-    TRASToOne<TRASPathComponent> m_pathRoot;
+    TRToOne<TRASPathComponent> m_pathRoot;
 };

@@ -13,17 +13,25 @@
 #include <limits>
 #include <map>
 #include <memory>
+#include <unordered_map>
 #include <vector>
 
-#include "store/TRASObject.h"
-#include "store/TRASToOne.h"
+#include "store/activity/TRASEntities.h"
+#include "store/graph/TRManagedObject.h"
+#include "store/graph/TRToOne.h"
 
 class TRASApplication;
 class TRASEvent;
 class TRASHourlyEvent;
+class TRASIconLookup;
+class TRObjectContext;
+struct TREntityDescription;
 
-class TRASPathComponent final : public TRASObject {
+class TRASPathComponent final : public TRManagedObject {
 public:
+    static constexpr std::uint8_t kEntity = TRASEntity::PathComponent;
+    static const TREntityDescription& description();
+
     enum Property : std::uint32_t {
         kValue = 1u << 0,
         kPathLevel = 1u << 1,
@@ -34,8 +42,11 @@ public:
         kPathParent = 1u << 6,
     };
 
-    explicit TRASPathComponent(TRASContext* context)
-        : TRASObject(context, TRASEntity::PathComponent) {}
+    explicit TRASPathComponent(TRObjectContext* context) : TRManagedObject(context, kEntity) {}
+
+    // Every node not deleted, from the file and unsaved, in no fixed order;
+    // their children sets are complete afterwards.
+    static std::vector<TRASPathComponent*> fetchAll(TRObjectContext& context);
 
     const QString& value() const { return m_value; }
     void setValue(const QString& value);
@@ -75,7 +86,7 @@ public:
     std::vector<TRASPathComponent*> fullPathAsComponents();
     TRASApplication* containingApplication();
     // Encoded image (PNG); empty when there is none (always in headless tests).
-    QByteArray icon();
+    QByteArray icon(const TRASIconLookup& lookup);
 
     // Aggregation (see TRActivityStore::filterEventsBetweenDate). The total is
     // kept in memory only.
@@ -83,10 +94,12 @@ public:
     void setTotalDurationWithFilterValue(double value) { m_totalDurationWithFilter = value; }
     double totalDurationWithFilterTemporaryValue() const { return m_temporaryTotal; }
     void setTotalDurationWithFilterTemporaryValue(double value) { m_temporaryTotal = value; }
-    // Children whose total exceeds the store's time threshold.
-    std::vector<TRASPathComponent*> filteredChildComponents();
-    // This node and everything below it, from the store's node cache.
-    std::vector<TRASPathComponent*> completeSubtree();
+    // Children whose total exceeds the threshold (the store's timeThreshold()).
+    std::vector<TRASPathComponent*> filteredChildComponents(double threshold);
+    // This node and everything below it, from the store's node cache
+    // (TRActivityStore::allPathComponentsGroupedByPathParent()).
+    std::vector<TRASPathComponent*> completeSubtree(
+        const std::unordered_map<TRASPathComponent*, std::vector<TRASPathComponent*>>& byParent);
 
     // The key of an hourly event in hourlyEvents(): its start date, with an
     // absent (NaN) date sorted first.
@@ -95,15 +108,19 @@ public:
     }
 
 private:
-    friend class TRASContext;
     friend class TRASHourlyEvent;
     friend class TRASEvent;
     friend class TRASApplication;
-    void readColumns(const SqliteStatement& row, bool keepDirty) override;
-    std::optional<TRError> insertRow(SqliteDatabase& db) override;
-    std::optional<TRError> updateRow(SqliteDatabase& db) override;
+    void awakeFromInsert() override;
     void willSave() override;
     void nullifyRelationships(bool markChanges) override;
+    void unlinkFromOwner() override;
+    void linkToOwner() override;
+
+    // Relationship reads, once each.
+    void loadChildren();
+    void loadHourlyEvents();
+    void loadEvents();
 
     void moveDateBound(double seconds, bool start);
     // markChange: false when the other program moved or removed the child.
@@ -119,8 +136,8 @@ private:
     double m_totalDurationWithFilter = 0;
     double m_temporaryTotal = 0;
     QByteArray m_cachedIcon;
-    TRASToOne<TRASApplication> m_application;
-    TRASToOne<TRASPathComponent> m_pathParent;
+    TRToOne<TRASApplication> m_application;
+    TRToOne<TRASPathComponent> m_pathParent;
     std::vector<TRASPathComponent*> m_children;
     // Allocated on first use: most nodes never read their events, and a
     // five-year store keeps tens of thousands of nodes in memory.

@@ -2,8 +2,8 @@
 #include <QMetaObject>
 
 #include "platform/DistributedNotificationCenter.h"
-#include "store/TRActivityStore.h"
-#include "store/TRStoreReporter.h"
+#include "store/activity/TRActivityStore.h"
+#include "store/activity/TRStoreReporter.h"
 
 namespace {
 
@@ -29,8 +29,8 @@ QStringList decodeUris(const QByteArray& block) {
 }  // namespace
 
 void TRActivityStore::saveWithNotification(bool notify) {
-    if (TRASContext* context = managedObjectContext()) {
-        TRASSaveResult result;
+    if (TRObjectContext* context = managedObjectContext()) {
+        TRSaveResult result;
         if (std::optional<TRError> error = context->save(&result)) {
             m_options.reporter->presentError(*error);
             const QString userInfo =
@@ -62,7 +62,7 @@ void TRActivityStore::prepareForTermination() {
     saveWithNotification(m_options.bundleIdentifier.endsWith(QLatin1String("Helper")));
 }
 
-void TRActivityStore::announceSave(const TRASSaveResult& result) {
+void TRActivityStore::announceSave(const TRSaveResult& result) {
     if (result.isEmpty() || !m_options.notificationCenter) return;
     DistributedNotificationCenter::UserInfo userInfo;
     userInfo.insert(QString::fromLatin1(kInsertedKey), encodeUris(result.inserted));

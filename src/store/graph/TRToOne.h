@@ -7,7 +7,7 @@
 #include <QtGlobal>
 
 template <class T>
-struct TRASToOne final {
+struct TRToOne final {
     qint64 id = 0;
     T* object = nullptr;
 

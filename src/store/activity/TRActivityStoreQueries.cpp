@@ -4,10 +4,10 @@
 #include <cmath>
 #include <limits>
 
-#include "store/TRASApplication.h"
-#include "store/TRASHourlyEvent.h"
-#include "store/TRASPathComponent.h"
-#include "store/TRActivityStore.h"
+#include "store/activity/TRASApplication.h"
+#include "store/activity/TRASHourlyEvent.h"
+#include "store/activity/TRASPathComponent.h"
+#include "store/activity/TRActivityStore.h"
 
 namespace {
 
@@ -36,9 +36,9 @@ bool contains(const std::vector<TRASPathComponent*>& nodes, TRASPathComponent* n
 
 const std::vector<TRASPathComponent*>& TRActivityStore::allPathComponentsSortedByPathLevel() {
     if (!m_sortedCache) {
-        TRASContext* context = managedObjectContext();
+        TRObjectContext* context = managedObjectContext();
         std::vector<TRASPathComponent*> nodes;
-        if (context) nodes = context->fetchAllPathComponents();
+        if (context) nodes = TRASPathComponent::fetchAll(*context);
         std::stable_sort(nodes.begin(), nodes.end(),
                          [](TRASPathComponent* a, TRASPathComponent* b) {
                              return a->pathLevelValue() < b->pathLevelValue();
@@ -131,7 +131,7 @@ bool TRActivityStore::coversMostRecordedTime(const TRASEventFilter& filter,
 // saved rows in one query, then the events with unsaved changes.
 void TRActivityStore::addMatchingEventsToTemporaryTotals(
     const TRASEventFilter& filter, const std::vector<TRASPathComponent*>& nodes) {
-    TRASContext* context = managedObjectContext();
+    TRObjectContext* context = managedObjectContext();
     if (!context) return;
     // Summed here rather than by GROUP BY, which would sort a date range
     // first. Over most of the recorded time the node index is faster: it
@@ -140,13 +140,13 @@ void TRActivityStore::addMatchingEventsToTemporaryTotals(
     auto stmt = m_db.prepare(
         QStringLiteral("SELECT lastPathComponent, duration FROM HourlyEvent%1 WHERE 1")
             .arg(byNode ? QStringLiteral(" INDEXED BY HourlyEvent_lastPathComponent") : QString()) +
-        filterSql(filter) + context->pendingHourlyEventExclusion());
+        filterSql(filter) + context->changedRowExclusion(TRASHourlyEvent::kEntity));
     qint64 lastId = -1;
     TRASPathComponent* node = nullptr;
     while (stmt && stmt->step()) {
         const qint64 id = stmt->int64(0);
         if (id != lastId) {
-            node = context->registeredPathComponent(id);
+            node = context->registeredObject<TRASPathComponent>(id);
             if (node && node->isDeleted()) node = nullptr;
             lastId = id;
         }
@@ -154,7 +154,7 @@ void TRActivityStore::addMatchingEventsToTemporaryTotals(
             node->setTotalDurationWithFilterTemporaryValue(
                 node->totalDurationWithFilterTemporaryValue() + stmt->real(1));
     }
-    for (TRASHourlyEvent* event : context->liveChangedHourlyEvents()) {
+    for (TRASHourlyEvent* event : context->liveChangedObjects<TRASHourlyEvent>()) {
         TRASPathComponent* owner = event->lastPathComponent();
         if (owner && matchesFilter(event, filter))
             owner->setTotalDurationWithFilterTemporaryValue(
@@ -196,45 +196,54 @@ std::vector<TRASPathComponent*> TRActivityStore::rootPathComponentsWithFilter() 
 }
 
 double TRActivityStore::sumOfDurationsOfEventsBetweenDate(const TRASEventFilter& filter) {
-    TRASContext* context = managedObjectContext();
+    TRObjectContext* context = managedObjectContext();
     if (!context) return 0.0;
     double sum = 0.0;
-    auto stmt = m_db.prepare(QStringLiteral("SELECT TOTAL(duration) FROM HourlyEvent WHERE 1") +
-                             filterSql(filter) + context->pendingHourlyEventExclusion());
+    auto stmt =
+        m_db.prepare(QStringLiteral("SELECT TOTAL(duration) FROM HourlyEvent WHERE 1") +
+                     filterSql(filter) + context->changedRowExclusion(TRASHourlyEvent::kEntity));
     if (stmt && stmt->step()) sum = stmt->real(0);
-    for (TRASHourlyEvent* event : context->liveChangedHourlyEvents()) {
+    for (TRASHourlyEvent* event : context->liveChangedObjects<TRASHourlyEvent>()) {
         if (matchesFilter(event, filter)) sum += event->durationValue();
     }
     return sum;
 }
 
 std::vector<TRASHourlyEvent*> TRActivityStore::fetchHourlyEvents(const TRASEventFilter& filter) {
-    TRASContext* context = managedObjectContext();
+    TRObjectContext* context = managedObjectContext();
     if (!context) return {};
-    std::vector<TRASHourlyEvent*> events = context->fetchSavedHourlyEvents(filterSql(filter));
-    for (TRASHourlyEvent* event : context->liveChangedHourlyEvents()) {
+    // The saved rows, less those with unsaved changes, then the live ones.
+    std::vector<TRASHourlyEvent*> events;
+    auto stmt =
+        m_db.prepare(context->selectSql(TRASHourlyEvent::kEntity) + QStringLiteral(" WHERE 1") +
+                     filterSql(filter) + context->changedRowExclusion(TRASHourlyEvent::kEntity));
+    while (stmt && stmt->step()) {
+        auto* event = context->readRow<TRASHourlyEvent>(*stmt);
+        if (!event->isDeleted() && !event->isUpdated()) events.push_back(event);
+    }
+    for (TRASHourlyEvent* event : context->liveChangedObjects<TRASHourlyEvent>()) {
         if (matchesFilter(event, filter)) events.push_back(event);
     }
     return events;
 }
 
 void TRActivityStore::deleteEventsBetweenDate(const TRASEventFilter& filter) {
-    TRASContext* context = managedObjectContext();
+    TRObjectContext* context = managedObjectContext();
     if (!context) return;
     for (TRASHourlyEvent* event : fetchHourlyEvents(filter)) context->deleteObject(event);
     saveWithNotification(true);
 }
 
 QDateTime TRActivityStore::dateForFunctionOnHourlyEvents(const char* function) {
-    TRASContext* context = managedObjectContext();
+    TRObjectContext* context = managedObjectContext();
     if (!context) return QDateTime();
     const bool minimum = qstrcmp(function, "min:") == 0;
     double result = std::nan("");
     auto stmt = m_db.prepare(QStringLiteral("SELECT %1(startDate) FROM HourlyEvent WHERE 1")
                                  .arg(minimum ? QLatin1String("MIN") : QLatin1String("MAX")) +
-                             context->pendingHourlyEventExclusion());
+                             context->changedRowExclusion(TRASHourlyEvent::kEntity));
     if (stmt && stmt->step()) result = stmt->real(0);
-    for (TRASHourlyEvent* event : context->liveChangedHourlyEvents()) {
+    for (TRASHourlyEvent* event : context->liveChangedObjects<TRASHourlyEvent>()) {
         const double start = event->startDateSeconds();
         if (std::isnan(start)) continue;
         if (std::isnan(result) || (minimum ? start < result : start > result)) result = start;

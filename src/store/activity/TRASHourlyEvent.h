@@ -6,20 +6,26 @@
 
 #include <QDateTime>
 
-#include "store/TRASObject.h"
-#include "store/TRASToOne.h"
+#include "store/activity/TRASEntities.h"
+#include "store/graph/TRManagedObject.h"
+#include "store/graph/TRToOne.h"
 
 class TRASPathComponent;
+class TRObjectContext;
+struct TREntityDescription;
 
-class TRASHourlyEvent final : public TRASObject {
+class TRASHourlyEvent final : public TRManagedObject {
 public:
+    static constexpr std::uint8_t kEntity = TRASEntity::HourlyEvent;
+    static const TREntityDescription& description();
+
     enum Property : std::uint32_t {
         kStartDate = 1u << 0,
         kDuration = 1u << 1,
         kLastPathComponent = 1u << 2,
     };
 
-    explicit TRASHourlyEvent(TRASContext* context) : TRASObject(context, TRASEntity::HourlyEvent) {}
+    explicit TRASHourlyEvent(TRObjectContext* context) : TRManagedObject(context, kEntity) {}
 
     // Seconds since the Unix epoch; NaN when absent.
     double startDateSeconds() const { return m_startDate; }
@@ -33,28 +39,29 @@ public:
     void setLastPathComponent(TRASPathComponent* node);
 
 private:
-    friend class TRASContext;
     friend class TRASPathComponent;
-    void readColumns(const SqliteStatement& row, bool keepDirty) override;
-    std::optional<TRError> insertRow(SqliteDatabase& db) override;
-    std::optional<TRError> updateRow(SqliteDatabase& db) override;
     void willSave() override;
     void nullifyRelationships(bool markChanges) override;
+    void unlinkFromOwner() override;
+    void linkToOwner() override;
 
     double m_startDate = 0;
     double m_duration = 0;
-    TRASToOne<TRASPathComponent> m_lastPathComponent;
+    TRToOne<TRASPathComponent> m_lastPathComponent;
 };
 
-class TRASEvent final : public TRASObject {
+class TRASEvent final : public TRManagedObject {
 public:
+    static constexpr std::uint8_t kEntity = TRASEntity::Event;
+    static const TREntityDescription& description();
+
     enum Property : std::uint32_t {
         kStartDate = 1u << 0,
         kStopDate = 1u << 1,
         kLastPathComponent = 1u << 2,
     };
 
-    explicit TRASEvent(TRASContext* context) : TRASObject(context, TRASEntity::Event) {}
+    explicit TRASEvent(TRObjectContext* context) : TRManagedObject(context, kEntity) {}
 
     double startDateSeconds() const { return m_startDate; }
     double stopDateSeconds() const { return m_stopDate; }
@@ -62,15 +69,11 @@ public:
     void setLastPathComponent(TRASPathComponent* node);
 
 private:
-    friend class TRASContext;
     friend class TRASPathComponent;
-    void readColumns(const SqliteStatement& row, bool keepDirty) override;
-    std::optional<TRError> insertRow(SqliteDatabase& db) override;
-    std::optional<TRError> updateRow(SqliteDatabase& db) override;
     void willSave() override;
     void nullifyRelationships(bool markChanges) override;
 
     double m_startDate = 0;
     double m_stopDate = 0;
-    TRASToOne<TRASPathComponent> m_lastPathComponent;
+    TRToOne<TRASPathComponent> m_lastPathComponent;
 };
