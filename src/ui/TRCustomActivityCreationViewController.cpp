@@ -22,8 +22,8 @@ namespace {
 
 // The duration field's zero: today's midnight in UTC. Counting from a zone
 // without daylight saving keeps 1:30 exactly 5,400 seconds on any day.
-QDateTime durationOrigin() {
-    return QDateTime(QDateTime::currentDateTimeUtc().date(), QTime(0, 0), Qt::UTC);
+QDateTime durationOrigin(const QDateTime& now) {
+    return QDateTime(now.toUTC().date(), QTime(0, 0), Qt::UTC);
 }
 
 // Places a window of `size` beside `anchor` inside the screen's free area:
@@ -45,7 +45,7 @@ QPoint placement(const QRect& anchor, const QSize& size) {
 }  // namespace
 
 TRCustomActivityCreationViewController::TRCustomActivityCreationViewController(
-    TRActivityStore& store, QWidget* parent)
+    TRActivityStore& store, const QDateTime& now, QWidget* parent)
     : QWidget(parent, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint),
       m_store(store),
       m_typeSelector(new QComboBox(this)),
@@ -68,10 +68,11 @@ TRCustomActivityCreationViewController::TRCustomActivityCreationViewController(
 
     m_startDatePicker->setCalendarPopup(true);
     m_startDatePicker->setDisplayFormat(QLocale().dateTimeFormat(QLocale::ShortFormat));
-    m_startDatePicker->setDateTime(QDateTime::currentDateTime());
+    const QDateTime start = now.isValid() ? now : QDateTime::currentDateTimeUtc();
+    m_startDatePicker->setDateTime(start.toLocalTime());
 
     // 24-hour hours and minutes, no day-period marker, in UTC: no jumps.
-    const QDateTime origin = durationOrigin();
+    const QDateTime origin = durationOrigin(start);
     m_durationPicker->setTimeSpec(Qt::UTC);
     m_durationPicker->setDisplayFormat(QStringLiteral("HH:mm"));
     m_durationPicker->setMinimumDateTime(origin);

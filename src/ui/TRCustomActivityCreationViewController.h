@@ -29,7 +29,10 @@ class TRCustomActivityCreationViewController final : public QWidget,
                                                      public TRCustomActivityCreationController {
     Q_OBJECT
 public:
+    // `now` invalid: the current time. It presets the start and fixes the
+    // day the duration field counts from.
     explicit TRCustomActivityCreationViewController(TRActivityStore& store,
+                                                    const QDateTime& now = QDateTime(),
                                                     QWidget* parent = nullptr);
     ~TRCustomActivityCreationViewController() override;
 
@@ -56,6 +59,7 @@ public:
     TRReturnDatePicker* startDatePicker() const { return m_startDatePicker; }
     TRReturnDatePicker* durationPicker() const { return m_durationPicker; }
     QPushButton* addButton() const { return m_addButton; }
+    QPushButton* cancelButton() const { return m_cancelButton; }
 
 Q_SIGNALS:
     void closed();
