@@ -7,6 +7,7 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QUrl>
+#include <memory>
 
 #include "ui/UiLog.h"
 
@@ -43,28 +44,35 @@ QString TRAlert::helpUrl(const QString& anchor) {
     return url.toString();
 }
 
-TRAlertAnswer TRAlert::run(const TRAlertText& text, QWidget* parent) {
-    QMessageBox box(parent);
-    box.setIcon(QMessageBox::Information);
-    box.setWindowTitle(QStringLiteral("Vorlix"));
-    box.setText(text.message);
-    box.setInformativeText(text.informativeText);
-    QPushButton* first = box.addButton(text.firstButton, QMessageBox::AcceptRole);
-    QPushButton* second = box.addButton(text.secondButton, QMessageBox::RejectRole);
-    box.setDefaultButton(first);
-    box.setEscapeButton(second);
+QMessageBox* TRAlert::create(const TRAlertText& text, QWidget* parent) {
+    auto* box = new QMessageBox(parent);
+    box->setIcon(QMessageBox::Information);
+    box->setWindowTitle(QStringLiteral("Vorlix"));
+    box->setText(text.message);
+    box->setInformativeText(text.informativeText);
+    QPushButton* first = box->addButton(text.firstButton, QMessageBox::AcceptRole);
+    QPushButton* second = box->addButton(text.secondButton, QMessageBox::RejectRole);
+    box->setDefaultButton(first);
+    box->setEscapeButton(second);
     // The help button must not answer the question: take it off the box's
     // own click handling and open the documentation instead.
-    auto* help = new QPushButton(tr("Help"), &box);
-    box.addButton(help, QMessageBox::HelpRole);
-    QObject::disconnect(help, nullptr, &box, nullptr);
+    auto* help = new QPushButton(tr("Help"), box);
+    box->addButton(help, QMessageBox::HelpRole);
+    QObject::disconnect(help, nullptr, box, nullptr);
     const QString anchor = text.helpAnchor;
-    QObject::connect(help, &QPushButton::clicked, &box, [anchor] {
+    QObject::connect(help, &QPushButton::clicked, box, [anchor] {
         if (!QDesktopServices::openUrl(QUrl(helpUrl(anchor)))) {
             qCInfo(lcUi) << "no program to show the help page";
         }
     });
-    box.setCheckBox(new QCheckBox(tr("Do not show this message again"), &box));
-    box.exec();
-    return {box.clickedButton() == first, box.checkBox()->isChecked()};
+    box->setCheckBox(new QCheckBox(tr("Do not show this message again"), box));
+    return box;
+}
+
+TRAlertAnswer TRAlert::run(const TRAlertText& text, QWidget* parent) {
+    std::unique_ptr<QMessageBox> box(create(text, parent));
+    box->exec();
+    const bool first = box->clickedButton() != nullptr &&
+                       box->buttonRole(box->clickedButton()) == QMessageBox::AcceptRole;
+    return {first, box->checkBox()->isChecked()};
 }

@@ -34,6 +34,9 @@ public:
     static TRAlertText quitQuestion();
 
     static TRAlertAnswer run(const TRAlertText& text, QWidget* parent = nullptr);
+    // The question's box, not yet shown; its first two buttons are the
+    // answers. The caller owns it.
+    static QMessageBox* create(const TRAlertText& text, QWidget* parent = nullptr);
 
     // Where the help button points: the installed help page and the anchor.
     static QString helpUrl(const QString& anchor);

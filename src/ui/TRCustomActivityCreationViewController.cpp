@@ -54,6 +54,7 @@ TRCustomActivityCreationViewController::TRCustomActivityCreationViewController(
       m_addButton(new QPushButton(tr("Add"), this)),
       m_cancelButton(new QPushButton(tr("Cancel"), this)) {
     setAttribute(Qt::WA_DeleteOnClose);
+    setAttribute(Qt::WA_StyledBackground);
     setObjectName(QStringLiteral("customActivityWindow"));
     setStyleSheet(QStringLiteral(
         "#customActivityWindow { border: 1px solid palette(mid); background: palette(window); }"));

@@ -144,7 +144,8 @@ protected:
         return g_desktop->environment().value(QString::fromLatin1(name));
     }
 
-    // The helper's settings file: a short idle threshold.
+    // The helper's settings file: a short idle threshold, and the start-up
+    // questions answered for good (on a display they would wait for a user).
     void writeSettings() {
         const QString folder =
             environmentValue("XDG_CONFIG_HOME") + QStringLiteral("/info.mallowby.Vorlix");
@@ -152,7 +153,8 @@ protected:
         QFile file(folder + QStringLiteral("/VorlixHelper.conf"));
         ASSERT_TRUE(file.open(QIODevice::WriteOnly));
         file.write("[General]\nidleTimeThresholdForSuspendingTracking=" +
-                   QByteArray::number(kIdleThresholdSeconds) + "\n");
+                   QByteArray::number(kIdleThresholdSeconds) +
+                   "\ndontAskToLaunchAtLogin=true\ndontNotifyAboutDisabledAccessibilityAPI=true\n");
     }
 
     // The page the browser shows, served from this machine.
