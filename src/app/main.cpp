@@ -31,6 +31,7 @@
 #include "app/TrackingWiring.h"
 #include "app/Translations.h"
 #include "app/UnixSignals.h"
+#include "platform/linux/InotifyFolderEventStream.h"
 #include "platform/linux/XdgAutostartLoginItems.h"
 #include "ui/TRHelperAppDelegate.h"
 
@@ -139,12 +140,15 @@ int main(int argc, char* argv[]) {
 
     const std::unique_ptr<TrackingWiring> wiring = wireTracking();
     XdgAutostartLoginItems loginItems;
+    InotifyFolderEventStream folderEvents;
+    SCEvents pathWatcher(folderEvents);
     TRHelperAppDelegateDependencies face;
     face.logger = wiring->logger.get();
     face.settings = wiring->settings.get();
     face.store = &TRActivityStore::sharedInstance();
     face.loginItems = &loginItems;
     face.notificationCenter = wiring->notificationCenter.get();
+    face.pathWatcher = &pathWatcher;
     AccessibilityProvider* accessibility = wiring->platform.accessibility.get();
     face.accessibilityEnabled = [accessibility] {
         return accessibility != nullptr && accessibility->isEnabled();

@@ -2,9 +2,11 @@
 
 #include <QAction>
 #include <QCoreApplication>
+#include <QFileInfo>
 #include <QMenu>
 #include <QProcess>
 #include <QStandardPaths>
+#include <QTimer>
 
 #include "core/DateCalculations.h"
 #include "core/TRDurationToStringFormatter.h"
@@ -28,6 +30,7 @@ TRHelperAppDelegate::TRHelperAppDelegate(TRHelperAppDelegateDependencies depende
 }
 
 TRHelperAppDelegate::~TRHelperAppDelegate() {
+    if (m_deps.pathWatcher) m_deps.pathWatcher->setDelegate(nullptr);
     if (m_deps.notificationCenter && m_observerToken >= 0) {
         m_deps.notificationCenter->removeObserver(m_observerToken);
     }
@@ -66,6 +69,10 @@ void TRHelperAppDelegate::awakeFromNib() {
     m_statusItem->start();
     m_deps.logger->setShouldTrack(true);
     resetStatusItemImages();
+    if (m_deps.pathWatcher) {
+        m_deps.pathWatcher->setDelegate(this);
+        m_deps.pathWatcher->startWatchingPaths({QFileInfo(m_startup.appPath()).absolutePath()});
+    }
     if (m_deps.notificationCenter) {
         m_observerToken = m_deps.notificationCenter->addObserver(
             QString::fromLatin1(kHelperDefaultsDidChangeNotification),
@@ -173,6 +180,29 @@ void TRHelperAppDelegate::validateMenuItems() {
 }
 
 void TRHelperAppDelegate::helperDefaultsChanged() { m_deps.settings->reload(); }
+
+void TRHelperAppDelegate::pathWatcherEventOccurred(SCEvents&, const SCEvent&) { relaunch(); }
+
+void TRHelperAppDelegate::relaunch() {
+    if (m_relaunching) return;
+    m_relaunching = true;
+    qCInfo(lcUi) << "the helper's files changed; starting again in 15 s";
+    applicationShouldTerminate();
+    // The shell outlives us: it sends the ordinary termination signal (which
+    // quits through the event loop, so it must not be waited for here),
+    // waits, and starts the helper again in a session of its own.
+    const QString script = QStringLiteral(
+        "kill \"$1\"\nsleep 15\nexec setsid \"$2\" </dev/null >/dev/null 2>&1");
+    const QString path = m_startup.appPath();
+    QProcess::startDetached(QStringLiteral("/bin/sh"),
+                            {QStringLiteral("-c"), script, QString(),
+                             QString::number(QCoreApplication::applicationPid()), path});
+    QTimer::singleShot(30000, this, [path] {
+        qCWarning(lcUi).noquote()
+            << QStringLiteral("*** ERROR: %1 should have been terminated, but we are still running")
+                   .arg(path);
+    });
+}
 
 QString TRHelperAppDelegate::mainApplicationIdentifier(const QString& helperPath) {
     return helperPath.contains(QStringLiteral("Vorlix lite.app"))

@@ -8,7 +8,10 @@
 // Start-up (awakeFromNib), in this order: the login question (unless the
 // helper already starts at login or the user ticked "do not show again"), the
 // accessibility question (unless accessibility is on or the user ticked the
-// box), the status item, tracking on, the settings notice. The menu's
+// box), the status item, tracking on, watching the helper's own folder, the
+// settings notice. Any change in that folder (an update) restarts the
+// helper: tracking ends and saves, and a detached shell stops this process
+// and starts the helper again 15 s later. The menu's
 // titles, checkmarks and enabled states are set each time it opens.
 //
 // It is the tracking loop's status-menu delegate: the loop asks it to redraw
@@ -22,6 +25,7 @@
 #include <memory>
 
 #include "tracking/TRStatusMenuDelegate.h"
+#include "ui/SCEvents.h"
 #include "ui/TRCustomActivityCreationViewController.h"
 #include "ui/TRStartupManager.h"
 
@@ -40,6 +44,7 @@ struct TRHelperAppDelegateDependencies final {
     TRActivityStore* store = nullptr;                          // required
     LoginItems* loginItems = nullptr;                          // required
     DistributedNotificationCenter* notificationCenter = nullptr;  // none: no settings notice
+    SCEvents* pathWatcher = nullptr;  // none: no restart after an update
     std::function<bool()> accessibilityEnabled;                // empty: counts as on
     std::function<void()> enableAccessibility;                 // empty: nothing
     std::function<void()> terminate;                           // empty: QCoreApplication::quit
@@ -51,7 +56,9 @@ struct TRHelperAppDelegateDependencies final {
 inline constexpr char kHelperDefaultsDidChangeNotification[] =
     "VorlixHelperDefaultsDidChangeNotification";
 
-class TRHelperAppDelegate final : public QObject, public TRStatusMenuDelegate {
+class TRHelperAppDelegate final : public QObject,
+                                  public TRStatusMenuDelegate,
+                                  public SCEventListenerProtocol {
     Q_OBJECT
 public:
     explicit TRHelperAppDelegate(TRHelperAppDelegateDependencies dependencies,
@@ -78,6 +85,8 @@ public:
     void validateMenuItems();
 
     void helperDefaultsChanged();
+    void pathWatcherEventOccurred(SCEvents& watcher, const SCEvent& event) override;
+    void relaunch();
 
     QMenu* statusMenu() const { return m_menu.get(); }
     TRStatusItem* statusItem() const { return m_statusItem.get(); }
@@ -99,6 +108,7 @@ private:
     std::unique_ptr<TRStatusItem> m_statusItem;
     QPointer<TRCustomActivityCreationViewController> m_window;
     int m_observerToken = -1;
+    bool m_relaunching = false;
 
     QAction* m_todayItem = nullptr;
     QAction* m_privateModeItem = nullptr;

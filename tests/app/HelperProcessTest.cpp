@@ -8,6 +8,7 @@
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QThread>
@@ -33,9 +34,11 @@ public:
         }
     }
 
-    void start(const QStringList& arguments = {}) {
-        m_process.start(QStringLiteral(VORLIX_HELPER_PATH), arguments);
+    void start(const QStringList& arguments = {},
+               const QString& program = QStringLiteral(VORLIX_HELPER_PATH)) {
+        m_process.start(program, arguments);
     }
+    qint64 processId() const { return m_process.processId(); }
     // Waits until stderr holds `text` at least `times` times.
     bool waitForOutput(const QString& text, int times = 1, int timeoutMs = 10000) {
         QDeadlineTimer deadline(timeoutMs);
@@ -200,6 +203,56 @@ TEST_F(HelperProcessTest, LostDisplayEndsTrackingAndSaves) {
         next->signal(SIGTERM);
         ASSERT_TRUE(next->waitForExit());
         EXPECT_EQ(next->exitCode(), 0);
+    }
+}
+
+// An update replaces the helper's files: the running helper saves, leaves,
+// and its replacement starts 15 s later. Run on a copy in its own folder.
+TEST_F(HelperProcessTest, ReplacedExecutableRestartsTheHelper) {
+    const QString folder = m_home.filePath(QStringLiteral("lib/vorlix"));
+    const QString copy = folder + QStringLiteral("/vorlix-helper");
+    ASSERT_TRUE(QDir().mkpath(folder));
+    ASSERT_TRUE(QFile::copy(QStringLiteral(VORLIX_HELPER_PATH), copy));
+    Helper helper(m_environment);
+    helper.start({}, copy);
+    ASSERT_TRUE(helper.waitForOutput(QStringLiteral("tracking started"))) << helper.errors().toStdString();
+    const qint64 firstPid = helper.processId();
+
+    // The update: a new executable renamed over the old one.
+    ASSERT_TRUE(QFile::copy(copy, copy + QStringLiteral(".new")));
+    ASSERT_EQ(::rename(QFile::encodeName(copy + QStringLiteral(".new")).constData(),
+                       QFile::encodeName(copy).constData()), 0);
+
+    ASSERT_TRUE(helper.waitForExit(15000)) << helper.errors().toStdString();
+    EXPECT_EQ(helper.exitCode(), 0);
+    EXPECT_LT(helper.errors().indexOf(QStringLiteral("starting again in 15 s")),
+              helper.errors().indexOf(QStringLiteral("tracking stopped; store saved")))
+        << helper.errors().toStdString();
+
+    // The replacement holds the single-instance lock and runs the copy.
+    QFile lock(m_home.filePath(QStringLiteral("runtime/info.mallowby.VorlixHelper.lock")));
+    qint64 nextPid = 0;
+    QDeadlineTimer deadline(40000);
+    while (!deadline.hasExpired()) {
+        if (lock.open(QIODevice::ReadOnly)) {
+            nextPid = lock.readAll().trimmed().toLongLong();
+            lock.close();
+        }
+        if (nextPid != 0 && nextPid != firstPid &&
+            QFileInfo(QStringLiteral("/proc/%1/exe").arg(nextPid)).symLinkTarget() == copy) {
+            break;
+        }
+        QThread::msleep(200);
+    }
+    ASSERT_NE(nextPid, 0);
+    EXPECT_NE(nextPid, firstPid);
+    EXPECT_EQ(QFileInfo(QStringLiteral("/proc/%1/exe").arg(nextPid)).symLinkTarget(), copy);
+    if (nextPid != firstPid && nextPid > 0) {
+        ::kill(static_cast<pid_t>(nextPid), SIGTERM);
+        QDeadlineTimer gone(10000);
+        while (QFileInfo::exists(QStringLiteral("/proc/%1/exe").arg(nextPid)) && !gone.hasExpired()) {
+            QThread::msleep(50);
+        }
     }
 }
 
