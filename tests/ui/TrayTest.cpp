@@ -73,11 +73,14 @@ class TrayTest : public ::testing::Test {
 protected:
     void SetUp() override {
         QString whyNot;
-        if (!m_xvfb.start(&whyNot) || !m_bus.start(&whyNot) ||
-            !m_bus.startMock(QStringLiteral("org.kde.StatusNotifierWatcher"),
-                             {QStringLiteral("--template"),
-                              QStringLiteral(VORLIX_TEST_HARNESS_DIR "/status_notifier_watcher.py")},
-                             &whyNot)) {
+        if (!m_xvfb.start(&whyNot) || !m_bus.start(&whyNot)) GTEST_SKIP() << whyNot.toStdString();
+        if (m_xembedPanel) {
+            if (!startTrayer()) GTEST_SKIP() << "trayer is not installed";
+        } else if (!m_bus.startMock(
+                       QStringLiteral("org.kde.StatusNotifierWatcher"),
+                       {QStringLiteral("--template"),
+                        QStringLiteral(VORLIX_TEST_HARNESS_DIR "/status_notifier_watcher.py")},
+                       &whyNot)) {
             GTEST_SKIP() << whyNot.toStdString();
         }
         ASSERT_TRUE(m_home.isValid());
@@ -116,6 +119,7 @@ protected:
         ASSERT_TRUE(m_helper.waitForStarted(5000));
         ASSERT_TRUE(waitFor([this] { return log().contains(QStringLiteral("status item shown")); }))
             << log().toStdString();
+        if (m_xembedPanel) return;
         ASSERT_TRUE(waitFor([this] { return !(m_item = itemService()).isEmpty(); }));
         const QDBusMessage menu = m_bus.call(m_item, kItemPath, kProperties, QStringLiteral("Get"),
                                              {kItemInterface, QStringLiteral("Menu")});
@@ -124,7 +128,32 @@ protected:
                          .value<QDBusObjectPath>().path();
     }
 
+    // An XEmbed panel: trayer along the bottom of the screen, ready when its
+    // panel window is on the screen.
+    bool startTrayer() {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("DISPLAY"), m_xvfb.display());
+        m_trayer.setProcessEnvironment(environment);
+        m_trayer.start(QStringLiteral("trayer"), {QStringLiteral("--edge"), QStringLiteral("bottom"),
+                                                  QStringLiteral("--height"), QStringLiteral("32")});
+        if (!m_trayer.waitForStarted(5000)) return false;
+        return waitFor([this] { return windowTree().contains(QStringLiteral("(\"panel\" \"trayer\")")); });
+    }
+    QString windowTree() const {
+        QProcess xwininfo;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("DISPLAY"), m_xvfb.display());
+        xwininfo.setProcessEnvironment(environment);
+        xwininfo.start(QStringLiteral("xwininfo"), {QStringLiteral("-root"), QStringLiteral("-tree")});
+        xwininfo.waitForFinished(5000);
+        return QString::fromUtf8(xwininfo.readAllStandardOutput());
+    }
+
     void TearDown() override {
+        if (m_trayer.state() != QProcess::NotRunning) {
+            m_trayer.terminate();
+            m_trayer.waitForFinished(2000);
+        }
         if (m_helper.state() == QProcess::NotRunning) return;
         ::kill(static_cast<pid_t>(m_helper.processId()), SIGTERM);
         EXPECT_TRUE(m_helper.waitForFinished(10000));
@@ -205,7 +234,9 @@ protected:
             .value(QStringLiteral("askAfterIdle")).toBool();
     }
 
+    bool m_xembedPanel = false;
     XvfbServer m_xvfb;
+    QProcess m_trayer;
     PrivateDBus m_bus{PrivateDBus::Type::Session};
     QTemporaryDir m_home;
     QProcess m_helper;
@@ -267,6 +298,36 @@ TEST_F(TrayTest, MenuShowsStateAndClicksChangeIt) {
     }
     QFile entry(autostartEntry());
     EXPECT_FALSE(entry.exists());
+}
+
+class XEmbedTrayTest : public TrayTest {
+protected:
+    void SetUp() override {
+        m_xembedPanel = true;
+        TrayTest::SetUp();
+    }
+};
+
+// Without a StatusNotifierItem host the icon goes into an XEmbed tray: its
+// window ends up inside the panel's.
+TEST_F(XEmbedTrayTest, IconIsEmbeddedInThePanel) {
+    const auto embedded = [this] {
+        const QStringList lines = windowTree().split(QLatin1Char('\n'));
+        qsizetype panelIndent = -1;
+        for (const QString& line : lines) {
+            const qsizetype indent = line.size() - line.trimmed().size();
+            if (line.contains(QStringLiteral("(\"panel\" \"trayer\")"))) {
+                panelIndent = indent;
+            } else if (panelIndent >= 0 && indent <= panelIndent) {
+                panelIndent = -1;  // left the panel's subtree
+            } else if (panelIndent >= 0 &&
+                       line.contains(QStringLiteral("(\"vorlix-helper\" \"vorlix-helper\")"))) {
+                return true;
+            }
+        }
+        return false;
+    };
+    EXPECT_TRUE(waitFor(embedded)) << windowTree().toStdString();
 }
 
 }  // namespace
