@@ -17,9 +17,9 @@
 class FolderEventStream {
 public:
     struct Event {
-        quint64 id = 0;       // increasing within a stream
-        QString path;         // the folder, as the platform spells it
-        quint32 flags = 0;    // the platform's flags, combined over the batch
+        quint64 id = 0;     // increasing within a stream
+        QString path;       // the folder, as the platform spells it
+        quint32 flags = 0;  // the platform's flags, combined over the batch
     };
     using Callback = std::function<void(const std::vector<Event>& batch)>;
 

@@ -27,7 +27,9 @@ void BCStatusItemView::setImage(const QImage& image) {
     resizeToFitIfNeeded();
 }
 
-void BCStatusItemView::setAlternateImage(const QImage& image) { m_alternateImage = image; }
+void BCStatusItemView::setAlternateImage(const QImage& image) {
+    m_alternateImage = image;
+}
 
 void BCStatusItemView::setTitle(const QString& title) {
     m_title = title;
@@ -60,7 +62,8 @@ void BCStatusItemView::resizeToFitIfNeeded() {
 }
 
 QImage BCStatusItemView::render(qreal devicePixelRatio) const {
-    QImage canvas((QSizeF(m_size) * devicePixelRatio).toSize(), QImage::Format_ARGB32_Premultiplied);
+    QImage canvas((QSizeF(m_size) * devicePixelRatio).toSize(),
+                  QImage::Format_ARGB32_Premultiplied);
     canvas.setDevicePixelRatio(devicePixelRatio);
     canvas.fill(Qt::transparent);
     QPainter painter(&canvas);
@@ -73,8 +76,8 @@ QImage BCStatusItemView::render(qreal devicePixelRatio) const {
     QRectF imageRect;
     if (!image.isNull()) {
         const QSizeF imageSize = logicalSize(image);
-        const double x = m_title.isEmpty() ? bounds.x() + bounds.width() / 2 - imageSize.width() / 2
-                                           : 2.0;
+        const double x =
+            m_title.isEmpty() ? bounds.x() + bounds.width() / 2 - imageSize.width() / 2 : 2.0;
         const double y = bounds.y() + bounds.height() / 2 - imageSize.height() / 2;
         imageRect = QRectF(QPointF(std::floor(x), std::floor(y)), imageSize);
         painter.drawImage(imageRect, image);

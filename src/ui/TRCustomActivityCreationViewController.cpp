@@ -121,8 +121,8 @@ void TRCustomActivityCreationViewController::setActivityStartDate(const QDateTim
 }
 
 double TRCustomActivityCreationViewController::activityDurationTimeInterval() const {
-    return static_cast<double>(m_durationPicker->minimumDateTime().msecsTo(
-               m_durationPicker->dateTime())) /
+    return static_cast<double>(
+               m_durationPicker->minimumDateTime().msecsTo(m_durationPicker->dateTime())) /
            1000.0;
 }
 
@@ -169,7 +169,9 @@ void TRCustomActivityCreationViewController::addActivityPressed() {
     close();
 }
 
-void TRCustomActivityCreationViewController::cancel() { close(); }
+void TRCustomActivityCreationViewController::cancel() {
+    close();
+}
 
 void TRCustomActivityCreationViewController::keyPressEvent(QKeyEvent* event) {
     if (TRReturnDatePicker::isAddKey(event->key()) && addActivityButtonEnabled()) {

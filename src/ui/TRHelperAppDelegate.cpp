@@ -119,7 +119,7 @@ void TRHelperAppDelegate::terminate() {
 void TRHelperAppDelegate::resetStatusItemImages() {
     if (!m_statusItem) return;
     using State = TRStatusItem::State;
-    const State state = !m_deps.logger->shouldTrack() ? State::Private
+    const State state = !m_deps.logger->shouldTrack()  ? State::Private
                         : m_deps.logger->userWasIdle() ? State::Idle
                                                        : State::Tracking;
     if (state != m_statusItem->state()) m_statusItem->setState(state);
@@ -134,7 +134,9 @@ TRHelperAppDelegate::presentCustomActivityCreationViewController() {
     return window;
 }
 
-void TRHelperAppDelegate::addCustomActivity() { presentCustomActivityCreationViewController(); }
+void TRHelperAppDelegate::addCustomActivity() {
+    presentCustomActivityCreationViewController();
+}
 
 void TRHelperAppDelegate::togglePrivateMode() {
     m_deps.logger->setShouldTrack(!m_deps.logger->shouldTrack());
@@ -179,9 +181,13 @@ void TRHelperAppDelegate::validateMenuItems() {
     m_todayItem->setEnabled(false);
 }
 
-void TRHelperAppDelegate::helperDefaultsChanged() { m_deps.settings->reload(); }
+void TRHelperAppDelegate::helperDefaultsChanged() {
+    m_deps.settings->reload();
+}
 
-void TRHelperAppDelegate::pathWatcherEventOccurred(SCEvents&, const SCEvent&) { relaunch(); }
+void TRHelperAppDelegate::pathWatcherEventOccurred(SCEvents&, const SCEvent&) {
+    relaunch();
+}
 
 void TRHelperAppDelegate::relaunch() {
     if (m_relaunching) return;
@@ -191,8 +197,8 @@ void TRHelperAppDelegate::relaunch() {
     // The shell outlives us: it sends the ordinary termination signal (which
     // quits through the event loop, so it must not be waited for here),
     // waits, and starts the helper again in a session of its own.
-    const QString script = QStringLiteral(
-        "kill \"$1\"\nsleep 15\nexec setsid \"$2\" </dev/null >/dev/null 2>&1");
+    const QString script =
+        QStringLiteral("kill \"$1\"\nsleep 15\nexec setsid \"$2\" </dev/null >/dev/null 2>&1");
     const QString path = m_startup.appPath();
     QProcess::startDetached(QStringLiteral("/bin/sh"),
                             {QStringLiteral("-c"), script, QString(),

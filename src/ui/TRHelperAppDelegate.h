@@ -39,16 +39,16 @@ class TRSettings;
 class TRStatusItem;
 
 struct TRHelperAppDelegateDependencies final {
-    TRInfoLogger* logger = nullptr;                            // required
-    TRSettings* settings = nullptr;                            // required
-    TRActivityStore* store = nullptr;                          // required
-    LoginItems* loginItems = nullptr;                          // required
+    TRInfoLogger* logger = nullptr;                               // required
+    TRSettings* settings = nullptr;                               // required
+    TRActivityStore* store = nullptr;                             // required
+    LoginItems* loginItems = nullptr;                             // required
     DistributedNotificationCenter* notificationCenter = nullptr;  // none: no settings notice
-    SCEvents* pathWatcher = nullptr;  // none: no restart after an update
-    std::function<bool()> accessibilityEnabled;                // empty: counts as on
-    std::function<void()> enableAccessibility;                 // empty: nothing
-    std::function<void()> terminate;                           // empty: QCoreApplication::quit
-    QString helperPath;  // empty: this process's executable
+    SCEvents* pathWatcher = nullptr;             // none: no restart after an update
+    std::function<bool()> accessibilityEnabled;  // empty: counts as on
+    std::function<void()> enableAccessibility;   // empty: nothing
+    std::function<void()> terminate;             // empty: QCoreApplication::quit
+    QString helperPath;                          // empty: this process's executable
     // False where nobody can answer (no display): the questions are skipped.
     bool askStartupQuestions = true;
 };

@@ -36,11 +36,12 @@ TRStatusItem::TRStatusItem(QMenu* menu, QObject* parent)
         m_view.setHighlighted(false);
         redraw();
     });
-    connect(m_tray, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason why) {
-        if (why == QSystemTrayIcon::Trigger && m_view.isEnabled() && !m_menu->isVisible()) {
-            m_menu->popup(QCursor::pos());
-        }
-    });
+    connect(m_tray, &QSystemTrayIcon::activated, this,
+            [this](QSystemTrayIcon::ActivationReason why) {
+                if (why == QSystemTrayIcon::Trigger && m_view.isEnabled() && !m_menu->isVisible()) {
+                    m_menu->popup(QCursor::pos());
+                }
+            });
     setState(State::Tracking);
 }
 
@@ -74,11 +75,17 @@ bool TRStatusItem::start() {
     return true;
 }
 
-void TRStatusItem::remove() { m_tray->hide(); }
+void TRStatusItem::remove() {
+    m_tray->hide();
+}
 
-bool TRStatusItem::isShown() const { return m_tray->isVisible(); }
+bool TRStatusItem::isShown() const {
+    return m_tray->isVisible();
+}
 
-QRect TRStatusItem::frame() const { return m_tray->geometry(); }
+QRect TRStatusItem::frame() const {
+    return m_tray->geometry();
+}
 
 void TRStatusItem::setState(State state) {
     m_state = state;

@@ -15,9 +15,9 @@
 #include <csignal>
 #include <memory>
 
+#include "fakes/QtTestPrinters.h"
 #include "harness/LogindMock.h"
 #include "harness/PrivateDBus.h"
-#include "fakes/QtTestPrinters.h"
 #include "harness/XvfbServer.h"
 
 namespace {
@@ -84,8 +84,9 @@ protected:
         ASSERT_TRUE(home.mkpath(QStringLiteral("config/info.mallowby.Vorlix")));
         QFile conf(home.filePath(QStringLiteral("config/info.mallowby.Vorlix/VorlixHelper.conf")));
         ASSERT_TRUE(conf.open(QIODevice::WriteOnly));
-        conf.write("[General]\ndontAskToLaunchAtLogin=true\n"
-                   "dontNotifyAboutDisabledAccessibilityAPI=true\n");
+        conf.write(
+            "[General]\ndontAskToLaunchAtLogin=true\n"
+            "dontNotifyAboutDisabledAccessibilityAPI=true\n");
         conf.close();
         m_environment = QProcessEnvironment::systemEnvironment();
         for (const char* name :
@@ -215,13 +216,15 @@ TEST_F(HelperProcessTest, ReplacedExecutableRestartsTheHelper) {
     ASSERT_TRUE(QFile::copy(QStringLiteral(VORLIX_HELPER_PATH), copy));
     Helper helper(m_environment);
     helper.start({}, copy);
-    ASSERT_TRUE(helper.waitForOutput(QStringLiteral("tracking started"))) << helper.errors().toStdString();
+    ASSERT_TRUE(helper.waitForOutput(QStringLiteral("tracking started")))
+        << helper.errors().toStdString();
     const qint64 firstPid = helper.processId();
 
     // The update: a new executable renamed over the old one.
     ASSERT_TRUE(QFile::copy(copy, copy + QStringLiteral(".new")));
     ASSERT_EQ(::rename(QFile::encodeName(copy + QStringLiteral(".new")).constData(),
-                       QFile::encodeName(copy).constData()), 0);
+                       QFile::encodeName(copy).constData()),
+              0);
 
     ASSERT_TRUE(helper.waitForExit(15000)) << helper.errors().toStdString();
     EXPECT_EQ(helper.exitCode(), 0);
@@ -250,7 +253,8 @@ TEST_F(HelperProcessTest, ReplacedExecutableRestartsTheHelper) {
     if (nextPid != firstPid && nextPid > 0) {
         ::kill(static_cast<pid_t>(nextPid), SIGTERM);
         QDeadlineTimer gone(10000);
-        while (QFileInfo::exists(QStringLiteral("/proc/%1/exe").arg(nextPid)) && !gone.hasExpired()) {
+        while (QFileInfo::exists(QStringLiteral("/proc/%1/exe").arg(nextPid)) &&
+               !gone.hasExpired()) {
             QThread::msleep(50);
         }
     }

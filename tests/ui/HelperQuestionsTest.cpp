@@ -1,10 +1,12 @@
 // The start-up questions and the quit question, answered as a user would,
 // with and without "do not show this message again".
 
-#include <QFile>
 #include <QDir>
+#include <QFile>
 
 #include "UiTestSupport.h"
+
+using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
@@ -29,98 +31,93 @@ protected:
 };
 
 TEST_F(HelperQuestionsTest, StartUpAsksWhatIsNotSettledAndRemembersTheBoxes) {
+    const QString login = u"Launch at Login"_s, dontStart = u"Don't start automatically"_s;
+    // Before: starts at login, login question suppressed, accessibility on,
+    // accessibility question suppressed; the answers; the questions asked;
+    // after: starts at login, the two boxes remembered, accessibility
+    // switched on (times).
     const struct {
         const char* name;
-        bool alreadyStartsAtLogin;
-        bool loginQuestionSuppressed;
-        bool accessibilityOn;
-        bool accessibilityQuestionSuppressed;
+        bool atLogin, loginSuppressed, accessibilityOn, accessibilitySuppressed;
         std::vector<QuestionAnswerer::Answer> answers;
-        QStringList expectedQuestions;
-        bool startsAtLoginAfter;
-        bool loginQuestionSuppressedAfter;
-        int accessibilitySwitchedOn;
-        bool accessibilityQuestionSuppressedAfter;
+        QStringList asked;
+        bool atLoginAfter, loginSuppressedAfter, accessibilitySuppressedAfter;
+        int switchedOn;
     } cases[] = {
+        // clang-format off
         {"first start, yes to both", false, false, false, false,
-         {{QStringLiteral("Launch at Login")}, {QStringLiteral("Open System Preferences")}},
-         {kLoginQuestion, kAccessibilityQuestion}, true, false, 1, false},
+         {{login}, {u"Open System Preferences"_s}}, {kLoginQuestion, kAccessibilityQuestion},
+         true, false, false, 1},
         {"declined without the box: asked again next start", false, false, true, false,
-         {{QStringLiteral("Don't start automatically")}}, {kLoginQuestion}, false, false, 0, false},
+         {{dontStart}}, {kLoginQuestion}, false, false, false, 0},
         {"declined with the box: never again", false, false, true, false,
-         {{QStringLiteral("Don't start automatically"), true}}, {kLoginQuestion}, false, true, 0,
-         false},
+         {{dontStart, true}}, {kLoginQuestion}, false, true, false, 0},
         {"accepted with the box", false, false, true, false,
-         {{QStringLiteral("Launch at Login"), true}}, {kLoginQuestion}, true, true, 0, false},
-        {"already starts at login, accessibility on: no question", true, false, true, false, {},
-         {}, true, false, 0, false},
-        {"both suppressed, accessibility off: straight to the status item", false, true, false,
-         true, {}, {}, false, true, 0, true},
+         {{login, true}}, {kLoginQuestion}, true, true, false, 0},
+        {"already starts at login, accessibility on: no question", true, false, true, false,
+         {}, {}, true, false, false, 0},
+        {"both suppressed, accessibility off: straight to the status item", false, true, false, true,
+         {}, {}, false, true, true, 0},
         {"accessibility off, continue anyway with the box", false, true, false, false,
-         {{QStringLiteral("Continue Anyway"), true}}, {kAccessibilityQuestion}, false, true, 0,
-         true},
+         {{u"Continue Anyway"_s, true}}, {kAccessibilityQuestion}, false, true, true, 0},
+        // clang-format on
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         freshAccount();
-        if (c.alreadyStartsAtLogin) loginItems->setStartItemAtLogin(QStringLiteral("/opt/vorlix/lib/vorlix-helper"), true);
-        if (c.loginQuestionSuppressed) settings->setValue(TRSettingKey::dontAskToLaunchAtLogin, true);
-        if (c.accessibilityQuestionSuppressed) {
-            settings->setValue(TRSettingKey::dontNotifyAboutDisabledAccessibilityAPI, true);
-        }
+        if (c.atLogin) loginItems->setStartItemAtLogin(u"/opt/vorlix/lib/vorlix-helper"_s, true);
+        settings->setValue(TRSettingKey::dontAskToLaunchAtLogin, c.loginSuppressed);
+        settings->setValue(TRSettingKey::dontNotifyAboutDisabledAccessibilityAPI,
+                           c.accessibilitySuppressed);
         accessibilityEnabled = c.accessibilityOn;
         for (const auto& answer : c.answers) answerer.expect(answer);
 
         TRHelperAppDelegate& face = makeDelegate();
         face.awakeFromNib();
 
-        EXPECT_EQ(answerer.asked, c.expectedQuestions);
-        EXPECT_EQ(face.startupManager().shouldStartAtLogin(), c.startsAtLoginAfter);
-        EXPECT_EQ(settings->snapshot().dontAskToLaunchAtLogin, c.loginQuestionSuppressedAfter);
-        EXPECT_EQ(accessibilityEnableCalls, c.accessibilitySwitchedOn);
+        EXPECT_EQ(answerer.asked, c.asked);
+        EXPECT_EQ(face.startupManager().shouldStartAtLogin(), c.atLoginAfter);
+        EXPECT_EQ(settings->snapshot().dontAskToLaunchAtLogin, c.loginSuppressedAfter);
         EXPECT_EQ(settings->snapshot().dontNotifyAboutDisabledAccessibilityAPI,
-                  c.accessibilityQuestionSuppressedAfter);
+                  c.accessibilitySuppressedAfter);
+        EXPECT_EQ(accessibilityEnableCalls, c.switchedOn);
         EXPECT_TRUE(logger->shouldTrack()) << "tracking starts after the questions";
         logger->endTracking();
     }
 }
 
 TEST_F(HelperQuestionsTest, QuitAsksUnlessTheBoxWasEverTicked) {
+    const QString keep = u"Keep Tracking"_s;
     const struct {
         const char* name;
-        bool quitSilentlyBefore;
+        bool silentBefore;
         std::vector<QuestionAnswerer::Answer> answers;
-        int questionsAsked;
-        int terminationsAfterFirst;
-        bool quitSilentlyAfter;
-        int terminationsAfterSecondQuit;
+        int asked, quitsAfterFirst;
+        bool silentAfter;
+        int quitsAfterSecond;  // a second quit, answered "Keep Tracking" if asked
     } cases[] = {
+        // clang-format off
         {"silent quit set: no question", true, {}, 0, 1, true, 2},
-        {"keep tracking", false, {{QStringLiteral("Keep Tracking")}}, 1, 0, false, 0},
+        {"keep tracking", false, {{keep}}, 1, 0, false, 0},
         // The box ticked while keeping tracking still makes the next quit silent.
-        {"keep tracking with the box", false, {{QStringLiteral("Keep Tracking"), true}}, 1, 0, true,
-         1},
-        {"quit", false, {{QStringLiteral("Quit Menu Item")}}, 1, 1, false, 1},
+        {"keep tracking with the box", false, {{keep, true}}, 1, 0, true, 1},
+        {"quit", false, {{u"Quit Menu Item"_s}}, 1, 1, false, 1},
+        // clang-format on
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         freshAccount();
-        settings->setValue(TRSettingKey::shouldQuitHelperFromMenuItem, c.quitSilentlyBefore);
+        settings->setValue(TRSettingKey::shouldQuitHelperFromMenuItem, c.silentBefore);
         for (const auto& answer : c.answers) answerer.expect(answer);
         TRHelperAppDelegate& face = makeDelegate();
 
         face.askToQuit();
-        EXPECT_EQ(answerer.asked.size(), c.questionsAsked);
-        if (!answerer.asked.isEmpty()) {
-            EXPECT_EQ(answerer.asked.constFirst(), kQuitQuestion);
-        }
-        EXPECT_EQ(terminations, c.terminationsAfterFirst);
-        EXPECT_EQ(settings->snapshot().shouldQuitHelperFromMenuItem, c.quitSilentlyAfter);
-
-        // A second quit, answered "Keep Tracking" if it asks.
-        answerer.expect({QStringLiteral("Keep Tracking")});
+        EXPECT_EQ(answerer.asked, QStringList(c.asked, kQuitQuestion));
+        EXPECT_EQ(terminations, c.quitsAfterFirst);
+        EXPECT_EQ(settings->snapshot().shouldQuitHelperFromMenuItem, c.silentAfter);
+        answerer.expect({keep});
         face.askToQuit();
-        EXPECT_EQ(terminations, c.terminationsAfterSecondQuit);
+        EXPECT_EQ(terminations, c.quitsAfterSecond);
     }
 }
 

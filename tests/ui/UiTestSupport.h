@@ -83,7 +83,8 @@ protected:
         options.dataFolder = m_folder.filePath(QStringLiteral("data"));
         options.settings = settings;
         store = std::make_unique<TRActivityStore>(std::move(options));
-        loginItems = std::make_unique<XdgAutostartLoginItems>(m_folder.filePath(QStringLiteral("autostart")));
+        loginItems = std::make_unique<XdgAutostartLoginItems>(
+            m_folder.filePath(QStringLiteral("autostart")));
         TRInfoLoggerDependencies loop;
         loop.activitySource = &source;
         loop.recorder = &recorder;

@@ -22,7 +22,9 @@ InotifyFolderEventStream::InotifyFolderEventStream() {
     QObject::connect(&m_latency, &QTimer::timeout, [this] { deliver(); });
 }
 
-InotifyFolderEventStream::~InotifyFolderEventStream() { stop(); }
+InotifyFolderEventStream::~InotifyFolderEventStream() {
+    stop();
+}
 
 bool InotifyFolderEventStream::start(const QStringList& folders, double latencySeconds,
                                      Callback callback) {

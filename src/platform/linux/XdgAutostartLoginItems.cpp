@@ -18,7 +18,8 @@ struct EntryFacts {
 
 QString unquote(QString value) {
     value = value.trimmed();
-    if (value.size() >= 2 && value.startsWith(QLatin1Char('"')) && value.endsWith(QLatin1Char('"'))) {
+    if (value.size() >= 2 && value.startsWith(QLatin1Char('"')) &&
+        value.endsWith(QLatin1Char('"'))) {
         value = value.mid(1, value.size() - 2);
         value.replace(QStringLiteral("\\\""), QStringLiteral("\""));
         value.replace(QStringLiteral("\\\\"), QStringLiteral("\\"));
@@ -66,7 +67,9 @@ XdgAutostartLoginItems::XdgAutostartLoginItems(QString autostartFolder)
     }
 }
 
-QString XdgAutostartLoginItems::entryPath() const { return m_folder + QLatin1Char('/') + kEntryName; }
+QString XdgAutostartLoginItems::entryPath() const {
+    return m_folder + QLatin1Char('/') + kEntryName;
+}
 
 bool XdgAutostartLoginItems::willItemStartAtLogin(const QString& programPath) {
     const EntryFacts facts = readEntry(entryPath());

@@ -81,12 +81,13 @@ int drawWindows(const QString& out) {
     // Some time today, and earlier types for the suggestions.
     const QDateTime midnight = Calculations::beginningOfDay(QDateTime::currentDateTimeUtc());
     int offset = 0;
-    for (const auto& [type, seconds] : {std::pair{"Team meeting", 4860}, {"Phone call", 1800},
-                                        {"lunch", 1380}, {"Reading", 0}}) {
+    for (const auto& [type, seconds] :
+         {std::pair{"Team meeting", 4860}, {"Phone call", 1800}, {"lunch", 1380}, {"Reading", 0}}) {
         TRActivity activity;
         activity.setApplication(TRNullApplication{});
         activity.setDocumentPath(QString::fromUtf8(type));
-        store.storeActivity(activity, midnight.addSecs(offset), midnight.addSecs(offset + seconds + 1));
+        store.storeActivity(activity, midnight.addSecs(offset),
+                            midnight.addSecs(offset + seconds + 1));
         offset += seconds + 60;
     }
     NoActivity source;
@@ -149,7 +150,8 @@ int drawPanel(const QString& file) {
     const QImage shot = screen->grabWindow(0).toImage();
     // The panel's right end, three times as large so each pixel shows.
     const QImage corner = shot.copy(shot.width() - 120, shot.height() - 40, 120, 40);
-    return save(corner.scaled(corner.size() * 3, Qt::IgnoreAspectRatio, Qt::FastTransformation), file)
+    return save(corner.scaled(corner.size() * 3, Qt::IgnoreAspectRatio, Qt::FastTransformation),
+                file)
                ? 0
                : 1;
 }
