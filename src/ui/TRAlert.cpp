@@ -11,7 +11,6 @@
 
 #include "ui/UiLog.h"
 
-Q_LOGGING_CATEGORY(lcUi, "vorlix.ui", QtInfoMsg)
 
 TRAlertText TRAlert::loginQuestion() {
     return {tr("Would you like to have the Vorlix menu item launch automatically at login?"),
