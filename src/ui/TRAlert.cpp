@@ -11,7 +11,6 @@
 
 #include "ui/UiLog.h"
 
-
 TRAlertText TRAlert::loginQuestion() {
     return {tr("Would you like to have the Vorlix menu item launch automatically at login?"),
             tr("Vorlix can only track your activities while the menu item is running."),
