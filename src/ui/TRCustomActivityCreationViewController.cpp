@@ -68,7 +68,10 @@ TRCustomActivityCreationViewController::TRCustomActivityCreationViewController(
     m_typeSelector->setMinimumWidth(220);
 
     m_startDatePicker->setCalendarPopup(true);
-    m_startDatePicker->setDisplayFormat(QLocale().dateTimeFormat(QLocale::ShortFormat));
+    // The locale's short form, to the minute: seconds only get in the way.
+    QString startFormat = QLocale().dateTimeFormat(QLocale::ShortFormat);
+    startFormat.remove(QStringLiteral(":ss"));
+    m_startDatePicker->setDisplayFormat(startFormat);
     const QDateTime start = now.isValid() ? now : QDateTime::currentDateTimeUtc();
     m_startDatePicker->setDateTime(start.toLocalTime());
 

@@ -15,9 +15,9 @@
 #include <csignal>
 #include <memory>
 
-#include "fakes/QtTestPrinters.h"
 #include "harness/LogindMock.h"
 #include "harness/PrivateDBus.h"
+#include "fakes/QtTestPrinters.h"
 #include "harness/XvfbServer.h"
 
 namespace {
@@ -232,32 +232,21 @@ TEST_F(HelperProcessTest, ReplacedExecutableRestartsTheHelper) {
               helper.errors().indexOf(QStringLiteral("tracking stopped; store saved")))
         << helper.errors().toStdString();
 
-    // The replacement holds the single-instance lock and runs the copy.
+    // The replacement runs the copy and holds the single-instance lock.
     QFile lock(m_home.filePath(QStringLiteral("runtime/info.mallowby.VorlixHelper.lock")));
+    const auto runsCopy = [&](qint64 pid) {
+        return QFileInfo(QStringLiteral("/proc/%1/exe").arg(pid)).symLinkTarget() == copy;
+    };
     qint64 nextPid = 0;
-    QDeadlineTimer deadline(40000);
-    while (!deadline.hasExpired()) {
-        if (lock.open(QIODevice::ReadOnly)) {
-            nextPid = lock.readAll().trimmed().toLongLong();
-            lock.close();
-        }
-        if (nextPid != 0 && nextPid != firstPid &&
-            QFileInfo(QStringLiteral("/proc/%1/exe").arg(nextPid)).symLinkTarget() == copy) {
-            break;
-        }
-        QThread::msleep(200);
+    for (QDeadlineTimer deadline(40000); !deadline.hasExpired(); QThread::msleep(200)) {
+        nextPid = lock.open(QIODevice::ReadOnly) ? lock.readAll().trimmed().toLongLong() : 0;
+        lock.close();
+        if (nextPid != firstPid && runsCopy(nextPid)) break;
     }
-    ASSERT_NE(nextPid, 0);
-    EXPECT_NE(nextPid, firstPid);
-    EXPECT_EQ(QFileInfo(QStringLiteral("/proc/%1/exe").arg(nextPid)).symLinkTarget(), copy);
-    if (nextPid != firstPid && nextPid > 0) {
-        ::kill(static_cast<pid_t>(nextPid), SIGTERM);
-        QDeadlineTimer gone(10000);
-        while (QFileInfo::exists(QStringLiteral("/proc/%1/exe").arg(nextPid)) &&
-               !gone.hasExpired()) {
-            QThread::msleep(50);
-        }
-    }
+    ASSERT_NE(nextPid, firstPid);
+    ASSERT_TRUE(runsCopy(nextPid));
+    ::kill(static_cast<pid_t>(nextPid), SIGTERM);
+    for (QDeadlineTimer gone(10000); runsCopy(nextPid) && !gone.hasExpired();) QThread::msleep(50);
 }
 
 TEST_F(HelperProcessTest, SleepAndWakeReachRunningHelper) {
