@@ -6,21 +6,21 @@
 #include <QStandardPaths>
 
 #include "app/AppLog.h"
-#include "core/TRLocations.h"
 #include "core/TRSettings.h"
 #include "platform/linux/DBusNotificationCenter.h"
 #include "platform/linux/LinuxIdleTimeSource.h"
 #include "platform/linux/LogindPowerAndSessionEvents.h"
-#include "store/TRASApplication.h"
-#include "store/TRActivityStore.h"
 #include "tracking/TRActivityRecorder.h"
 #include "tracking/TRActivitySource.h"
+#include "store/TRActivityStore.h"
 #include "tracking/TRApplicationInfoExtractor.h"
+#include "store/TRASApplication.h"
 #include "tracking/TRClock.h"
 #include "tracking/TRExtractorRegistry.h"
 #include "tracking/TRInfoExtractor.h"
 #include "tracking/TRInfoLogger.h"
 #include "tracking/TRSerialQueue.h"
+#include "core/TRLocations.h"
 
 namespace {
 
@@ -31,8 +31,8 @@ void ensureUserDataFolder() {
     const QString base = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
     if (base.isEmpty() || QFileInfo::exists(base)) return;
     if (QDir().mkpath(base)) {
-        QFile::setPermissions(
-            base, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+        QFile::setPermissions(base, QFileDevice::ReadOwner | QFileDevice::WriteOwner |
+                                        QFileDevice::ExeOwner);
     }
 }
 
@@ -46,8 +46,8 @@ public:
     }
     void save() override { TRActivityStore::sharedInstance().save(); }
     bool applescriptTrackingDisabled(const RunningApplication& application) override {
-        const TRASApplication* stored = TRASApplication::applicationWithRunningApplication(
-            TRApplicationSlot(application), false);
+        const TRASApplication* stored =
+            TRASApplication::applicationWithRunningApplication(TRApplicationSlot(application), false);
         return stored != nullptr && stored->applescriptTrackingDisabledValue();
     }
 };
@@ -68,8 +68,8 @@ std::unique_ptr<TrackingWiring> wireTracking() {
         std::make_unique<TRSerialQueue>(QString::fromUtf8(TRLocations::kHelperBundleIdentifier));
     wiring->platform = createPlatformObjects(wiring->worker.get());
     wiring->extractionContext = wiring->platform.context();
-    wiring->extractors =
-        std::make_unique<TRExtractorRegistry>(TRExtractorRegistry::withDefaultExtractors());
+    wiring->extractors = std::make_unique<TRExtractorRegistry>(
+        TRExtractorRegistry::withDefaultExtractors());
     wiring->activitySource =
         std::make_unique<TRInfoExtractor>(wiring->extractionContext, *wiring->extractors);
     ensureUserDataFolder();

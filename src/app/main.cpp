@@ -21,18 +21,18 @@
 #include <utility>
 
 #include "app/AppLog.h"
+#include "app/TRExceptionHandler.h"
+#include "core/TRPathMigrator.h"
 #include "app/InspectCommand.h"
 #include "app/PlatformObjects.h"
 #include "app/SingleInstance.h"
-#include "app/TRExceptionHandler.h"
+#include "store/TRActivityStore.h"
+#include "tracking/TRInfoLogger.h"
 #include "app/TrackingWiring.h"
 #include "app/Translations.h"
 #include "app/UnixSignals.h"
-#include "core/TRPathMigrator.h"
 #include "platform/linux/InotifyFolderEventStream.h"
 #include "platform/linux/XdgAutostartLoginItems.h"
-#include "store/TRActivityStore.h"
-#include "tracking/TRInfoLogger.h"
 #include "ui/TRHelperAppDelegate.h"
 
 Q_LOGGING_CATEGORY(lcApp, "vorlix.app", QtInfoMsg)
