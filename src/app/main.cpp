@@ -32,6 +32,7 @@
 #include "app/Translations.h"
 #include "app/UnixSignals.h"
 #include "platform/linux/InotifyFolderEventStream.h"
+#include "platform/linux/XcbWindowSystem.h"
 #include "platform/linux/XdgAutostartLoginItems.h"
 #include "ui/TRHelperAppDelegate.h"
 
@@ -67,11 +68,14 @@ void applicationShouldTerminate(TRHelperAppDelegate& delegate) {
     qCInfo(lcApp) << "terminating";
 }
 
-// Without any display the widgets go to Qt's offscreen platform: nobody can
-// see an icon or answer a question there, so the helper only tracks.
+// Without a display (none named, or an X display that does not answer) the
+// widgets go to Qt's offscreen platform, which Qt would otherwise refuse to
+// start without: nobody can see an icon or answer a question there, so the
+// helper only tracks.
 bool chooseDisplay() {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && qEnvironmentVariableIsEmpty("DISPLAY") &&
-        qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") &&
+        qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
+        (qEnvironmentVariableIsEmpty("DISPLAY") || !XcbWindowSystem().isAvailable())) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
     }
     return qgetenv("QT_QPA_PLATFORM") != "offscreen";
