@@ -56,7 +56,7 @@ QMessageBox* TRAlert::create(const TRAlertText& text, QWidget* parent) {
     // own click handling and open the documentation instead.
     auto* help = new QPushButton(tr("Help"), box);
     box->addButton(help, QMessageBox::HelpRole);
-    QObject::disconnect(help, nullptr, box, nullptr);
+    QObject::disconnect(help, &QPushButton::clicked, nullptr, nullptr);
     const QString anchor = text.helpAnchor;
     QObject::connect(help, &QPushButton::clicked, box, [anchor] {
         if (!QDesktopServices::openUrl(QUrl(helpUrl(anchor)))) {

@@ -1,10 +1,14 @@
 // The start-up questions and the quit question, answered as a user would,
 // with and without "do not show this message again".
 
+#include <QDesktopServices>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
+#include <QUrl>
 
 #include "UiTestSupport.h"
+#include "ui/TRAlert.h"
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -121,4 +125,32 @@ TEST_F(HelperQuestionsTest, QuitAsksUnlessTheBoxWasEverTicked) {
     }
 }
 
+// Help opens the help page at the question's section and leaves the
+// question open.
+class HelpPageCatcher : public QObject {
+    Q_OBJECT
+public Q_SLOTS:
+    void open(const QUrl& url) { opened << url; }
+
+public:
+    QList<QUrl> opened;
+};
+
+TEST_F(HelperQuestionsTest, HelpOpensTheQuestionsSectionAndKeepsItOpen) {
+    HelpPageCatcher catcher;
+    QDesktopServices::setUrlHandler(u"file"_s, &catcher, "open");
+    std::unique_ptr<QMessageBox> box(TRAlert::create(TRAlert::accessibilityQuestion()));
+    box->show();
+    for (QAbstractButton* button : box->buttons()) {
+        if (box->buttonRole(button) == QMessageBox::HelpRole) button->click();
+    }
+    QDesktopServices::unsetUrlHandler(u"file"_s);
+    ASSERT_EQ(catcher.opened.size(), 1);
+    EXPECT_EQ(catcher.opened.constFirst().fragment(), u"EnablingAccessibilitySupport"_s);
+    EXPECT_TRUE(QFileInfo::exists(catcher.opened.constFirst().toLocalFile()));
+    EXPECT_TRUE(box->isVisible()) << "the question is still waiting for an answer";
+}
+
 }  // namespace
+
+#include "HelperQuestionsTest.moc"
