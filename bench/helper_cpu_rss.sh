@@ -6,8 +6,16 @@
 # bus, the accessibility bus and openbox, with an xterm in front (the helper
 # asks the window system, the idle counter and the accessibility bus every
 # tick, and records into its store); FRONT=none leaves the screen empty.
+# The helper shows its icon to a stand-in panel (a StatusNotifierWatcher on
+# the private bus; TRAY=none leaves it without a tray).
 #
 #   bench/helper_cpu_rss.sh [path/to/vorlix-helper] [seconds]
+#
+# "helper_private" counts every page only this process maps, which on a bare
+# machine includes the Qt libraries' code that any other Qt program on a real
+# desktop would share; "helper_private_dirty" is what the helper itself
+# wrote (heap, stacks, relocations). SMAPS_OUT=FILE keeps a copy of the
+# helper's /proc/PID/smaps to see where the pages are.
 #
 # HELPER_WRAPPER runs the helper under a profiler, e.g.
 #   HELPER_WRAPPER="valgrind --tool=callgrind --callgrind-out-file=/tmp/cg.out" \
@@ -50,6 +58,17 @@ if [[ $front != none ]]; then
   for _ in $(seq 100); do [[ -s $state/bus ]] && break; sleep 0.05; done
   bus_address=$(head -n1 "$state/bus")
   desktop_env+=(DBUS_SESSION_BUS_ADDRESS="$bus_address")
+  if [[ ${TRAY:-sni} != none ]]; then
+    DBUS_SESSION_BUS_ADDRESS="$bus_address" /usr/bin/python3 -m dbusmock --template \
+      "$(dirname "$0")/../tests/harness/status_notifier_watcher.py" >/dev/null 2>&1 &
+    pids+=($!)
+    for _ in $(seq 100); do
+      DBUS_SESSION_BUS_ADDRESS="$bus_address" dbus-send --session --print-reply \
+        --dest=org.freedesktop.DBus /org/freedesktop/DBus org.freedesktop.DBus.NameHasOwner \
+        string:org.kde.StatusNotifierWatcher 2>/dev/null | grep -q true && break
+      sleep 0.1
+    done
+  fi
   if [[ -x /usr/libexec/at-spi-bus-launcher ]]; then
     "${desktop_env[@]}" /usr/libexec/at-spi-bus-launcher --launch-immediately --a11y=1 \
       >/dev/null 2>&1 &
@@ -71,12 +90,13 @@ fi
 # CPU nanoseconds of all threads of a process (finer than utime/stime).
 cpu_ns() { cat /proc/"$1"/task/*/schedstat | awk '{s += $1} END {printf "%d", s}'; }
 
-# The user stays active (idle threshold 1 day): every tick runs in full.
+# The user stays active (idle threshold 1 day): every tick runs in full. The
+# start-up questions are answered for good.
 mkdir -p "$state/config/info.mallowby.Vorlix"
-printf '[General]\nidleTimeThresholdForSuspendingTracking=86400\n' \
+printf '[General]\nidleTimeThresholdForSuspendingTracking=86400\ndontAskToLaunchAtLogin=true\ndontNotifyAboutDisabledAccessibilityAPI=true\n' \
   >"$state/config/info.mallowby.Vorlix/VorlixHelper.conf"
 "${desktop_env[@]}" DBUS_SESSION_BUS_ADDRESS="$bus_address" \
-  DBUS_SYSTEM_BUS_ADDRESS="unix:path=$state/no-system-bus" \
+  DBUS_SYSTEM_BUS_ADDRESS="unix:path=$state/no-system-bus" QT_QPA_PLATFORM=xcb \
   ${HELPER_WRAPPER:-} "$helper" 2>"$state/helper.log" &
 helper_pid=$!
 pids=("$helper_pid" "${pids[@]}")
@@ -85,20 +105,26 @@ sleep 3  # start-up is not part of the steady state
 h0=$(cpu_ns "$helper_pid"); x0=$(cpu_ns "$xvfb_pid")
 sleep "$seconds"
 h1=$(cpu_ns "$helper_pid"); x1=$(cpu_ns "$xvfb_pid")
+[[ -n ${SMAPS_OUT:-} ]] && cp "/proc/$helper_pid/smaps" "$SMAPS_OUT"
 
 [[ -s $state/data/info.mallowby.Vorlix/ActivityStore.db ]] ||
   echo "note: the helper has not saved its store yet (saves every 60 s)" >&2
 rss_kb=$(awk '/^VmRSS:/ {print $2}' "/proc/$helper_pid/status")
 anon_kb=$(awk '/^RssAnon:/ {print $2}' "/proc/$helper_pid/status")
 private_kb=$(awk '/^Private_(Clean|Dirty):/ {s += $2} END {print s}' "/proc/$helper_pid/smaps_rollup")
+dirty_kb=$(awk '/^Private_Dirty:/ {s += $2} END {print s}' "/proc/$helper_pid/smaps_rollup")
 threads=$(awk '/^Threads:/ {print $2}' "/proc/$helper_pid/status")
+tray=0
+grep -q "status item shown" "$state/helper.log" && tray=1
 awk -v h=$((h1 - h0)) -v x=$((x1 - x0)) -v s="$seconds" \
-    -v rss="$rss_kb" -v anon="$anon_kb" -v priv="$private_kb" -v th="$threads" 'BEGIN {
+    -v rss="$rss_kb" -v anon="$anon_kb" -v priv="$private_kb" -v th="$threads" -v tray="$tray" -v dirty="$dirty_kb" 'BEGIN {
   printf "helper_cpu_per_tick: %.3f ms\n", h / 1e6 / s
   printf "helper_cpu_share: %.4f %%\n", h / 1e7 / s
   printf "xserver_cpu_per_tick: %.3f ms\n", x / 1e6 / s
   printf "helper_rss: %.1f MB\n", rss / 1024
   printf "helper_rss_anon: %.1f MB\n", anon / 1024
   printf "helper_private: %.1f MB\n", priv / 1024
+  printf "helper_private_dirty: %.1f MB\n", dirty / 1024
   printf "helper_threads: %d count\n", th
+  printf "helper_tray_icon_shown: %d count\n", tray
 }'

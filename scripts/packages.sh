@@ -12,4 +12,5 @@ TEST_PACKAGES=(
   xvfb openbox xdotool x11-utils x11-xserver-utils at-spi2-core dbus dbus-x11
   python3 python3-dbusmock python3-gi libglib2.0-bin sqlite3 procps
   xterm chromium firefox-esr mousepad gedit
+  trayer librsvg2-bin
 )

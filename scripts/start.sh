@@ -1,5 +1,7 @@
 #!/usr/bin/env bash
-# Sets up, builds and starts the helper. Extra arguments go to the helper.
+# Sets up, builds and starts the helper, which puts its icon in the panel's
+# tray (and tracks without one if the desktop has none). Extra arguments go
+# to the helper.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 "$root/scripts/setup.sh"

@@ -22,6 +22,7 @@
 #include "tracking/TRInfoLogger.h"
 #include "tracking/TRSerialQueue.h"
 #include "tracking/TRStatusMenuDelegate.h"
+#include "core/TRLocations.h"
 
 namespace {
 
@@ -75,15 +76,15 @@ std::unique_ptr<TrackingWiring> wireTracking() {
         std::make_unique<TRInfoExtractor>(wiring->extractionContext, *wiring->extractors);
     ensureUserDataFolder();
     TRActivityStore::Options storeOptions;
-    storeOptions.notificationCenter = std::make_shared<DBusNotificationCenter>();
+    wiring->notificationCenter = std::make_shared<DBusNotificationCenter>();
+    storeOptions.notificationCenter = wiring->notificationCenter;
     storeOptions.settings = wiring->settings;
     TRActivityStore::configureSharedInstance(std::move(storeOptions));
     wiring->recorder = std::make_unique<StoreActivityRecorder>();
     wiring->idleTimeSource = std::make_unique<LinuxIdleTimeSource>();
     wiring->powerAndSessionEvents = std::make_unique<LogindPowerAndSessionEvents>();
     wiring->powerAndSessionEvents->start();
-    // No status menu yet: the default delegate shows nothing.
-    wiring->statusMenu = std::make_unique<TRStatusMenuDelegate>();
+    wiring->statusMenu = std::make_unique<StatusMenuRelay>();
 
     TRInfoLoggerDependencies dependencies;
     dependencies.activitySource = wiring->activitySource.get();

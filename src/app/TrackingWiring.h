@@ -9,7 +9,9 @@
 #include <memory>
 
 #include "app/PlatformObjects.h"
+#include "tracking/TRStatusMenuDelegate.h"
 
+class DistributedNotificationCenter;
 class IdleTimeSource;
 class LogindPowerAndSessionEvents;
 class TRActivityRecorder;
@@ -19,7 +21,23 @@ class TRExtractorRegistry;
 class TRInfoLogger;
 class TRSettings;
 class TRSerialQueue;
-class TRStatusMenuDelegate;
+
+// The loop is built before the status menu that answers it (the menu needs
+// the loop), so the loop is handed this relay; until a menu is set, and
+// after it is cleared, the loop's calls do nothing.
+class StatusMenuRelay final : public TRStatusMenuDelegate {
+public:
+    void setTarget(TRStatusMenuDelegate* target) { m_target = target; }
+    void resetStatusItemImages() override {
+        if (m_target) m_target->resetStatusItemImages();
+    }
+    TRCustomActivityCreationController* presentCustomActivityCreationViewController() override {
+        return m_target ? m_target->presentCustomActivityCreationViewController() : nullptr;
+    }
+
+private:
+    TRStatusMenuDelegate* m_target = nullptr;
+};
 
 struct TrackingWiring final {
     TrackingWiring();
@@ -39,7 +57,8 @@ struct TrackingWiring final {
     std::unique_ptr<TRActivityRecorder> recorder;
     std::unique_ptr<IdleTimeSource> idleTimeSource;
     std::unique_ptr<LogindPowerAndSessionEvents> powerAndSessionEvents;
-    std::unique_ptr<TRStatusMenuDelegate> statusMenu;
+    std::shared_ptr<DistributedNotificationCenter> notificationCenter;  // shared with the store
+    std::unique_ptr<StatusMenuRelay> statusMenu;
     std::unique_ptr<TRInfoLogger> logger;  // declared last: destroyed first
 };
 

@@ -1,17 +1,24 @@
 // vorlix-helper: records where the time at the computer goes, privately.
 //
-// Starts tracking at once and runs until asked to quit: SIGTERM, SIGINT and
-// SIGHUP end tracking (the interval in progress is stored and the store saved) and
-// exit 0. One helper per user; a second start says so and exits 1.
+// Shows its icon in the panel and starts tracking at once, after the two
+// start-up questions; runs until asked to quit: the menu's quit item, SIGTERM,
+// SIGINT and SIGHUP end tracking (the interval in progress is stored and the
+// store saved) and exit 0. One helper per user; a second start says so and
+// exits 1. Without a display it tracks what it can, with no icon and no
+// questions.
 
+#include <QApplication>
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QIcon>
 #include <QLoggingCategory>
 #include <QTimer>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <memory>
+#include <utility>
 
 #include "app/AppLog.h"
 #include "app/TRExceptionHandler.h"
@@ -24,6 +31,10 @@
 #include "app/TrackingWiring.h"
 #include "app/Translations.h"
 #include "app/UnixSignals.h"
+#include "platform/linux/InotifyFolderEventStream.h"
+#include "platform/linux/XcbWindowSystem.h"
+#include "platform/linux/XdgAutostartLoginItems.h"
+#include "ui/TRHelperAppDelegate.h"
 
 Q_LOGGING_CATEGORY(lcApp, "vorlix.app", QtInfoMsg)
 
@@ -50,26 +61,63 @@ void parseCommandLine(QCoreApplication& app) {
 }
 
 // Quitting, whatever asked for it: end tracking, which stores the interval
-// in progress and saves.
-void applicationShouldTerminate(TrackingWiring& wiring) {
-    wiring.logger->endTracking();
+// in progress and saves, and take the icon away.
+void applicationShouldTerminate(TRHelperAppDelegate& delegate) {
+    delegate.applicationShouldTerminate();
     TRActivityStore::sharedInstance().prepareForTermination();
     qCInfo(lcApp) << "terminating";
+}
+
+// Without a display (none named, or an X display that does not answer) the
+// widgets go to Qt's offscreen platform, which Qt would otherwise refuse to
+// start without: nobody can see an icon or answer a question there, so the
+// helper only tracks.
+bool chooseDisplay() {
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") &&
+        qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
+        (qEnvironmentVariableIsEmpty("DISPLAY") || !XcbWindowSystem().isAvailable())) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    }
+    return qgetenv("QT_QPA_PLATFORM") != "offscreen";
+}
+
+// Qt's X11 platform ends the process with status 1 the moment the X
+// connection breaks, before our own check would notice. Its last word is one
+// warning; on it, leave as at logout instead: store, save, exit 0.
+std::function<void()> gLostDisplay;
+QtMessageHandler gPreviousMessageHandler = nullptr;
+
+void watchForBrokenXConnection(QtMsgType kind, const QMessageLogContext& context,
+                               const QString& message) {
+    if (gPreviousMessageHandler) gPreviousMessageHandler(kind, context, message);
+    if (kind == QtWarningMsg && gLostDisplay &&
+        message.startsWith(QStringLiteral("The X11 connection broke"))) {
+        std::exchange(gLostDisplay, nullptr)();
+    }
+}
+
+int runInspect(int argc, char* argv[]) {
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("vorlix-helper"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(VORLIX_VERSION));
+    installTranslations(app);
+    const PlatformObjects platform = createPlatformObjects();
+    return runInspectCommand(QCoreApplication::arguments().mid(2), platform.context());
 }
 
 }  // namespace
 
 int main(int argc, char* argv[]) {
     TRExceptionHandler::install();
-    QCoreApplication app(argc, argv);
+    if (argc > 1 && std::strcmp(argv[1], "inspect") == 0) return runInspect(argc, argv);
+
+    const bool hasDisplay = chooseDisplay();
+    QApplication app(argc, argv);
+    QApplication::setQuitOnLastWindowClosed(false);
     QCoreApplication::setApplicationName(QStringLiteral("vorlix-helper"));
     QCoreApplication::setApplicationVersion(QStringLiteral(VORLIX_VERSION));
+    QApplication::setWindowIcon(QIcon::fromTheme(QStringLiteral("vorlix-helper")));
     installTranslations(app);
-
-    if (argc > 1 && std::strcmp(argv[1], "inspect") == 0) {
-        const PlatformObjects platform = createPlatformObjects();
-        return runInspectCommand(QCoreApplication::arguments().mid(2), platform.context());
-    }
 
     parseCommandLine(app);
     // Before anything opens a store: an upgrading user's older folder first.
@@ -95,8 +143,35 @@ int main(int argc, char* argv[]) {
     });
 
     const std::unique_ptr<TrackingWiring> wiring = wireTracking();
+    XdgAutostartLoginItems loginItems;
+    InotifyFolderEventStream folderEvents;
+    SCEvents pathWatcher(folderEvents);
+    TRHelperAppDelegateDependencies face;
+    face.logger = wiring->logger.get();
+    face.settings = wiring->settings.get();
+    face.store = &TRActivityStore::sharedInstance();
+    face.loginItems = &loginItems;
+    face.notificationCenter = wiring->notificationCenter.get();
+    face.pathWatcher = &pathWatcher;
+    AccessibilityProvider* accessibility = wiring->platform.accessibility.get();
+    face.accessibilityEnabled = [accessibility] {
+        return accessibility != nullptr && accessibility->isEnabled();
+    };
+    face.enableAccessibility = [accessibility] {
+        if (accessibility != nullptr) accessibility->enable();
+    };
+    face.askStartupQuestions = hasDisplay;
+    TRHelperAppDelegate delegate(std::move(face));
+    wiring->statusMenu->setTarget(&delegate);
     QObject::connect(&app, &QCoreApplication::aboutToQuit, &app,
-                     [&wiring] { applicationShouldTerminate(*wiring); });
+                     [&delegate] { applicationShouldTerminate(delegate); });
+    gLostDisplay = [&delegate] {
+        qCWarning(lcApp) << "lost the connection to the X display; quitting";
+        applicationShouldTerminate(delegate);
+        std::fflush(nullptr);
+        std::_Exit(0);
+    };
+    gPreviousMessageHandler = qInstallMessageHandler(watchForBrokenXConnection);
     // The display went away under us (the X server ended with the session):
     // leave as at logout, saving what was recorded, rather than run on blind.
     QTimer displayWatch;
@@ -108,6 +183,9 @@ int main(int argc, char* argv[]) {
         });
         displayWatch.start(2000);
     }
-    wiring->logger->setShouldTrack(true);
-    return QCoreApplication::exec();
+    delegate.awakeFromNib();
+    const int status = QCoreApplication::exec();
+    gLostDisplay = nullptr;
+    wiring->statusMenu->setTarget(nullptr);
+    return status;
 }

@@ -117,12 +117,16 @@ protected:
         return g_desktop->environment().value(QString::fromLatin1(name));
     }
 
-    // The helper's settings file (XDG_CONFIG_HOME is config/): a short idle threshold.
+    // The helper's settings file (XDG_CONFIG_HOME is config/): a short idle
+    // threshold, and the start-up questions answered for good (on a display
+    // they would wait for a user).
     void writeSettings() {
         ASSERT_FALSE(g_desktop
                          ->writeFile(QStringLiteral("config/info.mallowby.Vorlix/VorlixHelper.conf"),
                                      "[General]\nidleTimeThresholdForSuspendingTracking=" +
-                                         QByteArray::number(kIdleThresholdSeconds) + "\n")
+                                         QByteArray::number(kIdleThresholdSeconds) +
+                                         "\ndontAskToLaunchAtLogin=true\n"
+                                         "dontNotifyAboutDisabledAccessibilityAPI=true\n")
                          .isEmpty());
     }
 

@@ -4,15 +4,29 @@
 // when it goes.
 
 #include <QDeadlineTimer>
+#include <QDir>
+#include <QFile>
 #include <QProcess>
 #include <csignal>
 
 class HelperProcess final {
 public:
-    HelperProcess(const QProcessEnvironment& environment, const QStringList& arguments = {}) {
+    HelperProcess(const QProcessEnvironment& environment, const QStringList& arguments = {},
+                  const QString& program = QStringLiteral(VORLIX_HELPER_PATH)) {
         m_process.setProcessEnvironment(environment);
-        m_process.start(QStringLiteral(VORLIX_HELPER_PATH), arguments);
+        m_process.start(program, arguments);
     }
+    // Both start-up questions answered for good in the settings under
+    // `configHome`, so a helper on a display goes straight to tracking.
+    static bool answerStartupQuestions(const QString& configHome) {
+        const QString folder = configHome + QStringLiteral("/info.mallowby.Vorlix");
+        QFile conf(folder + QStringLiteral("/VorlixHelper.conf"));
+        return QDir().mkpath(folder) && conf.open(QIODevice::WriteOnly) &&
+               conf.write("[General]\ndontAskToLaunchAtLogin=true\n"
+                          "dontNotifyAboutDisabledAccessibilityAPI=true\n") > 0;
+    }
+    qint64 processId() const { return m_process.processId(); }
+    bool crashed() const { return m_process.exitStatus() != QProcess::NormalExit; }
     ~HelperProcess() {
         m_process.kill();
         m_process.waitForFinished(2000);
