@@ -1,5 +1,6 @@
 // Finding our own logind session when GetSessionByPID cannot answer (a
-// process outside any session's cgroup): $XDG_SESSION_ID, else nothing.
+// process outside any session's cgroup): $XDG_SESSION_ID, else one of our
+// user's graphical sessions (none here).
 
 #include <gtest/gtest.h>
 

@@ -7,9 +7,12 @@
 //   closes the inhibitor's file descriptor, which lets the machine sleep
 //   (logind waits at most its InhibitDelayMaxSec). On PrepareForSleep(false)
 //   the inhibitor is taken again, then the observer hears of the wake.
-// - Session: the "Active" property of the helper's own session, found with
-//   GetSessionByPID(our pid), else GetSession($XDG_SESSION_ID), followed
-//   through PropertiesChanged.
+// - Session: the "Active" property of the helper's own session, followed
+//   through PropertiesChanged. Our session is GetSessionByPID(our pid), else
+//   GetSession($XDG_SESSION_ID), else (a user service belongs to no session)
+//   the best of our user's graphical sessions from ListSessions: the one on
+//   our display ($DISPLAY against its Display), then on our seat
+//   ($XDG_SEAT, else any seat), then the active one.
 // What could not be set up (no system bus, no session) is logged once by
 // start() and then simply never reported. Main thread.
 
@@ -50,7 +53,8 @@ private:
     void takeSleepInhibitor();
     void releaseSleepInhibitor();
     QString resolveSessionPath() const;
-    std::optional<bool> readSessionActive() const;
+    QString findGraphicalSession() const;
+    QVariantMap readSessionProperties(const QString& path) const;
     void applySessionActive(bool active);
 
     QDBusConnection m_systemBus;
