@@ -1,5 +1,6 @@
 #include "app/TrackingWiring.h"
 
+#include <QDBusConnection>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -82,6 +83,7 @@ std::unique_ptr<TrackingWiring> wireTracking() {
     wiring->idleTimeSource = std::make_unique<LinuxIdleTimeSource>();
     wiring->powerAndSessionEvents = std::make_unique<LogindPowerAndSessionEvents>();
     wiring->powerAndSessionEvents->start();
+    wiring->powerAndSessionEvents->followScreenSaver(QDBusConnection::sessionBus());
     // No status menu yet: the default delegate shows nothing.
     wiring->statusMenu = std::make_unique<TRStatusMenuDelegate>();
 

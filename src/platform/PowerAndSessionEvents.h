@@ -1,8 +1,8 @@
 #pragma once
-// PowerAndSessionEvents: the four moments at which tracking stops or resumes.
+// PowerAndSessionEvents: the moments at which tracking stops or resumes.
 //
 // The machine is about to sleep / has woken up; the user's login session was
-// switched out / back in. A source delivers them to one observer on the main
+// switched out / back in; the screen was locked / unlocked. A source delivers them to one observer on the main
 // thread, in the order they happened; the same event may arrive twice, so the
 // observer must be idempotent.
 //
@@ -50,6 +50,11 @@ public:
     virtual void workspaceDidWake() = 0;
     virtual void sessionDidBecomeActive() = 0;
     virtual void sessionDidResignActive() = 0;
+    // The screen was locked / unlocked. A source that cannot tell never
+    // calls them; one that can also reports a lock already in place when
+    // the observer is set.
+    virtual void screenDidLock() {}
+    virtual void screenDidUnlock() {}
 };
 
 class PowerAndSessionEvents {

@@ -16,7 +16,10 @@ const QString kManagerPath = QStringLiteral("/org/freedesktop/login1");
 const QString kManagerInterface = QStringLiteral("org.freedesktop.login1.Manager");
 const QString kSessionInterface = QStringLiteral("org.freedesktop.login1.Session");
 const QString kPropertiesInterface = QStringLiteral("org.freedesktop.DBus.Properties");
+const QString kScreenSaverService = QStringLiteral("org.freedesktop.ScreenSaver");
+const QString kScreenSaverPath = QStringLiteral("/org/freedesktop/ScreenSaver");
 const QString kActive = QStringLiteral("Active");
+const QString kLockedHint = QStringLiteral("LockedHint");
 constexpr int kCallTimeoutMs = 2000;
 
 QDBusMessage managerCall(const QString& method, const QVariantList& arguments) {
@@ -103,9 +106,31 @@ bool LogindPowerAndSessionEvents::start() {
                         SLOT(onSessionPropertiesChanged(QString, QVariantMap, QStringList)));
     const QVariantMap properties = readSessionProperties(m_sessionPath);
     m_sessionActive = properties.value(kActive, true).toBool();
+    m_sessionLocked = properties.value(kLockedHint, false).toBool();
     qCInfo(lcPlatformLinux) << "following logind session" << m_sessionPath
-                            << (m_sessionActive ? "(active)" : "(inactive)");
+                            << (m_sessionActive ? "(active)" : "(inactive)")
+                            << (m_sessionLocked ? "(locked)" : "");
     return true;
+}
+
+void LogindPowerAndSessionEvents::followScreenSaver(const QDBusConnection& sessionBus) {
+    if (!sessionBus.isConnected()) return;
+    QDBusConnection bus(sessionBus);
+    bus.connect(kScreenSaverService, kScreenSaverPath, kScreenSaverService,
+                QStringLiteral("ActiveChanged"), this, SLOT(onScreenSaverActiveChanged(bool)));
+    // Asked once, without starting a screen saver that is only installed.
+    QDBusMessage ask = QDBusMessage::createMethodCall(kScreenSaverService, kScreenSaverPath,
+                                                      kScreenSaverService, QStringLiteral("GetActive"));
+    ask.setAutoStartService(false);
+    const QDBusMessage reply = bus.call(ask, QDBus::Block, kCallTimeoutMs);
+    if (reply.type() == QDBusMessage::ReplyMessage && !reply.arguments().isEmpty()) {
+        applyLocks(m_sessionLocked, reply.arguments().constFirst().toBool());
+    }
+}
+
+void LogindPowerAndSessionEvents::setObserver(PowerAndSessionObserver* observer) {
+    m_observer = observer;
+    if (m_observer && (m_sessionLocked || m_screenSaverActive)) m_observer->screenDidLock();
 }
 
 void LogindPowerAndSessionEvents::takeSleepInhibitor() {
@@ -214,11 +239,33 @@ void LogindPowerAndSessionEvents::onSessionPropertiesChanged(const QString& inte
         return;
     }
     QVariantMap values = changed;
-    if (invalidated.contains(kActive)) {
+    if (invalidated.contains(kActive) || invalidated.contains(kLockedHint)) {
         const QVariantMap now = readSessionProperties(m_sessionPath);
-        if (now.contains(kActive)) values.insert(kActive, now.value(kActive));
+        for (const QString& name : {kActive, kLockedHint}) {
+            if (invalidated.contains(name) && now.contains(name)) values.insert(name, now.value(name));
+        }
     }
     if (values.contains(kActive)) applySessionActive(values.value(kActive).toBool());
+    if (values.contains(kLockedHint)) applyLocks(values.value(kLockedHint).toBool(), m_screenSaverActive);
+}
+
+void LogindPowerAndSessionEvents::onScreenSaverActiveChanged(bool active) {
+    applyLocks(m_sessionLocked, active);
+}
+
+void LogindPowerAndSessionEvents::applyLocks(bool sessionLocked, bool screenSaverActive) {
+    const bool wasLocked = m_sessionLocked || m_screenSaverActive;
+    m_sessionLocked = sessionLocked;
+    m_screenSaverActive = screenSaverActive;
+    const bool locked = m_sessionLocked || m_screenSaverActive;
+    if (locked == wasLocked || !m_observer) {
+        return;
+    }
+    if (locked) {
+        m_observer->screenDidLock();
+    } else {
+        m_observer->screenDidUnlock();
+    }
 }
 
 void LogindPowerAndSessionEvents::applySessionActive(bool active) {

@@ -13,6 +13,10 @@
 //   the best of our user's graphical sessions from ListSessions: the one on
 //   our display ($DISPLAY against its Display), then on our seat
 //   ($XDG_SEAT, else any seat), then the active one.
+// - Lock: the session's "LockedHint", and, once followScreenSaver() was
+//   called, org.freedesktop.ScreenSaver's ActiveChanged on the session bus.
+//   Either one locked means locked. A lock already in place is reported when
+//   the observer is set.
 // What could not be set up (no system bus, no session) is logged once by
 // start() and then simply never reported. Main thread.
 
@@ -38,7 +42,9 @@ public:
     // when the system bus is unreachable.
     bool start();
 
-    void setObserver(PowerAndSessionObserver* observer) override { m_observer = observer; }
+    void setObserver(PowerAndSessionObserver* observer) override;
+    // Also follows the desktop's screen saver on `sessionBus`, where one runs.
+    void followScreenSaver(const QDBusConnection& sessionBus);
 
     bool holdsSleepInhibitor() const { return m_inhibitor.has_value(); }
     // The D-Bus path of our session, empty when none was found.
@@ -48,6 +54,7 @@ private Q_SLOTS:
     void onPrepareForSleep(bool goingToSleep);
     void onSessionPropertiesChanged(const QString& interface, const QVariantMap& changed,
                                     const QStringList& invalidated);
+    void onScreenSaverActiveChanged(bool active);
 
 private:
     void takeSleepInhibitor();
@@ -56,10 +63,13 @@ private:
     QString findGraphicalSession() const;
     QVariantMap readSessionProperties(const QString& path) const;
     void applySessionActive(bool active);
+    void applyLocks(bool sessionLocked, bool screenSaverActive);
 
     QDBusConnection m_systemBus;
     PowerAndSessionObserver* m_observer = nullptr;
     std::optional<QDBusUnixFileDescriptor> m_inhibitor;
     QString m_sessionPath;
     bool m_sessionActive = true;
+    bool m_sessionLocked = false;
+    bool m_screenSaverActive = false;
 };
