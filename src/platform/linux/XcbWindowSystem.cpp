@@ -351,3 +351,43 @@ std::optional<WindowHints> XcbWindowSystem::windowHintsForProcess(qint32 process
     return std::nullopt;
 }
 
+// Dialogs are rare and mostly in front: the active window is looked at
+// first, and the rest of the list only when it is not the dialog.
+std::optional<DialogOwner> XcbWindowSystem::ownerOfDialog(qint32 processIdentifier,
+                                                          const QString& dialogName) {
+    if (!isAvailable() || processIdentifier <= 0) return std::nullopt;
+    std::vector<xcb_window_t> candidates = d->stackingFrontToBack();
+    if (const xcb_window_t active = d->activeWindow(); active != XCB_NONE) {
+        std::erase(candidates, active);
+        candidates.insert(candidates.begin(), active);
+    }
+    const auto& atoms = d->atoms;
+    for (xcb_window_t w : candidates) {
+        const auto ownerCookie = d->get(w, XCB_ATOM_WM_TRANSIENT_FOR, XCB_ATOM_WINDOW, 1);
+        const auto netNameCookie = d->get(w, atoms[kNetWmName], atoms[kUtf8String], kNameWords);
+        const auto wmNameCookie = d->get(w, XCB_ATOM_WM_NAME, XCB_GET_PROPERTY_TYPE_ANY, kNameWords);
+        PropertyReply owner(d->connection, ownerCookie);
+        PropertyReply netName(d->connection, netNameCookie);
+        PropertyReply wmName(d->connection, wmNameCookie);
+        const xcb_window_t ownerWindow = owner.first32();
+        if (ownerWindow == XCB_NONE || d->nameOf(netName, wmName) != dialogName ||
+            d->pidOf(w) != processIdentifier) {
+            continue;
+        }
+        const auto ownerNetName = d->get(ownerWindow, atoms[kNetWmName], atoms[kUtf8String], kNameWords);
+        const auto ownerWmName = d->get(ownerWindow, XCB_ATOM_WM_NAME, XCB_GET_PROPERTY_TYPE_ANY, kNameWords);
+        const auto cornerCookie = xcb_translate_coordinates(d->connection, ownerWindow, d->root, 0, 0);
+        PropertyReply ownerNet(d->connection, ownerNetName);
+        PropertyReply ownerWm(d->connection, ownerWmName);
+        xcb_translate_coordinates_reply_t* corner =
+            xcb_translate_coordinates_reply(d->connection, cornerCookie, nullptr);
+        DialogOwner result{d->nameOf(ownerNet, ownerWm), std::nullopt, std::nullopt};
+        if (corner != nullptr) {
+            result.x = corner->dst_x;
+            result.y = corner->dst_y;
+        }
+        std::free(corner);
+        return result;
+    }
+    return std::nullopt;
+}

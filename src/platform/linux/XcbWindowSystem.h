@@ -18,16 +18,19 @@
 // between two focus changes, is reported as no front process (a gap), not
 // as a switch to nothing.
 //
-// Thread: the thread that created it (the main thread). Owns the X
-// connection; not copyable.
+// Thread: the thread that created it (the main thread), except
+// ownerOfDialog. Owns the X connection; not copyable.
 
 #include <QByteArray>
 #include <memory>
 
+#include "platform/linux/DialogOwners.h"
 #include "platform/linux/WindowHints.h"
 #include "platform/WindowSystem.h"
 
-class XcbWindowSystem final : public WindowSystem, public WindowHintSource {
+class XcbWindowSystem final : public WindowSystem,
+                              public WindowHintSource,
+                              public DialogOwnerSource {
 public:
     // An empty display name means $DISPLAY.
     explicit XcbWindowSystem(const QByteArray& displayName = {});
@@ -55,6 +58,11 @@ public:
     // WM_CLASS, _GTK_APPLICATION_ID and _KDE_NET_WM_DESKTOP_FILE of one
     // window; nullopt when the window is gone.
     std::optional<WindowHints> windowHints(quint64 windowId);
+
+    // WM_TRANSIENT_FOR of the dialog; may be called from any thread (xcb
+    // connections are thread-safe, and nothing here changes after connecting).
+    std::optional<DialogOwner> ownerOfDialog(qint32 processIdentifier,
+                                             const QString& dialogName) override;
 
 private:
     struct Private;
