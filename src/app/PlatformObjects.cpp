@@ -41,7 +41,8 @@ PlatformObjects createPlatformObjects(TRSerialQueue* worker) {
         dialogOwners = windows.get();
         objects.windowSystem = std::move(windows);
     }
-    onWorker(worker, [&objects, dialogOwners] { createAccessibilityObjects(objects, dialogOwners); });
+    onWorker(worker,
+             [&objects, dialogOwners] { createAccessibilityObjects(objects, dialogOwners); });
     return objects;
 }
 

@@ -2,9 +2,10 @@
 // PowerAndSessionEvents: the moments at which tracking stops or resumes.
 //
 // The machine is about to sleep / has woken up; the user's login session was
-// switched out / back in; the screen was locked / unlocked. A source delivers them to one observer on the main
-// thread, in the order they happened; the same event may arrive twice, so the
-// observer must be idempotent.
+// switched out / back in; the screen was locked / unlocked. A source
+// delivers them to one observer on the main thread, in the order they
+// happened; the same event may arrive twice, so the observer must be
+// idempotent.
 //
 // Before sleeping, the source holds off the suspend (on Linux with a logind
 // "delay" inhibitor) and hands the observer a SleepPermit. The machine may

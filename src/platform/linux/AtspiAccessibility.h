@@ -44,8 +44,8 @@
 #include <optional>
 
 #include "platform/AccessibilityElement.h"
-#include "platform/linux/DialogOwners.h"
 #include "platform/WindowDocumentSource.h"
+#include "platform/linux/DialogOwners.h"
 
 class AtspiAccessibilityProvider final : public AccessibilityProvider,
                                          public WindowDocumentSource {

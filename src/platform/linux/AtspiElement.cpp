@@ -119,7 +119,8 @@ private:
         }
         std::vector<AccessiblePtr> windows = query.topLevels(m_application.get());
         std::erase_if(windows, [self](const AccessiblePtr& w) { return w.get() == self; });
-        if (AccessiblePtr owner = attachedWindow(query, windows)) return windowElement(std::move(owner));
+        if (AccessiblePtr owner = attachedWindow(query, windows))
+            return windowElement(std::move(owner));
         for (AccessiblePtr& window : windows) {
             if (!query.isSheet(window.get())) return windowElement(std::move(window));
         }
@@ -135,8 +136,10 @@ private:
         AccessiblePtr* sameName = nullptr;
         for (AccessiblePtr& window : windows) {
             if (query.name(window.get()) != owner->name) continue;
-            const std::optional<AXRect> rect = owner->x ? query.extents(window.get()) : std::nullopt;
-            if (rect && int(rect->x) == *owner->x && int(rect->y) == *owner->y) return std::move(window);
+            const std::optional<AXRect> rect =
+                owner->x ? query.extents(window.get()) : std::nullopt;
+            if (rect && int(rect->x) == *owner->x && int(rect->y) == *owner->y)
+                return std::move(window);
             if (sameName == nullptr) sameName = &window;
         }
         return sameName ? std::move(*sameName) : nullptr;

@@ -15,8 +15,8 @@
 #include <optional>
 
 struct DialogOwner final {
-    QString name;                  // the owner's window name
-    std::optional<int> x, y;       // its top-left corner on the screen, when known
+    QString name;             // the owner's window name
+    std::optional<int> x, y;  // its top-left corner on the screen, when known
 };
 
 class DialogOwnerSource {

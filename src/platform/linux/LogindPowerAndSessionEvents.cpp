@@ -119,8 +119,8 @@ void LogindPowerAndSessionEvents::followScreenSaver(const QDBusConnection& sessi
     bus.connect(kScreenSaverService, kScreenSaverPath, kScreenSaverService,
                 QStringLiteral("ActiveChanged"), this, SLOT(onScreenSaverActiveChanged(bool)));
     // Asked once, without starting a screen saver that is only installed.
-    QDBusMessage ask = QDBusMessage::createMethodCall(kScreenSaverService, kScreenSaverPath,
-                                                      kScreenSaverService, QStringLiteral("GetActive"));
+    QDBusMessage ask = QDBusMessage::createMethodCall(
+        kScreenSaverService, kScreenSaverPath, kScreenSaverService, QStringLiteral("GetActive"));
     ask.setAutoStartService(false);
     const QDBusMessage reply = bus.call(ask, QDBus::Block, kCallTimeoutMs);
     if (reply.type() == QDBusMessage::ReplyMessage && !reply.arguments().isEmpty()) {
@@ -198,8 +198,8 @@ QString LogindPowerAndSessionEvents::resolveSessionPath() const {
 // A user service runs outside every session: ours is then the user's
 // graphical session that fits this process best.
 QString LogindPowerAndSessionEvents::findGraphicalSession() const {
-    const QDBusMessage reply =
-        m_systemBus.call(managerCall(QStringLiteral("ListSessions"), {}), QDBus::Block, kCallTimeoutMs);
+    const QDBusMessage reply = m_systemBus.call(managerCall(QStringLiteral("ListSessions"), {}),
+                                                QDBus::Block, kCallTimeoutMs);
     if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty()) return {};
     const QDBusArgument list = reply.arguments().constFirst().value<QDBusArgument>();
     QString best;
@@ -224,8 +224,8 @@ QString LogindPowerAndSessionEvents::findGraphicalSession() const {
 }
 
 QVariantMap LogindPowerAndSessionEvents::readSessionProperties(const QString& path) const {
-    QDBusMessage message = QDBusMessage::createMethodCall(kLogindService, path, kPropertiesInterface,
-                                                          QStringLiteral("GetAll"));
+    QDBusMessage message = QDBusMessage::createMethodCall(
+        kLogindService, path, kPropertiesInterface, QStringLiteral("GetAll"));
     message.setArguments({kSessionInterface});
     const QDBusMessage reply = m_systemBus.call(message, QDBus::Block, kCallTimeoutMs);
     if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty()) return {};
@@ -242,11 +242,13 @@ void LogindPowerAndSessionEvents::onSessionPropertiesChanged(const QString& inte
     if (invalidated.contains(kActive) || invalidated.contains(kLockedHint)) {
         const QVariantMap now = readSessionProperties(m_sessionPath);
         for (const QString& name : {kActive, kLockedHint}) {
-            if (invalidated.contains(name) && now.contains(name)) values.insert(name, now.value(name));
+            if (invalidated.contains(name) && now.contains(name))
+                values.insert(name, now.value(name));
         }
     }
     if (values.contains(kActive)) applySessionActive(values.value(kActive).toBool());
-    if (values.contains(kLockedHint)) applyLocks(values.value(kLockedHint).toBool(), m_screenSaverActive);
+    if (values.contains(kLockedHint))
+        applyLocks(values.value(kLockedHint).toBool(), m_screenSaverActive);
 }
 
 void LogindPowerAndSessionEvents::onScreenSaverActiveChanged(bool active) {

@@ -3,8 +3,8 @@
 #include <QLoggingCategory>
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <cstdlib>
+#include <cstring>
 #include <optional>
 
 // X headers last: they define macros that clash with Qt names.
@@ -365,7 +365,8 @@ std::optional<DialogOwner> XcbWindowSystem::ownerOfDialog(qint32 processIdentifi
     for (xcb_window_t w : candidates) {
         const auto ownerCookie = d->get(w, XCB_ATOM_WM_TRANSIENT_FOR, XCB_ATOM_WINDOW, 1);
         const auto netNameCookie = d->get(w, atoms[kNetWmName], atoms[kUtf8String], kNameWords);
-        const auto wmNameCookie = d->get(w, XCB_ATOM_WM_NAME, XCB_GET_PROPERTY_TYPE_ANY, kNameWords);
+        const auto wmNameCookie =
+            d->get(w, XCB_ATOM_WM_NAME, XCB_GET_PROPERTY_TYPE_ANY, kNameWords);
         PropertyReply owner(d->connection, ownerCookie);
         PropertyReply netName(d->connection, netNameCookie);
         PropertyReply wmName(d->connection, wmNameCookie);
@@ -374,9 +375,12 @@ std::optional<DialogOwner> XcbWindowSystem::ownerOfDialog(qint32 processIdentifi
             d->pidOf(w) != processIdentifier) {
             continue;
         }
-        const auto ownerNetName = d->get(ownerWindow, atoms[kNetWmName], atoms[kUtf8String], kNameWords);
-        const auto ownerWmName = d->get(ownerWindow, XCB_ATOM_WM_NAME, XCB_GET_PROPERTY_TYPE_ANY, kNameWords);
-        const auto cornerCookie = xcb_translate_coordinates(d->connection, ownerWindow, d->root, 0, 0);
+        const auto ownerNetName =
+            d->get(ownerWindow, atoms[kNetWmName], atoms[kUtf8String], kNameWords);
+        const auto ownerWmName =
+            d->get(ownerWindow, XCB_ATOM_WM_NAME, XCB_GET_PROPERTY_TYPE_ANY, kNameWords);
+        const auto cornerCookie =
+            xcb_translate_coordinates(d->connection, ownerWindow, d->root, 0, 0);
         PropertyReply ownerNet(d->connection, ownerNetName);
         PropertyReply ownerWm(d->connection, ownerWmName);
         xcb_translate_coordinates_reply_t* corner =

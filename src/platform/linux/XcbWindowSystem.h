@@ -24,9 +24,9 @@
 #include <QByteArray>
 #include <memory>
 
+#include "platform/WindowSystem.h"
 #include "platform/linux/DialogOwners.h"
 #include "platform/linux/WindowHints.h"
-#include "platform/WindowSystem.h"
 
 class XcbWindowSystem final : public WindowSystem,
                               public WindowHintSource,
