@@ -1,6 +1,7 @@
 #pragma once
-// LogindPowerAndSessionEvents: sleep, wake and session switches from
-// systemd-logind on the system bus.
+// LogindPowerAndSessionEvents: sleep, wake, session switches and screen
+// locks from systemd-logind on the system bus (and the desktop's screen
+// saver on the session bus).
 //
 // - Sleep: holds a "delay" sleep inhibitor while running. On
 //   PrepareForSleep(true) the observer gets a SleepPermit; releasing it
