@@ -12,9 +12,9 @@
 #include <memory>
 #include <vector>
 
-#include "store/TRASApplication.h"
-#include "store/TRASPathComponent.h"
-#include "store/TRActivityStore.h"
+#include "store/activity/TRASApplication.h"
+#include "store/activity/TRASPathComponent.h"
+#include "store/activity/TRActivityStore.h"
 
 namespace bench {
 

@@ -13,9 +13,9 @@
 
 #include "BenchSupport.h"
 #include "core/DateCalculations.h"
-#include "store/SqliteDatabase.h"
-#include "store/TRASApplication.h"
-#include "store/TRASPathComponent.h"
+#include "store/graph/SqliteDatabase.h"
+#include "store/activity/TRASApplication.h"
+#include "store/activity/TRASPathComponent.h"
 
 namespace {
 
@@ -190,7 +190,7 @@ void benchFiveYearStore(const QString& keepIn) {
     for (int i = 0; i < 1000; ++i) {
         // Project-like: a subtree a few levels down, as a project's path would name.
         TRASPathComponent* n = nodes[random() % nodes.size()];
-        subtrees.push_back(n->completeSubtree());
+        subtrees.push_back(n->completeSubtree(store.allPathComponentsGroupedByPathParent()));
     }
     start = bench::Clock::now();
     for (const auto& subtree : subtrees)

@@ -8,8 +8,8 @@
 
 #include "BenchSupport.h"
 #include "core/DateCalculations.h"
-#include "store/TRASApplication.h"
-#include "store/TRASPathComponent.h"
+#include "store/activity/TRASApplication.h"
+#include "store/activity/TRASPathComponent.h"
 
 namespace {
 

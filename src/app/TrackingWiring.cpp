@@ -7,22 +7,22 @@
 #include <QStandardPaths>
 
 #include "app/AppLog.h"
+#include "core/TRLocations.h"
 #include "core/TRSettings.h"
 #include "platform/linux/DBusNotificationCenter.h"
 #include "platform/linux/LinuxIdleTimeSource.h"
 #include "platform/linux/LogindPowerAndSessionEvents.h"
+#include "store/activity/TRASApplication.h"
+#include "store/activity/TRActivityStore.h"
 #include "tracking/TRActivityRecorder.h"
 #include "tracking/TRActivitySource.h"
-#include "store/TRActivityStore.h"
 #include "tracking/TRApplicationInfoExtractor.h"
-#include "store/TRASApplication.h"
 #include "tracking/TRClock.h"
 #include "tracking/TRExtractorRegistry.h"
 #include "tracking/TRInfoExtractor.h"
 #include "tracking/TRInfoLogger.h"
 #include "tracking/TRSerialQueue.h"
 #include "tracking/TRStatusMenuDelegate.h"
-#include "core/TRLocations.h"
 
 namespace {
 
@@ -48,8 +48,8 @@ public:
     }
     void save() override { TRActivityStore::sharedInstance().save(); }
     bool applescriptTrackingDisabled(const RunningApplication& application) override {
-        const TRASApplication* stored =
-            TRASApplication::applicationWithRunningApplication(TRApplicationSlot(application), false);
+        const TRASApplication* stored = TRASApplication::applicationWithRunningApplication(
+            TRActivityStore::sharedInstance(), TRApplicationSlot(application), false);
         return stored != nullptr && stored->applescriptTrackingDisabledValue();
     }
 };

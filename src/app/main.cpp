@@ -19,7 +19,7 @@
 #include "app/InspectCommand.h"
 #include "app/PlatformObjects.h"
 #include "app/SingleInstance.h"
-#include "store/TRActivityStore.h"
+#include "store/activity/TRActivityStore.h"
 #include "tracking/TRInfoLogger.h"
 #include "app/TrackingWiring.h"
 #include "app/Translations.h"

@@ -2,8 +2,6 @@
 // document windows of one editor, an Open dialog on either one credits that
 // window's document, not the application's first window.
 
-#include <QFile>
-
 #include "ExtractionDesktopSupport.h"
 #include "platform/AccessibilityElement.h"
 
@@ -33,12 +31,11 @@ TEST(ExtractionOnDesktop, DialogIsCreditedToTheDocumentWindowItWasOpenedOn) {
                      {QStringLiteral("second.txt"), QStringLiteral("second.txt (~) - gedit"), std::nullopt}};
     qint64 pid = -1;
     for (Document& d : documents) {
-        QFile file(g_desktop->stateDir() + QStringLiteral("/home/") + d.file);
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.write("a page\n") > 0);
-        file.close();
+        const QString file = g_desktop->writeFile(QStringLiteral("home/") + d.file, "a page\n");
+        ASSERT_FALSE(file.isEmpty());
         // One gedit, two windows: the second start hands its file over and leaves.
-        if (pid < 0) pid = g_desktop->startProgram(QStringLiteral("gedit"), {file.fileName()});
-        else g_desktop->run(QStringLiteral("gedit"), {QStringLiteral("--new-window"), file.fileName()});
+        if (pid < 0) pid = g_desktop->startProgram(QStringLiteral("gedit"), {file});
+        else g_desktop->run(QStringLiteral("gedit"), {QStringLiteral("--new-window"), file});
         d.window = g_desktop->waitForWindowNamed(d.title, kWindowTimeoutMs);
         ASSERT_TRUE(d.window) << qPrintable(d.title);
     }

@@ -15,7 +15,7 @@ TEST(ExtractionOnDesktop, ProgramsInTheirOwnPidNamespaceAreKnownByTheirRealPid) 
         SCOPED_TRACE(qPrintable(title));
         const QStringList unshare = {QStringLiteral("--pid"), QStringLiteral("--fork"), QStringLiteral("--mount-proc"),
                                      QStringLiteral("xterm")};
-        started.push_back(g_desktop->startProgram(QStringLiteral("unshare"), unshare + xtermArguments(title)));
+        started.push_back(g_desktop->startProgram(QStringLiteral("unshare"), unshare + DisposableDesktop::xtermArguments(title)));
         const auto window = g_desktop->waitForWindowNamed(title, kWindowTimeoutMs);
         ASSERT_TRUE(window && g_desktop->activateWindow(*window));
         // The xterm is unshare's only child; this is its pid as the machine sees it.

@@ -1,106 +1,76 @@
-// Which application a process is: /proc facts, the resolution order, the
-// per-process cache.
+// Which application a process is: ids in cgroups, the resolution order over real .desktop files
+// that GIO reads from a temporary XDG_DATA_HOME and XDG_DATA_DIRS, the per-process cache over a
+// fake /proc, and an application installed while its process runs.
 
 #include <gtest/gtest.h>
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 #include <map>
 
+#include "harness/DisposableDesktop.h"
 #include "platform/linux/ApplicationIdentity.h"
 #include "platform/linux/LinuxRunningApplications.h"
 
 namespace {
 
-const QString kFixtures = QStringLiteral(VORLIX_TEST_DATA "/applications");
-
-QStringList fixtureFolders() {
-    return {kFixtures + QStringLiteral("/user"), kFixtures + QStringLiteral("/system")};
+void writeFile(const QString& path, const QByteArray& text, QFile::Permissions permissions = {}) {
+    QDir().mkpath(QFileInfo(path).path());
+    QFile file(path);
+    if (file.open(QIODevice::WriteOnly)) file.write(text);
+    if (permissions) file.setPermissions(permissions);
 }
 
-const char kStatPrefix[] = "4242 (a (weird) name) S 1 4242 4242 0 -1 4194560 100 0 0 0 5 3 0 0 20 0 1 0 ";
-
-}  // namespace
-
-TEST(ProcessIdentityTest, ReadsIdsOutOfCgroupsAndFlatpakInfo) {
-    const struct {
-        const char* name;
-        const char* cgroup;
-        const char* flatpak;
-        const char* snap;
-        const char* scope;
-    } cases[] = {
-        {"flatpak scope",
-         "0::/user.slice/user-1000.slice/user@1000.service/app.slice/app-flatpak-org.gnome.Gedit-81234.scope\n",
-         "org.gnome.Gedit", "", "org.gnome.Gedit"},
-        {"launcher scope with escaped dash",
-         "0::/user.slice/user-1000.slice/user@1000.service/app.slice/app-gnome-org.example.My\\x2dApp-2201.scope\n",
-         "", "", "org.example.My-App"},
-        {"scope without launcher", "0::/user.slice/app.slice/app-firefox\\x2desr-991.scope\n", "", "", "firefox-esr"},
-        {"service with random part", "0::/app.slice/app-gnome-org.gnome.Terminal@3f2a.service\n", "", "",
-         "org.gnome.Terminal"},
-        {"plain service", "0::/app.slice/app-org.kde.konsole.service\n", "", "", "org.kde.konsole"},
-        {"snap", "0::/user.slice/user-1000.slice/user@1000.service/app.slice/snap.firefox.firefox-1b2c.scope\n",
-         "", "firefox", ""},
-        {"snap with dotted random", "0::/snap.code.code.4d1e7a.scope\n", "", "code", ""},
-        {"cgroup v1 lines", "12:pids:/user.slice\n1:name=systemd:/user.slice/app-gnome-gedit-55.scope\n", "",
-         "", "gedit"},
-        {"session scope is no application", "0::/user.slice/user-1000.slice/session-2.scope\n", "", "", ""},
-        {"empty", "", "", "", ""},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        EXPECT_EQ(ProcessIdentity::flatpakIdFromCgroup(c.cgroup), QLatin1String(c.flatpak));
-        EXPECT_EQ(ProcessIdentity::snapNameFromCgroup(c.cgroup), QLatin1String(c.snap));
-        EXPECT_EQ(ProcessIdentity::scopeIdFromCgroup(c.cgroup), QLatin1String(c.scope));
-    }
-    EXPECT_EQ(ProcessIdentity::flatpakIdFromInfo("[Instance]\nname=wrong\n[Application]\nname=org.gnome.Maps\n"
-                                                 "runtime=runtime/org.gnome.Platform\n"),
-              QStringLiteral("org.gnome.Maps"));
-    EXPECT_EQ(ProcessIdentity::flatpakIdFromInfo("[Instance]\nname=wrong\n"), QString());
-}
-
-TEST(ProcessIdentityTest, StatFieldsSurviveParenthesesInTheCommandName) {
-    EXPECT_EQ(ProcessIdentity::startTimeFromStat(QByteArray(kStatPrefix) + "987654 1000 200\n"), 987654u);
-    EXPECT_EQ(ProcessIdentity::startTimeFromStat("garbage"), 0u);
-    EXPECT_FALSE(ProcessIdentity::isZombieStat(QByteArray(kStatPrefix) + "1 2 3"));
-    EXPECT_TRUE(ProcessIdentity::isZombieStat("77 (gone) (x) Z 1 77 77"));
-}
-
-TEST(ProcessIdentityTest, ReadsAProcessFromAProcFolder) {
-    QTemporaryDir proc;
-    const QString dir = proc.path() + QStringLiteral("/4242");
-    ASSERT_TRUE(QDir().mkpath(dir + QStringLiteral("/root")));
-    QFile stat(dir + QStringLiteral("/stat"));
-    ASSERT_TRUE(stat.open(QIODevice::WriteOnly));
-    stat.write(QByteArray(kStatPrefix) + "555 1 2\n");
-    stat.close();
-    QFile info(dir + QStringLiteral("/root/.flatpak-info"));
-    ASSERT_TRUE(info.open(QIODevice::WriteOnly));
-    info.write("[Application]\nname=org.example.Flat\n");
-    info.close();
-    ASSERT_TRUE(QFile::link(QStringLiteral("/usr/bin/some-program"), dir + QStringLiteral("/exe")));
-
-    const ProcessFacts facts = ProcessFacts::read(4242, proc.path());
-    EXPECT_TRUE(facts.exists);
-    EXPECT_EQ(facts.startTime, 555u);
-    EXPECT_EQ(facts.executablePath, QStringLiteral("/usr/bin/some-program"));
-    EXPECT_EQ(ProcessIdentity::flatpakIdFromInfo(facts.flatpakInfo), QStringLiteral("org.example.Flat"));
-    EXPECT_FALSE(ProcessFacts::read(4343, proc.path()).exists);
-}
-
-namespace {
-
-struct ResolutionCase final {
-    const char* name;
-    const char* executable;
-    const char* cgroup;
-    const char* flatpakInfo;
-    std::optional<WindowHints> hints;
-    const char* expectedId;  // nullptr: no id
-    const char* expectedName;
+// "first/" and "second/" are the applications folders of XDG_DATA_DIRS in that order, "home/"
+// that of XDG_DATA_HOME, "@/" the temporary folder. The programs are installed there ("bin" is on
+// PATH): GIO skips an entry whose program is missing.
+const char* const kEntries[][2] = {
+    {"first/overridden", "Name=User Overridden\nExec=overridden --user"},
+    {"first/hidden-by-user", "Name=User hides it\nHidden=true"},
+    {"second/overridden", "Name=System Overridden\nExec=overridden"},
+    {"second/hidden-by-user", "Name=System copy\nExec=overridden"},
+    {"second/Terminal", "Name=Terminal\nExec=env TERM=xterm-256color LANG=C example-terminal"},
+    {"second/notes", "Name=Notes\\sand\\sIdeas\nExec=notes-app"},
+    {"second/org.x.Editor", "Name=Editor\nName[de]=Bearbeiter\nName[de_CH]=Bearbeiter (Schweiz)\nName[sr@latin]=Urednik\n"
+     "Exec=example-editor %U\nStartupWMClass=EditorWindow\n[Desktop Action new]\nName=New\nExec=example-editor -n"},
+    {"second/org.x.EditorSettings", "Name=Settings\nExec=example-editor --prefs\nNoDisplay=true"},
+    {"second/viewer", "Name=Viewer\nExec=\"@/Example Viewer/viewer\" --open %f"},
+    {"second/script", "Name=Script\nExec=sh /usr/share/tool/tool.sh"},
+    {"second/website", "Name=A Web Site\nType=Link\nURL=https://example.org/"},
+    {"second/kde4/konsole", "Name=Old Konsole\nExec=konsole"},
+    {"second/uninstalled", "Name=Uninstalled\nExec=no-such-program-anywhere"},
 };
+const char* const kPrograms[] = {"overridden", "example-terminal", "notes-app", "example-editor",
+                                 "konsole",    "late-program",     "../Example Viewer/viewer"};
+
+void writeEntry(const QString& root, QString name, const QByteArray& text) {
+    name.insert(name.indexOf(QLatin1Char('/')), QStringLiteral("/applications"));
+    QByteArray content = "[Desktop Entry]\nType=Application\n" + text + '\n';
+    writeFile(root + '/' + name + ".desktop", content.replace("@/", root.toUtf8() + '/'));
+}
+
+// GLib reads these variables once per process: every test calls this before anything reads
+// desktop entries, and the first call installs them.
+QString installedApplications() {
+    static QTemporaryDir dir;
+    static const QString root = [] {
+        const QString r = dir.path();
+        for (const auto& [name, text] : kEntries) writeEntry(r, QLatin1String(name), text);
+        for (const char* program : kPrograms) {
+            writeFile(r + "/bin/" + program, "#!/bin/sh\n", QFile::ReadOwner | QFile::ExeOwner);
+        }
+        qputenv("XDG_DATA_HOME", (r + QStringLiteral("/home")).toUtf8());
+        qputenv("XDG_DATA_DIRS", (r + QStringLiteral("/first:") + r + QStringLiteral("/second")).toUtf8());
+        qputenv("PATH", (r + QStringLiteral("/bin:")).toUtf8() + qgetenv("PATH"));
+        qunsetenv("LANGUAGE");
+        qputenv("LC_ALL", "C.UTF-8");
+        return r;
+    }();
+    return root;
+}
 
 WindowHints hints(const char* instance, const char* className, const char* gtk = "", const char* kde = "") {
     return {QLatin1String(instance), QLatin1String(className), QLatin1String(gtk), QLatin1String(kde)};
@@ -108,150 +78,171 @@ WindowHints hints(const char* instance, const char* className, const char* gtk =
 
 }  // namespace
 
-TEST(ApplicationIdentityTest, ResolvesInTheDocumentedOrder) {
-    const char* flatpakCgroup = "0::/app.slice/app-flatpak-org.example.FromCgroup-12.scope\n";
-    const std::vector<ResolutionCase> cases = {
-        {"flatpak info beats every window hint", "/app/bin/editor", flatpakCgroup,
-         "[Application]\nname=org.example.Flat\n", hints("viewer", "Viewer", "org.example.Gtk"),
-         "org.example.Flat", "Viewer"},
-        {"flatpak cgroup without info", "/app/bin/editor", flatpakCgroup, "", std::nullopt,
-         "org.example.FromCgroup", "editor"},
-        {"snap name", "/snap/code/1/code", "0::/snap.code.code.4d1e.scope\n", "", hints("code", "Code"), "code",
-         "Code"},
-        {"gtk application id beats WM_CLASS", "/usr/bin/example-editor", "", "",
-         hints("viewer", "Viewer", "org.example.Editor"), "org.example.Editor", "Example Editor"},
-        {"kde desktop file path", "/usr/bin/x", "", "", hints("x", "X", "", "/usr/share/applications/viewer.desktop"),
-         "viewer", "Viewer"},
-        {"StartupWMClass", "/usr/bin/other", "", "", hints("editor", "ExampleEditorWindow"),
-         "org.example.Editor", "Example Editor"},
-        {"file name equals class, any case", "/usr/bin/other", "", "", hints("x", "VIEWER"), "viewer", "Viewer"},
-        {"Exec program equals executable", "/usr/bin/example-terminal", "", "", hints("term", "Term"), "Terminal",
-         "Terminal"},
-        {"Exec matched without any window", "/usr/bin/notes-app", "", "", std::nullopt, "notes",
-         "Notes and Ideas"},
-        {"launcher scope last", "/usr/bin/unknown", "0::/app.slice/app-gnome-org.example.Scoped-7.scope\n", "",
-         hints("unknown", "Unknown"), "org.example.Scoped", "Unknown"},
-        {"nothing: WM_CLASS class names it", "/usr/bin/xmessage", "", "", hints("xmessage", "Xmessage"), nullptr,
-         "Xmessage"},
-        {"nothing and no window: the executable names it", "/usr/local/bin/tool", "", "", std::nullopt, nullptr,
-         "tool"},
-        {"interpreter runs a script", "/usr/bin/python3", "", "", hints("tool.py", "Tool.py"), nullptr, "Tool.py"},
+TEST(ProcessIdentityTest, ReadsIdsOutOfCgroups) {
+    const char* const cases[][5] = {  // name, cgroup, flatpak id, snap name, scope id
+        {"flatpak scope", "0::/app-flatpak-org.gnome.Gedit-81234.scope\n", "org.gnome.Gedit", "", "org.gnome.Gedit"},
+        {"launcher scope, escaped dash", "0::/app-gnome-org.x.My\\x2dApp-2201.scope\n", "", "", "org.x.My-App"},
+        {"scope without launcher", "0::/app.slice/app-firefox\\x2desr-991.scope\n", "", "", "firefox-esr"},
+        {"service with random part", "0::/app-gnome-org.gnome.Terminal@3f2a.service\n", "", "", "org.gnome.Terminal"},
+        {"plain service", "0::/app.slice/app-org.kde.konsole.service\n", "", "", "org.kde.konsole"},
+        {"snap", "0::/user.slice/app.slice/snap.firefox.firefox-1b2c.scope\n", "", "firefox", ""},
+        {"snap with dotted random", "0::/snap.code.code.4d1e7a.scope\n", "", "code", ""},
+        {"cgroup v1 lines", "12:pids:/user.slice\n1:name=systemd:/app-gnome-gedit-55.scope\n", "", "", "gedit"},
+        {"session scope is no application", "0::/user.slice/user-1000.slice/session-2.scope\n", "", "", ""},
+        {"empty", "", "", "", ""},
     };
-    DesktopEntryIndex index(fixtureFolders(), false);
-    for (const ResolutionCase& c : cases) {
+    for (const auto& [name, cgroup, flatpak, snap, scope] : cases) {
+        SCOPED_TRACE(name);
+        EXPECT_EQ(ProcessIdentity::flatpakIdFromCgroup(cgroup), QLatin1String(flatpak));
+        EXPECT_EQ(ProcessIdentity::snapNameFromCgroup(cgroup), QLatin1String(snap));
+        EXPECT_EQ(ProcessIdentity::scopeIdFromCgroup(cgroup), QLatin1String(scope));
+    }
+}
+
+TEST(ApplicationIdentityTest, ResolvesInTheDocumentedOrder) {
+    const char* flatpak = "0::/app.slice/app-flatpak-org.x.Flat-12.scope\n";
+    const struct {
+        const char* name;
+        const char* executable;  // "@/" is the temporary folder
+        const char* cgroup;
+        std::optional<WindowHints> hints;
+        const char* expectedId;  // nullptr: no id
+        const char* expectedName;
+    } cases[] = {
+        {"flatpak beats every hint", "/app/bin/ed", flatpak, hints("v", "Viewer", "org.x.Gtk"), "org.x.Flat", "Viewer"},
+        {"snap name", "/snap/code/1/code", "0::/snap.code.code.4d1e.scope\n", hints("c", "Code"), "code", "Code"},
+        {"gtk application id beats WM_CLASS", "/x", "", hints("viewer", "Viewer", "org.x.Editor"),
+         "org.x.Editor", "Editor"},
+        {"kde desktop file", "/x", "", hints("x", "X", "", "/usr/share/applications/viewer.desktop"), "viewer",
+         "Viewer"},
+        {"the first data folder wins", "/x", "", hints("x", "X", "overridden"), "overridden", "User Overridden"},
+        {"and its Hidden entry hides later ones", "/x", "", hints("x", "X", "hidden-by-user"), "hidden-by-user", "X"},
+        {"a link is no application", "/x", "", hints("x", "X", "website"), "website", "X"},
+        {"nor is an entry whose program is missing", "/x", "", hints("x", "X", "uninstalled"), "uninstalled", "X"},
+        {"sub-folders joined by '-'", "/x", "", hints("x", "X", "kde4-konsole"), "kde4-konsole", "Old Konsole"},
+        {"StartupWMClass = class", "/x", "", hints("ed", "EditorWindow"), "org.x.Editor", "Editor"},
+        {"StartupWMClass = instance", "/x", "", hints("EditorWindow", "O"), "org.x.Editor", "Editor"},
+        {"StartupWMClass is exact", "/x", "", hints("editorwindow", ""), nullptr, "x"},
+        {"id = class, any case", "/x", "", hints("x", "VIEWER"), "viewer", "Viewer"},
+        {"id = instance, any case", "/x", "", hints("terminal", "Other"), "Terminal", "Terminal"},
+        {"Exec: beats a NoDisplay entry", "/usr/bin/example-editor", "", {}, "org.x.Editor", "Editor"},
+        {"Exec: same quoted path", "@/Example Viewer/viewer", "", hints("v", "V"), "viewer", "Viewer"},
+        {"Exec: same file name", "/elsewhere/viewer", "", {}, "viewer", "Viewer"},
+        {"Exec: after env assignments", "/usr/bin/example-terminal", "", {}, "Terminal", "Terminal"},
+        {"Exec: escapes undone", "/usr/bin/notes-app", "", {}, "notes", "Notes and Ideas"},
+        {"launcher scope last", "/x", "0::/app-gnome-org.x.Scoped-7.scope\n", hints("u", "U"), "org.x.Scoped", "U"},
+        {"nothing: WM_CLASS class names it", "/usr/bin/xmessage", "", hints("xm", "Xmessage"), nullptr, "Xmessage"},
+        {"nothing, no window: the executable names it", "/usr/local/bin/tool", "", {}, nullptr, "tool"},
+        {"an interpreter is not its script", "/bin/sh", "", hints("tool.sh", "Tool.sh"), nullptr, "Tool.sh"},
+    };
+    const QString root = installedApplications();
+    DesktopEntryIndex index;
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         ProcessFacts facts;
         facts.exists = true;
-        facts.executablePath = QLatin1String(c.executable);
+        facts.executablePath = QString::fromUtf8(c.executable).replace(QStringLiteral("@/"), root + '/');
         facts.cgroup = c.cgroup;
-        facts.flatpakInfo = c.flatpakInfo;
-        const ApplicationIdentity identity =
-            ApplicationIdentityRules::resolve(facts, c.hints, index, QStringLiteral("C.UTF-8"));
+        const ApplicationIdentity identity = ApplicationIdentityRules::resolve(facts, c.hints, index);
         EXPECT_EQ(identity.applicationId, c.expectedId ? QLatin1String(c.expectedId) : QString());
         EXPECT_EQ(identity.applicationId.isNull(), c.expectedId == nullptr);
         EXPECT_EQ(identity.localizedName, QLatin1String(c.expectedName));
     }
 }
 
-TEST(ApplicationIdentityTest, NameFollowsTheUsersLocale) {
-    DesktopEntryIndex index(fixtureFolders(), false);
-    ProcessFacts facts;
-    facts.exists = true;
-    facts.executablePath = QStringLiteral("/usr/bin/example-editor");
-    for (const auto& [locale, name] : std::map<const char*, const char*>{
-             {"de_DE.UTF-8", "Beispiel-Editor"}, {"de_CH.UTF-8", "Beispiel-Editor (Schweiz)"},
-             {"en_GB.UTF-8", "Example Editor"}}) {
+TEST(ApplicationIdentityTest, NameFollowsTheUsersLanguage) {
+    installedApplications();
+    const char* const cases[][2] = {
+        {"de_DE.UTF-8", "Bearbeiter"}, {"de_CH.UTF-8", "Bearbeiter (Schweiz)"}, {"sr_RS.UTF-8@latin", "Urednik"},
+        {"sr_RS.UTF-8", "Editor"},     {"en_GB.UTF-8", "Editor"},               {"C.UTF-8", "Editor"},
+    };
+    for (const auto& [locale, name] : cases) {
         SCOPED_TRACE(locale);
-        EXPECT_EQ(ApplicationIdentityRules::resolve(facts, std::nullopt, index, QLatin1String(locale))
-                      .localizedName,
-                  QLatin1String(name));
+        qputenv("LC_ALL", locale);
+        DesktopEntryIndex index;  // GIO picks the Name when it reads the entry
+        const DesktopEntry* entry = index.entry(QStringLiteral("org.x.Editor"));
+        EXPECT_EQ(entry ? entry->localizedName : QString(), QLatin1String(name));
     }
+    qputenv("LC_ALL", "C.UTF-8");
 }
 
 namespace {
 
-// Window hints per pid, with a count of how often they were asked for.
 class FakeWindowHints final : public WindowHintSource {
 public:
     std::optional<WindowHints> windowHintsForProcess(qint32 processIdentifier) override {
-        ++asked;
         const auto found = hints.find(processIdentifier);
-        if (found == hints.end()) return std::nullopt;
-        return found->second;
+        return found == hints.end() ? std::nullopt : std::optional(found->second);
     }
     std::map<qint32, WindowHints> hints;
-    int asked = 0;
 };
 
 // A /proc folder in which processes can be started, replaced and ended.
 class FakeProc final {
 public:
-    void run(qint32 pid, quint64 startTime, const QString& executable) {
-        const QString dir = m_dir.path() + QLatin1Char('/') + QString::number(pid);
-        QDir(dir).removeRecursively();
-        QDir().mkpath(dir);
-        QFile stat(dir + QStringLiteral("/stat"));
-        stat.open(QIODevice::WriteOnly);
-        stat.write(QByteArray::number(pid) + " (p) S 1 1 1 0 -1 0 0 0 0 0 0 0 0 0 20 0 1 0 " +
-                   QByteArray::number(startTime) + " 1 1\n");
-        stat.close();
-        QFile::link(executable, dir + QStringLiteral("/exe"));
+    void run(qint32 pid, quint64 startTime, const QString& exe, char state = 'S', const QByteArray& flatpak = {}) {
+        end(pid);
+        writeFile(dir(pid) + QStringLiteral("/stat"), QByteArray::number(pid) + " (a (weird) name) " + state +
+                                                          " 1 1 1 0 -1 0 0 0 0 0 0 0 0 0 20 0 1 0 " +
+                                                          QByteArray::number(startTime) + " 1 1\n");
+        if (!flatpak.isEmpty()) writeFile(dir(pid) + QStringLiteral("/root/.flatpak-info"), flatpak);
+        QFile::link(exe, dir(pid) + QStringLiteral("/exe"));
     }
-    void end(qint32 pid) { QDir(m_dir.path() + QLatin1Char('/') + QString::number(pid)).removeRecursively(); }
+    void end(qint32 pid) { QDir(dir(pid)).removeRecursively(); }
     QString path() const { return m_dir.path(); }
 
 private:
+    QString dir(qint32 pid) const { return m_dir.path() + QLatin1Char('/') + QString::number(pid); }
     QTemporaryDir m_dir;
 };
 
 }  // namespace
 
-TEST(LinuxRunningApplicationsCacheTest, ResolvesOncePerProcessAndAgainWhenThePidIsReused) {
+TEST(LinuxRunningApplicationsCacheTest, ResolvesOncePerProcessAgainForAReusedPidAndUntilAWindowShows) {
+    installedApplications();
     FakeProc proc;
     FakeWindowHints windows;
-    windows.hints[100] = hints("editor", "ExampleEditorWindow");
+    windows.hints[100] = hints("editor", "EditorWindow");
     proc.run(100, 1000, QStringLiteral("/usr/bin/example-editor"));
-    LinuxRunningApplications applications(windows, fixtureFolders(), proc.path());
+    proc.run(200, 1, QStringLiteral("/usr/bin/unknown-program"));
+    proc.run(300, 1, QStringLiteral("/app/bin/flat"), 'S', "[Instance]\nname=no\n[Application]\nname=org.x.Flat\n");
+    proc.run(400, 1, QStringLiteral("/usr/bin/gone"), 'Z');
+    LinuxRunningApplications applications(windows, proc.path());
 
     const auto first = applications.runningApplication(100);
     ASSERT_TRUE(first);
-    EXPECT_EQ(first->bundleIdentifier, QStringLiteral("org.example.Editor"));
+    EXPECT_EQ(first->bundleIdentifier, QStringLiteral("org.x.Editor"));
     EXPECT_EQ(first->executablePath, QStringLiteral("/usr/bin/example-editor"));
-    EXPECT_EQ(first->processIdentifier, 100);
+    windows.hints[100] = hints("viewer", "Viewer");  // cached: the window is not asked again
     EXPECT_EQ(applications.runningApplication(100), first);
-    EXPECT_EQ(windows.asked, 1);
-
-    // The same pid, a later start: another program.
-    windows.hints[100] = hints("viewer", "Viewer");
-    proc.run(100, 2000, QStringLiteral("/usr/bin/viewer"));
-    const auto reused = applications.runningApplication(100);
-    ASSERT_TRUE(reused);
-    EXPECT_EQ(reused->bundleIdentifier, QStringLiteral("viewer"));
-    EXPECT_EQ(windows.asked, 2);
-
+    proc.run(100, 2000, QStringLiteral("/usr/bin/viewer"));  // the same pid, a later start
+    EXPECT_EQ(applications.runningApplication(100)->bundleIdentifier, QStringLiteral("viewer"));
     proc.end(100);
-    EXPECT_EQ(applications.runningApplication(100), std::nullopt);
-    EXPECT_EQ(applications.runningApplication(0), std::nullopt);
-    EXPECT_EQ(applications.runningApplication(-5), std::nullopt);
+    for (qint32 pid : {100, 400, -5}) EXPECT_EQ(applications.runningApplication(pid), std::nullopt) << pid;
+
+    EXPECT_EQ(applications.runningApplication(300)->bundleIdentifier, QStringLiteral("org.x.Flat"));
+    EXPECT_EQ(applications.runningApplication(200)->identifier(), QStringLiteral("unknown-program"));
+    windows.hints[200] = hints("viewer", "Viewer");  // not cached while it had no window
+    EXPECT_EQ(applications.runningApplication(200)->bundleIdentifier, QStringLiteral("viewer"));
 }
 
-TEST(LinuxRunningApplicationsCacheTest, AProcessWithoutWindowIsAskedAgainUntilItHasOne) {
+TEST(LinuxRunningApplicationsCacheTest, AnApplicationInstalledLaterIdentifiesItsRunningProcess) {
+    const QString root = installedApplications();
     FakeProc proc;
     FakeWindowHints windows;
-    proc.run(200, 1, QStringLiteral("/usr/bin/unknown-program"));
-    LinuxRunningApplications applications(windows, fixtureFolders(), proc.path());
-
-    const auto early = applications.runningApplication(200);
-    ASSERT_TRUE(early);
-    EXPECT_TRUE(early->bundleIdentifier.isNull());
-    EXPECT_EQ(early->localizedName, QStringLiteral("unknown-program"));
-    EXPECT_EQ(early->identifier(), QStringLiteral("unknown-program"));
-
-    windows.hints[200] = hints("viewer", "Viewer");
-    const auto later = applications.runningApplication(200);
-    ASSERT_TRUE(later);
-    EXPECT_EQ(later->bundleIdentifier, QStringLiteral("viewer"));
-    EXPECT_EQ(windows.asked, 2);
-    applications.runningApplication(200);
-    EXPECT_EQ(windows.asked, 2);
+    windows.hints[300] = hints("late", "LateWindow");
+    proc.run(300, 1, QStringLiteral("/usr/bin/late-program"));
+    LinuxRunningApplications applications(windows, proc.path());
+    const auto becomes = [&](const QString& id) {  // GIO reports changes through the GLib main context
+        return DisposableDesktop::waitUntil([&] {
+            QCoreApplication::processEvents();
+            return applications.runningApplication(300).value_or(RunningApplication{}).bundleIdentifier == id;
+        }, 5000);
+    };
+    EXPECT_TRUE(becomes(QString()));
+    // XDG_DATA_HOME/applications does not exist before this either.
+    writeEntry(root, QStringLiteral("home/org.x.Late"), "Name=Late\nExec=late-program\nStartupWMClass=LateWindow");
+    EXPECT_TRUE(becomes(QStringLiteral("org.x.Late")));
+    QFile::remove(root + QStringLiteral("/home/applications/org.x.Late.desktop"));
+    EXPECT_TRUE(becomes(QString()));
 }

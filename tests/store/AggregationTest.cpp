@@ -3,7 +3,7 @@
 #include <atomic>
 #include <thread>
 
-#include "store/SqliteDatabase.h"
+#include "store/graph/SqliteDatabase.h"
 #include "StoreTestSupport.h"
 
 namespace {
@@ -40,8 +40,8 @@ TEST_F(AggregationTest, GroupsNodesByLevelAndParent) {
     EXPECT_EQ(levels[1], std::vector<TRASPathComponent*>{m_a});
     EXPECT_EQ(levels[2].size(), 2u);
     EXPECT_EQ(store().allPathComponentsGroupedByPathParent().at(m_a).size(), 2u);
-    EXPECT_EQ(m_root->completeSubtree().size(), 4u);
-    EXPECT_EQ(m_c->completeSubtree(), std::vector<TRASPathComponent*>{m_c});
+    EXPECT_EQ(m_root->completeSubtree(store().allPathComponentsGroupedByPathParent()).size(), 4u);
+    EXPECT_EQ(m_c->completeSubtree(store().allPathComponentsGroupedByPathParent()), std::vector<TRASPathComponent*>{m_c});
 }
 
 TEST_F(AggregationTest, LevelWithoutNodesGetsAnEmptyGroup) {
@@ -142,7 +142,7 @@ TEST_F(AggregationTest, ThresholdHidesNodesAtExactlyItsValue) {
         announced = 0;
         store().setTimeThreshold(c.threshold);
         EXPECT_EQ(announced, c.threshold == 0 ? 0 : 1) << "only a different value is announced";
-        EXPECT_EQ(m_a->filteredChildComponents().size(), c.children);
+        EXPECT_EQ(m_a->filteredChildComponents(store().timeThreshold()).size(), c.children);
         EXPECT_EQ(store().rootPathComponentsWithFilter().size(), c.roots);
     }
 }

@@ -3,7 +3,7 @@
 // applications stay, applications without a root go.
 #include <cmath>
 
-#include "store/SqliteDatabase.h"
+#include "store/graph/SqliteDatabase.h"
 #include "StoreTestSupport.h"
 
 namespace {

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "StoreTestSupport.h"
-#include "store/TRActivityComponents.h"
+#include "store/activity/TRActivityComponents.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // Input that must neither crash nor corrupt the store.
-#include "store/SqliteDatabase.h"
+#include "store/graph/SqliteDatabase.h"
 #include "StoreTestSupport.h"
 
 namespace {

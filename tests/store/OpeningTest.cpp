@@ -3,9 +3,9 @@
 #include <sys/stat.h>
 #include <QFileInfo>
 
-#include "store/ActivityStoreSchema.h"
-#include "store/SqliteDatabase.h"
 #include "StoreTestSupport.h"
+#include "store/activity/ActivityStoreSchema.h"
+#include "store/graph/SqliteDatabase.h"
 
 namespace {
 
@@ -133,6 +133,32 @@ TEST_F(OpeningTest, MigratesAFileOfThePreviousVersion) {
     reopen();
     ASSERT_NE(store().managedObjectContext(), nullptr);
     EXPECT_EQ(store().managedObjectContext()->storeUuid(), uuid) << "the store keeps its identity";
+}
+
+// The main application reads both kinds of file with one model: a migrated
+// file must end up with exactly the tables, columns and indexes of a new one.
+TEST_F(OpeningTest, MigratedAndNewFilesHaveTheSameSchema) {
+    auto schemaOf = [](TRActivityStore& s) {
+        QStringList rows;
+        auto stmt = s.managedObjectContext()->database().prepare(QStringLiteral(
+            "SELECT type, name, sql FROM sqlite_master WHERE name NOT LIKE 'sqlite_%' "
+            "ORDER BY name"));
+        while (stmt && stmt->step())
+            rows.append(stmt->text(0) + QLatin1Char(' ') + stmt->text(1) + QLatin1Char(' ') +
+                        stmt->text(2));
+        return rows;
+    };
+    ASSERT_NE(store().managedObjectContext(), nullptr);
+    const QStringList fresh = schemaOf(store());
+    QTemporaryDir other;
+    TRActivityStore::Options o = options();
+    o.dataFolder = other.filePath(QStringLiteral("old"));
+    QDir().mkpath(o.dataFolder);
+    ASSERT_TRUE(QFile::copy(QStringLiteral(STORE_TEST_DATA "/ActivityStore-v1.db"),
+                            QDir(o.dataFolder).filePath(QStringLiteral("ActivityStore.db"))));
+    TRActivityStore migrated(o);
+    ASSERT_NE(migrated.managedObjectContext(), nullptr);
+    EXPECT_EQ(schemaOf(migrated), fresh);
 }
 
 TEST_F(OpeningTest, ReadsTheTimeThresholdAndWritesChangesBack) {

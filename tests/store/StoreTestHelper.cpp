@@ -12,8 +12,8 @@
 
 #include "platform/linux/DBusNotificationCenter.h"
 #include "core/DateCalculations.h"
-#include "store/SqliteDatabase.h"
-#include "store/TRActivityStore.h"
+#include "store/graph/SqliteDatabase.h"
+#include "store/activity/TRActivityStore.h"
 
 namespace {
 

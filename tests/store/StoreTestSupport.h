@@ -13,12 +13,12 @@
 #include <QTemporaryDir>
 #include <memory>
 
-#include "store/TRASApplication.h"
-#include "store/TRASHourlyEvent.h"
-#include "store/TRASPathComponent.h"
-#include "store/TRActivityStore.h"
-#include "store/TRBlacklist.h"
-#include "store/TRStoreReporter.h"
+#include "store/activity/TRASApplication.h"
+#include "store/activity/TRASHourlyEvent.h"
+#include "store/activity/TRASPathComponent.h"
+#include "store/activity/TRActivityStore.h"
+#include "store/activity/TRBlacklist.h"
+#include "store/activity/TRStoreReporter.h"
 
 // Readable failure messages for Qt strings.
 inline void PrintTo(const QString& s, std::ostream* os) {

@@ -2,7 +2,7 @@
 // in-memory bus: two stores on one file stand for the helper and the main
 // application.
 #include "fakes/FakeDistributedNotificationCenter.h"
-#include "store/SqliteDatabase.h"
+#include "store/graph/SqliteDatabase.h"
 #include "StoreTestSupport.h"
 
 namespace {

@@ -1,7 +1,7 @@
 // The tree's own operations: child and hour lookups, date bounds, titles,
 // paths, icons.
 #include "StoreTestSupport.h"
-#include "store/TRASIconLookup.h"
+#include "store/activity/TRASIconLookup.h"
 
 namespace {
 
@@ -119,19 +119,19 @@ TEST_F(TreeTest, IconsFollowTheirFallbacksAndAreCached) {
         return s.lastPathComponentForActivity(
             activityWith([&](TRActivity& a) { a.setDocumentPath(path); }));
     };
-    EXPECT_EQ(node(existing)->icon(), "file:" + existing.toUtf8());
-    EXPECT_EQ(node(existing)->icon(), "file:" + existing.toUtf8());
+    EXPECT_EQ(node(existing)->icon(s.iconLookup()), "file:" + existing.toUtf8());
+    EXPECT_EQ(node(existing)->icon(s.iconLookup()), "file:" + existing.toUtf8());
     EXPECT_EQ(icons->fileLookups, 1) << "cached after the first look-up";
-    EXPECT_EQ(node(QStringLiteral("/no/such/file"))->icon(), QByteArray("docu"));
+    EXPECT_EQ(node(QStringLiteral("/no/such/file"))->icon(s.iconLookup()), QByteArray("docu"));
     TRASPathComponent* titled = s.lastPathComponentForActivity(
         activityWith([](TRActivity& a) { a.setWindowTitle(QStringLiteral("t")); }));
-    EXPECT_TRUE(titled->icon().isEmpty()) << "no path, no icon";
-    EXPECT_EQ(TRASApplication::customActivitiesApplication(s)->icon(),
+    EXPECT_TRUE(titled->icon(s.iconLookup()).isEmpty()) << "no path, no icon";
+    EXPECT_EQ(TRASApplication::customActivitiesApplication(s)->icon(s.iconLookup()),
               QByteArray("app:/apps/helper.desktop"));
-    EXPECT_EQ(node(existing)->pathParent()->pathParent()->pathParent()->icon(), QByteArray("docu"))
+    EXPECT_EQ(node(existing)->pathParent()->pathParent()->pathParent()->icon(s.iconLookup()), QByteArray("docu"))
         << "a root shows its application's icon; this one is not installed";
     // Headless default: no icons at all.
-    EXPECT_TRUE(TRASApplication::customActivitiesApplication(store())->icon().isEmpty());
+    EXPECT_TRUE(TRASApplication::customActivitiesApplication(store())->icon(store().iconLookup()).isEmpty());
 }
 
 }  // namespace

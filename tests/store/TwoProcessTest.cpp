@@ -13,9 +13,9 @@
 #include "platform/linux/DBusNotificationCenter.h"
 #include "core/DateCalculations.h"
 #include "harness/PrivateDBus.h"
-#include "store/TRASHourlyEvent.h"
-#include "store/TRASPathComponent.h"
-#include "store/TRActivityStore.h"
+#include "store/activity/TRASHourlyEvent.h"
+#include "store/activity/TRASPathComponent.h"
+#include "store/activity/TRActivityStore.h"
 
 namespace {
 

@@ -27,7 +27,7 @@ QString idFromProcessAndHints(const ProcessFacts& process, const std::optional<W
 namespace ApplicationIdentityRules {
 
 ApplicationIdentity resolve(const ProcessFacts& process, const std::optional<WindowHints>& hints,
-                            DesktopEntryIndex& entries, const QString& locale) {
+                            DesktopEntryIndex& entries) {
     QString id = idFromProcessAndHints(process, hints);
     const DesktopEntry* entry = id.isEmpty() ? nullptr : entries.entry(id);
     if (id.isEmpty() && hints) entry = entries.entryForWindowClass(hints->instance, hints->className);
@@ -40,20 +40,12 @@ ApplicationIdentity resolve(const ProcessFacts& process, const std::optional<Win
 
     ApplicationIdentity identity;
     if (!id.isEmpty()) identity.applicationId = id;
-    if (entry != nullptr) identity.localizedName = entry->localizedName(locale);
+    if (entry != nullptr) identity.localizedName = entry->localizedName;
     if (identity.localizedName.isEmpty() && hints) identity.localizedName = hints->className;
     if (identity.localizedName.isEmpty()) {
         identity.localizedName = QFileInfo(process.executablePath).fileName();
     }
     return identity;
-}
-
-QString userLocale() {
-    for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
-        const QString value = qEnvironmentVariable(name);
-        if (!value.isEmpty()) return value;
-    }
-    return QStringLiteral("C");
 }
 
 }  // namespace ApplicationIdentityRules

@@ -11,7 +11,7 @@
 //      Exec program equal to the executable
 //   5. the "app-…-ID-….scope" cgroup scope of the launcher
 // None of these: no id, and the executable's name identifies it. The name
-// shown is the desktop entry's Name for the user's locale, else the
+// shown is the desktop entry's Name for the user's language, else the
 // WM_CLASS class, else the executable's file name.
 //
 // Pure apart from the lookups in the index; the thread of the index.
@@ -31,9 +31,6 @@ struct ApplicationIdentity final {
 namespace ApplicationIdentityRules {
 
 ApplicationIdentity resolve(const ProcessFacts& process, const std::optional<WindowHints>& hints,
-                            DesktopEntryIndex& entries, const QString& locale);
-
-// The user's message locale: LC_ALL, else LC_MESSAGES, else LANG.
-QString userLocale();
+                            DesktopEntryIndex& entries);
 
 }  // namespace ApplicationIdentityRules

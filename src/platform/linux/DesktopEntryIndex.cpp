@@ -1,10 +1,11 @@
 #include "platform/linux/DesktopEntryIndex.h"
 
-#include <QDir>
-#include <QFile>
 #include <QFileInfo>
-#include <QSet>
+#include <QStringList>
 #include <algorithm>
+#include <cstring>
+
+#include <gio/gdesktopappinfo.h>
 
 namespace {
 
@@ -26,26 +27,58 @@ bool isBetterCandidate(const DesktopEntry& candidate, const DesktopEntry* best) 
     return candidate.id < best->id;
 }
 
+// GIO's own executable is Exec's first word as written ("env", or half of a
+// quoted path); the program is the first word after quoting is undone and
+// after "env VAR=value ...".
+QString execProgram(GAppInfo* info) {
+    const char* exec = g_app_info_get_commandline(info);
+    gchar** argv = nullptr;
+    if (exec == nullptr || !g_shell_parse_argv(exec, nullptr, &argv, nullptr)) return {};
+    gchar** word = argv;
+    if (g_strcmp0(*word, "env") == 0) {
+        ++word;
+        while (*word != nullptr && std::strchr(*word, '=') != nullptr) ++word;
+    }
+    QString program = QString::fromUtf8(*word);
+    g_strfreev(argv);
+    return program;
+}
+
+DesktopEntry entryFromInfo(GDesktopAppInfo* info) {
+    DesktopEntry entry;
+    entry.id = QString::fromUtf8(g_app_info_get_id(G_APP_INFO(info)));
+    if (entry.id.endsWith(QLatin1String(kSuffix))) entry.id.chop(int(sizeof(kSuffix) - 1));
+    entry.localizedName = QString::fromUtf8(g_app_info_get_name(G_APP_INFO(info)));
+    entry.startupWMClass = QString::fromUtf8(g_desktop_app_info_get_startup_wm_class(info));
+    entry.execProgram = execProgram(G_APP_INFO(info));
+    entry.noDisplay = g_desktop_app_info_get_nodisplay(info) != FALSE;
+    return entry;
+}
+
 }  // namespace
 
-DesktopEntryIndex::DesktopEntryIndex(QStringList applicationFolders, bool watch)
-    : m_folders(std::move(applicationFolders)), m_watch(watch) {
-    QObject::connect(&m_watcher, &QFileSystemWatcher::directoryChanged, &m_watcher,
-                     [this] { m_stale = true; });
+// GIO's monitor of the application folders (inotify, in GLib's worker
+// thread) posts "changed" to the main context that was the creating thread's
+// default; the handler only marks the index stale, so a burst of changes
+// costs one reading at the next lookup.
+struct DesktopEntryIndex::ChangeWatch final {
+    GAppInfoMonitor* monitor = g_app_info_monitor_get();
+    gulong handler = 0;
+
+    ~ChangeWatch() {
+        g_signal_handler_disconnect(monitor, handler);
+        g_object_unref(monitor);
+    }
+};
+
+DesktopEntryIndex::DesktopEntryIndex() : m_watch(std::make_unique<ChangeWatch>()) {
+    m_watch->handler = g_signal_connect_swapped(
+        m_watch->monitor, "changed",
+        G_CALLBACK(+[](DesktopEntryIndex* self, GAppInfoMonitor*) { self->m_stale = true; }),
+        this);
 }
 
-QStringList DesktopEntryIndex::defaultApplicationFolders() {
-    QString dataHome = qEnvironmentVariable("XDG_DATA_HOME");
-    if (dataHome.isEmpty()) dataHome = QDir::homePath() + QStringLiteral("/.local/share");
-    QString dataDirs = qEnvironmentVariable("XDG_DATA_DIRS");
-    if (dataDirs.isEmpty()) dataDirs = QStringLiteral("/usr/local/share:/usr/share");
-    QStringList folders{dataHome + QStringLiteral("/applications")};
-    for (const QString& dir : dataDirs.split(QLatin1Char(':'), Qt::SkipEmptyParts)) {
-        const QString folder = QDir::cleanPath(dir) + QStringLiteral("/applications");
-        if (!folders.contains(folder)) folders << folder;
-    }
-    return folders;
-}
+DesktopEntryIndex::~DesktopEntryIndex() = default;
 
 const DesktopEntry* DesktopEntryIndex::entry(const QString& id) {
     refreshIfStale();
@@ -78,11 +111,10 @@ const DesktopEntry* DesktopEntryIndex::entryForExecutable(const QString& executa
     const DesktopEntry* samePath = nullptr;
     const DesktopEntry* sameName = nullptr;
     for (const DesktopEntry& e : m_entries) {
-        const QString program = e.execProgram();
-        if (program.isEmpty()) continue;
-        if (program == executablePath) {
+        if (e.execProgram.isEmpty()) continue;
+        if (e.execProgram == executablePath) {
             if (isBetterCandidate(e, samePath)) samePath = &e;
-        } else if (QFileInfo(program).fileName() == fileName) {
+        } else if (QFileInfo(e.execProgram).fileName() == fileName) {
             if (isBetterCandidate(e, sameName)) sameName = &e;
         }
     }
@@ -99,65 +131,23 @@ void DesktopEntryIndex::refreshIfStale() {
     m_stale = false;
     load();
     ++m_generation;
-    if (m_watch) watchFolders();
 }
 
+// g_app_info_get_all() reads the files again (GIO keeps only the folder
+// listings); the monitor reports changes only once it has been called.
 void DesktopEntryIndex::load() {
     m_entries.clear();
     m_byId.clear();
-    QSet<QString> seen;
-    for (const QString& folder : m_folders) loadFolder(folder, QString(), seen);
+    GList* all = g_app_info_get_all();
+    for (GList* item = all; item != nullptr; item = item->next) {
+        if (G_IS_DESKTOP_APP_INFO(item->data)) {
+            m_entries.push_back(entryFromInfo(G_DESKTOP_APP_INFO(item->data)));
+        }
+    }
+    g_list_free_full(all, g_object_unref);
     std::sort(m_entries.begin(), m_entries.end(),
               [](const DesktopEntry& a, const DesktopEntry& b) { return a.id < b.id; });
     for (qsizetype i = 0; i < static_cast<qsizetype>(m_entries.size()); ++i) {
         m_byId.insert(m_entries[static_cast<size_t>(i)].id, i);
-    }
-}
-
-// Entries in sub-folders get ids joined with '-' ("kde4/foo.desktop" is
-// "kde4-foo"). An id already seen in an earlier folder wins, also when the
-// earlier one is hidden: that is how a user hides a system entry.
-void DesktopEntryIndex::loadFolder(const QString& dir, const QString& idPrefix,
-                                   QSet<QString>& seen) {
-    const QDir qdir(dir);
-    const QFileInfoList infos =
-        qdir.entryInfoList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name);
-    for (const QFileInfo& info : infos) {
-        if (info.isDir()) {
-            loadFolder(info.filePath(), idPrefix + info.fileName() + QLatin1Char('-'), seen);
-            continue;
-        }
-        if (!info.fileName().endsWith(QLatin1String(kSuffix))) continue;
-        const QString id = idPrefix + info.fileName().chopped(int(sizeof(kSuffix) - 1));
-        if (seen.contains(id)) continue;
-        seen.insert(id);
-        QFile file(info.filePath());
-        if (!file.open(QIODevice::ReadOnly)) continue;
-        auto parsed = DesktopEntry::parse(file.readAll(), id, info.filePath());
-        if (!parsed || parsed->hidden || parsed->type != QLatin1String("Application")) continue;
-        m_entries.push_back(std::move(*parsed));
-    }
-}
-
-// Watches each folder that exists and the parent of each that does not, so
-// that an "applications" folder created later (a first user-installed
-// application) is noticed too.
-void DesktopEntryIndex::watchFolders() {
-    QStringList paths;
-    for (const QString& folder : m_folders) {
-        const QFileInfo info(folder);
-        if (info.isDir()) {
-            paths << folder;
-            const QDir dir(folder);
-            for (const QString& sub : dir.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-                paths << dir.filePath(sub);
-            }
-        } else if (QFileInfo(info.path()).isDir()) {
-            paths << info.path();
-        }
-    }
-    const QStringList watched = m_watcher.directories();
-    for (const QString& path : paths) {
-        if (!watched.contains(path)) m_watcher.addPath(path);
     }
 }

@@ -1,34 +1,39 @@
 #pragma once
-// DesktopEntryIndex: the installed applications' desktop entries, by id.
+// DesktopEntryIndex: the installed applications' desktop entries, as GIO
+// reads them.
 //
-// Reads every "*.desktop" file under the application folders once (the
-// user's folder first, so a user's entry hides a system one of the same id)
-// and keeps them until a folder changes: a file-system watcher marks the
-// index stale and the next lookup reads the folders again. Hidden entries
-// and entries that are not applications are left out.
+// GIO finds the entries ($XDG_DATA_HOME/applications, then each
+// $XDG_DATA_DIRS/applications; the first entry of an id hides later ones of
+// the same id, also when it is Hidden), leaves out hidden entries, links and
+// entries whose program is not installed, and picks the Name for the user's
+// language (LANGUAGE, LC_ALL, LC_MESSAGES, LANG). This index keeps what
+// identifying a process needs of them and reads them again, at the next
+// lookup, after GIO reports that they changed.
 //
-// Thread: the thread that created it (the watcher reports there); the
-// watcher needs that thread's event loop to notice changes.
+// Thread: the thread that created it. GIO reports changes in the GLib main
+// context that was that thread's default when the index was created, so the
+// thread must iterate it: on the main thread Qt's GLib event dispatcher does
+// (with QT_NO_GLIB set, changes are seen only by a new index).
 
-#include <QFileSystemWatcher>
 #include <QHash>
-#include <QSet>
 #include <QString>
-#include <QStringList>
+#include <memory>
 #include <vector>
 
-#include "platform/linux/DesktopEntry.h"
+struct DesktopEntry final {
+    QString id;              // file name without ".desktop"; sub-folders joined by '-'
+    QString localizedName;   // Name for the user's language
+    QString startupWMClass;
+    QString execProgram;     // Exec's program, after a leading "env VAR=value ..."
+    bool noDisplay = false;
+};
 
 class DesktopEntryIndex final {
 public:
-    // Folders in precedence order; `watch` false for tests that only parse.
-    explicit DesktopEntryIndex(QStringList applicationFolders, bool watch = true);
+    DesktopEntryIndex();
+    ~DesktopEntryIndex();
     DesktopEntryIndex(const DesktopEntryIndex&) = delete;
     DesktopEntryIndex& operator=(const DesktopEntryIndex&) = delete;
-
-    // $XDG_DATA_HOME/applications, then each $XDG_DATA_DIRS/applications
-    // (defaults ~/.local/share and /usr/local/share:/usr/share).
-    static QStringList defaultApplicationFolders();
 
     // nullptr when unknown. Pointers stay valid until the next lookup that
     // finds the index stale.
@@ -41,20 +46,18 @@ public:
     // the interpreter's application.
     const DesktopEntry* entryForExecutable(const QString& executablePath);
 
-    // Increases every time the folders are read again.
+    // Increases every time the entries are read again.
     quint64 generation();
 
 private:
+    struct ChangeWatch;
+
     void refreshIfStale();
     void load();
-    void loadFolder(const QString& dir, const QString& idPrefix, QSet<QString>& seen);
-    void watchFolders();
 
-    QStringList m_folders;
-    bool m_watch;
     bool m_stale = true;
     quint64 m_generation = 0;
-    std::vector<DesktopEntry> m_entries;     // sorted by id
+    std::vector<DesktopEntry> m_entries;  // sorted by id
     QHash<QString, qsizetype> m_byId;
-    QFileSystemWatcher m_watcher;
+    std::unique_ptr<ChangeWatch> m_watch;  // GIO's monitor, kept out of this header
 };

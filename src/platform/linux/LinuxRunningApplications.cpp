@@ -1,12 +1,7 @@
 #include "platform/linux/LinuxRunningApplications.h"
 
-LinuxRunningApplications::LinuxRunningApplications(WindowHintSource& windows,
-                                                   QStringList applicationFolders,
-                                                   QString procRoot)
-    : m_windows(windows),
-      m_entries(std::move(applicationFolders)),
-      m_procRoot(std::move(procRoot)),
-      m_locale(ApplicationIdentityRules::userLocale()) {}
+LinuxRunningApplications::LinuxRunningApplications(WindowHintSource& windows, QString procRoot)
+    : m_windows(windows), m_procRoot(std::move(procRoot)) {}
 
 std::optional<RunningApplication> LinuxRunningApplications::runningApplication(
     qint32 processIdentifier) {
@@ -30,7 +25,7 @@ std::optional<RunningApplication> LinuxRunningApplications::runningApplication(
 
     const std::optional<WindowHints> hints = m_windows.windowHintsForProcess(processIdentifier);
     const ApplicationIdentity identity =
-        ApplicationIdentityRules::resolve(process, hints, m_entries, m_locale);
+        ApplicationIdentityRules::resolve(process, hints, m_entries);
     RunningApplication application;
     application.processIdentifier = processIdentifier;
     application.bundleIdentifier = identity.applicationId;

@@ -8,7 +8,9 @@
 // change. A process whose window is not mapped yet is not cached, so the
 // next tick can still find its window's hints.
 //
-// Thread: the main thread only (like the window system it asks).
+// Thread: the main thread only (like the window system it asks); its
+// desktop-entry index hears of changes through the main thread's GLib
+// context, which Qt's event dispatcher iterates.
 
 #include <QHash>
 
@@ -20,10 +22,8 @@
 class LinuxRunningApplications final : public RunningApplications {
 public:
     // `windows` must outlive this object.
-    explicit LinuxRunningApplications(
-        WindowHintSource& windows,
-        QStringList applicationFolders = DesktopEntryIndex::defaultApplicationFolders(),
-        QString procRoot = QStringLiteral("/proc"));
+    explicit LinuxRunningApplications(WindowHintSource& windows,
+                                      QString procRoot = QStringLiteral("/proc"));
 
     std::optional<RunningApplication> runningApplication(qint32 processIdentifier) override;
 
@@ -36,7 +36,6 @@ private:
     WindowHintSource& m_windows;
     DesktopEntryIndex m_entries;
     QString m_procRoot;
-    QString m_locale;
     quint64 m_generation = 0;
     QHash<qint32, CachedIdentity> m_cache;
 };

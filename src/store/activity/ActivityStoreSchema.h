@@ -1,0 +1,32 @@
+#pragma once
+// The activity store file's schema and its forward migrations.
+//
+// Tables and columns carry the entity and attribute names that the main
+// application reads too (Application, PathComponent, HourlyEvent, Event);
+// dates are REAL seconds since the Unix epoch, to-one relationships are
+// foreign-key columns named after the relationship, and PRAGMA user_version
+// holds the schema version. The entity tables come from the entities'
+// descriptions (TRASEntities.h); the metadata table and the indexes are
+// written here. A file of an older version is migrated in one transaction
+// when it is opened; a file of a newer version is refused.
+
+#include <QString>
+#include <optional>
+
+#include "core/TRError.h"
+
+class SqliteDatabase;
+
+namespace ActivityStoreSchema {
+
+inline constexpr int kCurrentVersion = 2;
+
+// Sets the connection up (WAL, synchronous=NORMAL, busy timeout), creates or
+// migrates the schema and returns the store's UUID (kept in Metadata).
+// REQUIRES: an open read-write connection.
+std::optional<TRError> prepare(SqliteDatabase& db, QString* storeUuid);
+
+// The SQL of version 1, kept so tests can write a file of the previous version.
+QString versionOneSql();
+
+}  // namespace ActivityStoreSchema
