@@ -13,8 +13,8 @@
 // the same interfaces.
 namespace {
 
-void createAccessibilityObjects(PlatformObjects& objects) {
-    auto accessibility = std::make_unique<AtspiAccessibilityProvider>();
+void createAccessibilityObjects(PlatformObjects& objects, DialogOwnerSource* dialogOwners) {
+    auto accessibility = std::make_unique<AtspiAccessibilityProvider>(dialogOwners);
     objects.scriptingTargets =
         std::make_unique<TRDesktopScriptingTargets>(*accessibility, *objects.processes);
     objects.accessibility = std::move(accessibility);
@@ -35,11 +35,14 @@ PlatformObjects createPlatformObjects(TRSerialQueue* worker) {
     PlatformObjects objects;
     objects.processes = std::make_unique<LinuxProcessSource>();
     auto windows = std::make_unique<XcbWindowSystem>();
+    DialogOwnerSource* dialogOwners = nullptr;
     if (windows->isAvailable()) {
         objects.runningApplications = std::make_unique<LinuxRunningApplications>(*windows);
+        dialogOwners = windows.get();
         objects.windowSystem = std::move(windows);
     }
-    onWorker(worker, [&objects] { createAccessibilityObjects(objects); });
+    onWorker(worker,
+             [&objects, dialogOwners] { createAccessibilityObjects(objects, dialogOwners); });
     return objects;
 }
 

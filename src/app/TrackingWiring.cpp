@@ -1,5 +1,6 @@
 #include "app/TrackingWiring.h"
 
+#include <QDBusConnection>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -84,6 +85,7 @@ std::unique_ptr<TrackingWiring> wireTracking() {
     wiring->idleTimeSource = std::make_unique<LinuxIdleTimeSource>();
     wiring->powerAndSessionEvents = std::make_unique<LogindPowerAndSessionEvents>();
     wiring->powerAndSessionEvents->start();
+    wiring->powerAndSessionEvents->followScreenSaver(QDBusConnection::sessionBus());
     wiring->statusMenu = std::make_unique<StatusMenuRelay>();
 
     TRInfoLoggerDependencies dependencies;

@@ -1,10 +1,11 @@
 #pragma once
-// PowerAndSessionEvents: the four moments at which tracking stops or resumes.
+// PowerAndSessionEvents: the moments at which tracking stops or resumes.
 //
 // The machine is about to sleep / has woken up; the user's login session was
-// switched out / back in. A source delivers them to one observer on the main
-// thread, in the order they happened; the same event may arrive twice, so the
-// observer must be idempotent.
+// switched out / back in; the screen was locked / unlocked. A source
+// delivers them to one observer on the main thread, in the order they
+// happened; the same event may arrive twice, so the observer must be
+// idempotent.
 //
 // Before sleeping, the source holds off the suspend (on Linux with a logind
 // "delay" inhibitor) and hands the observer a SleepPermit. The machine may
@@ -50,6 +51,11 @@ public:
     virtual void workspaceDidWake() = 0;
     virtual void sessionDidBecomeActive() = 0;
     virtual void sessionDidResignActive() = 0;
+    // The screen was locked / unlocked. A source that cannot tell never
+    // calls them; one that can also reports a lock already in place when
+    // the observer is set.
+    virtual void screenDidLock() {}
+    virtual void screenDidUnlock() {}
 };
 
 class PowerAndSessionEvents {

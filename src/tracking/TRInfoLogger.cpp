@@ -181,7 +181,9 @@ void TRInfoLogger::decide(std::optional<TRActivity> activity, const QDateTime& o
     const double idle = idleSeconds(settings);
     const double threshold = settings.idleTimeThresholdForSuspendingTracking;
     bool idleStateChanged = false;
-    if (threshold >= idle && m_userWasIdle) {
+    if (m_screenLocked) {
+        // Idle since the lock, whatever the input counter or the front says.
+    } else if (threshold >= idle && m_userWasIdle) {
         returnFromIdle(settings, idle, now);
         idleStateChanged = true;
     } else if (idle > threshold && !m_userWasIdle) {
@@ -317,4 +319,36 @@ void TRInfoLogger::sessionDidBecomeActive() {
 void TRInfoLogger::sessionDidResignActive() {
     qCInfo(lcTracking) << "session switched out";
     endTracking();
+}
+
+// A locked screen is time away from the computer: the interval ends at the
+// lock, as it would at the last input when going idle.
+void TRInfoLogger::screenDidLock() {
+    if (std::exchange(m_screenLocked, true)) {
+        return;
+    }
+    qCInfo(lcTracking) << "screen locked";
+    if (m_userWasIdle || !isTracking()) {
+        return;
+    }
+    const QDateTime now = m_deps.clock->now();
+    m_idleStartDate = now;
+    if (m_previousActivityStartDate.isValid() && m_previousActivityStartDate < now) {
+        store(now);
+    }
+    m_previousActivityStartDate = QDateTime();
+    m_userWasIdle = true;
+    if (m_deps.statusMenu) {
+        m_deps.statusMenu->resetStatusItemImages();
+    }
+}
+
+// The next tick with recent input is the return; the unlock moment is the
+// earliest it may be backdated to.
+void TRInfoLogger::screenDidUnlock() {
+    if (!std::exchange(m_screenLocked, false)) {
+        return;
+    }
+    qCInfo(lcTracking) << "screen unlocked";
+    m_backdateFloor = m_deps.clock->now();
 }

@@ -7,8 +7,11 @@
 // interval (activity, start, stop) goes to the recorder, which is saved
 // every minute and whenever tracking stops. Recording pauses while the user
 // is idle (never while a media player is in front), the interval then ends at
-// the last input event; coming back may offer to book the time away. Sleep,
-// a switched-out session and private mode (shouldTrack false) stop tracking.
+// the last input event; coming back may offer to book the time away. A
+// locked screen counts as idle from the moment of the lock, media player or
+// not, and unlocking is a return from idle that is never backdated into the
+// lock. Sleep, a switched-out session and private mode (shouldTrack false)
+// stop tracking.
 //
 // Ownership: the logger borrows every dependency; they must outlive it. It
 // owns its worker thread. Threads: everything here is main-thread only; the
@@ -113,6 +116,9 @@ public:
     void workspaceDidWake() override;
     void sessionDidBecomeActive() override;
     void sessionDidResignActive() override;
+    void screenDidLock() override;
+    void screenDidUnlock() override;
+    bool screenLocked() const { return m_screenLocked; }
 
 private Q_SLOTS:
     // Runs the decision steps the worker has handed back (main thread).
@@ -145,6 +151,8 @@ private:
     QDateTime m_idleStartDate;
     bool m_userWasIdle = true;
     bool m_shouldTrack = false;
+    // A fact of the session, not of tracking: kept across begin and end.
+    bool m_screenLocked = false;
     // The previous decision's clocks, to notice an unannounced suspend, and
     // the earliest start a return from idle may be backdated to after one.
     QDateTime m_lastDecisionDate;

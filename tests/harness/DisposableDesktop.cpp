@@ -7,6 +7,7 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QFileInfo>
 #include <QStandardPaths>
 #include <QThread>
@@ -352,13 +353,25 @@ bool DisposableDesktop::run(const QString& program, const QStringList& arguments
 
 std::optional<quint64> DisposableDesktop::waitForWindowOfProcess(qint64 processIdentifier,
                                                                  int timeoutMs) const {
+    return waitForWindowMatching({QStringLiteral("--pid"), QString::number(processIdentifier)},
+                                 timeoutMs);
+}
+
+std::optional<quint64> DisposableDesktop::waitForWindowNamed(const QString& name,
+                                                             int timeoutMs) const {
+    return waitForWindowMatching(
+        {QStringLiteral("--name"), QLatin1Char('^') + QRegularExpression::escape(name) + QLatin1Char('$')},
+        timeoutMs);
+}
+
+std::optional<quint64> DisposableDesktop::waitForWindowMatching(const QStringList& criteria,
+                                                                int timeoutMs) const {
     std::optional<quint64> window;
     waitUntil(
         [&] {
             QByteArray out;
             run(QStringLiteral("xdotool"),
-                {QStringLiteral("search"), QStringLiteral("--onlyvisible"), QStringLiteral("--pid"),
-                 QString::number(processIdentifier)},
+                QStringList{QStringLiteral("search"), QStringLiteral("--onlyvisible")} + criteria,
                 &out);
             bool ok = false;
             const quint64 id = out.split('\n').value(0).trimmed().toULongLong(&ok);

@@ -87,6 +87,9 @@ public:
              int timeoutMs = 5000) const;
     // A visible top-level window whose _NET_WM_PID is the process.
     std::optional<quint64> waitForWindowOfProcess(qint64 processIdentifier, int timeoutMs) const;
+    // A visible window with exactly this name (for programs whose
+    // _NET_WM_PID is not their pid here, or that share one process).
+    std::optional<quint64> waitForWindowNamed(const QString& name, int timeoutMs) const;
     bool activateWindow(quint64 window) const;
 
     static bool waitUntil(const std::function<bool()>& condition, int timeoutMs, int stepMs = 20);
@@ -95,6 +98,7 @@ public:
 
 private:
     DisposableDesktop();
+    std::optional<quint64> waitForWindowMatching(const QStringList& criteria, int timeoutMs) const;
     bool prepareFolders();
     bool startXvfb();
     bool startSessionBus();

@@ -2,11 +2,14 @@
 // private bus, driving the tracking loop.
 
 #include <QCoreApplication>
+#include <QDBusObjectPath>
 #include <QDeadlineTimer>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QThread>
 #include <functional>
+
+#include <unistd.h>
 
 #include "fakes/FakeActivityRecorder.h"
 #include "fakes/FakeActivitySource.h"
@@ -242,4 +245,120 @@ TEST(LogindSessionLookupTest, FallsBackToSessionIdFromEnvironment) {
                   sessionId ? QStringLiteral("/org/freedesktop/login1/session/c7") : QString());
         EXPECT_TRUE(events.holdsSleepInhibitor());
     }
+}
+
+// A locked screen is not time at the computer: the lock (logind's
+// LockedHint or the desktop's screen saver) ends the interval at the lock,
+// also with a media player in front, and unlocking is a return that starts
+// no earlier than the unlock.
+TEST_F(LogindTest, LockEndsTheIntervalAtTheLockAndUnlockIsAReturn) {
+    PrivateDBus session(PrivateDBus::Type::Session);
+    const QString saver = QStringLiteral("org.freedesktop.ScreenSaver");
+    const QString saverPath = QStringLiteral("/org/freedesktop/ScreenSaver");
+    const QString mock = QStringLiteral("org.freedesktop.DBus.Mock");
+    QString whyNot;
+    if (!session.start(&whyNot) || !session.startMock(saver, {saver, saverPath, saver}, &whyNot))
+        GTEST_SKIP() << qPrintable(whyNot);
+    startTracking();
+    events->followScreenSaver(session.connection());
+    const auto setLocked = [&](bool viaScreenSaver, bool locked) {
+        const QDBusMessage reply =
+            viaScreenSaver
+                ? session.call(saver, saverPath, mock, QStringLiteral("EmitSignal"),
+                               {saver, QStringLiteral("ActiveChanged"), QStringLiteral("b"),
+                                QVariant::fromValue(QVariantList{locked})})
+                : bus.call(QStringLiteral("org.freedesktop.login1"),
+                           QStringLiteral("/org/freedesktop/login1/session/c1"), mock,
+                           QStringLiteral("UpdateProperties"),
+                           {QStringLiteral("org.freedesktop.login1.Session"),
+                            QVariantMap{{QStringLiteral("LockedHint"), locked}}});
+        return reply.type() == QDBusMessage::ReplyMessage &&
+               waitUntil([&] { return logger->screenLocked() == locked; });
+    };
+    const struct {
+        const char* front;
+        bool viaScreenSaver;
+        int returnDelay;  // a player is never idle: back at the first tick after the unlock
+    } cases[] = {{"xterm", false, 0}, {"vlc", false, 1}, {"xterm", true, 0}};
+    for (int i = 0; i < 3; ++i) {
+        SCOPED_TRACE(i);
+        source.setFront(FakeActivitySource::activityFor(200 + i, QLatin1String(cases[i].front)));
+        QDateTime start, lockedAt, unlockedAt;
+        for (int s = 1; s <= 45; ++s) {
+            SCOPED_TRACE("second " + std::to_string(s));
+            clock.advance(1.0);
+            if (s <= 10 || s > 41) idle.touch();  // nobody types while locked
+            tickAndWait(*logger);
+            if (s == 1) start = clock.now();
+            if (s == 10 || s == 40) {
+                ASSERT_TRUE(setLocked(cases[i].viaScreenSaver, s == 10));
+                (s == 10 ? lockedAt : unlockedAt) = clock.now();
+            }
+            EXPECT_EQ(logger->userWasIdle(), s >= 10 && s <= 40);
+        }
+        EXPECT_EQ(recorder.stored().back().start, start);
+        EXPECT_EQ(recorder.stored().back().stop, lockedAt);
+        EXPECT_EQ(logger->previousActivityStartDate(), unlockedAt.addSecs(cases[i].returnDelay))
+            << "not backdated into the lock";
+    }
+}
+
+// A helper started as a user service belongs to no session: our session is
+// then the one of our user's graphical sessions that shows our display.
+TEST(LogindSessionLookupTest, UserServiceFindsTheGraphicalSessionOnItsDisplay) {
+    struct Session {
+        const char* id;
+        const char* type;
+        const char* display;
+        bool active;
+        bool ours;
+    };
+    // clang-format off
+    const struct {
+        std::vector<Session> sessions;
+        const char* display;   // our $DISPLAY; nullptr: unset
+        const char* expected;  // session id; "" for none
+    } cases[] = {
+        {{{"a1", "x11", ":0", true, true}, {"a2", "x11", ":1", false, true}}, ":1.0", "a2"},
+        {{{"b1", "tty", "", true, true}, {"b2", "x11", ":3", false, true}, {"b3", "wayland", "", true, true}}, nullptr, "b3"},
+        {{{"c1", "x11", ":5", true, false}, {"c2", "x11", ":6", false, true}}, ":5", "c2"},
+        {{{"d1", "tty", "", true, true}}, ":7", ""},
+    };
+    // clang-format on
+    PrivateDBus bus(PrivateDBus::Type::System);
+    QString whyNot;
+    // The mock's own session (uid 1000, type "test") is never graphical.
+    if (!bus.start(&whyNot) || !LogindMock::start(bus, QStringLiteral("mock"), false, &whyNot))
+        GTEST_SKIP() << qPrintable(whyNot);
+    const auto mock = [&](const QString& path, const char* method, const QVariantList& arguments) {
+        return bus.call(QStringLiteral("org.freedesktop.login1"), path,
+                        QStringLiteral("org.freedesktop.DBus.Mock"), QLatin1String(method), arguments)
+                   .type() == QDBusMessage::ReplyMessage;
+    };
+    const QString manager = QStringLiteral("/org/freedesktop/login1");
+    const QByteArray savedDisplay = qgetenv("DISPLAY");
+    qunsetenv("XDG_SESSION_ID");
+    qunsetenv("XDG_SEAT");
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.expected);
+        for (const Session& s : c.sessions) {
+            const uint uid = s.ours ? ::getuid() : ::getuid() + 1000;
+            ASSERT_TRUE(mock(manager, "AddSession", {QLatin1String(s.id), QStringLiteral("seat0"), uid,
+                                                      QStringLiteral("u%1").arg(uid), s.active}));
+            ASSERT_TRUE(mock(manager + QStringLiteral("/session/") + QLatin1String(s.id), "UpdateProperties",
+                             {QStringLiteral("org.freedesktop.login1.Session"),
+                              QVariantMap{{QStringLiteral("Type"), QLatin1String(s.type)},
+                                          {QStringLiteral("Display"), QLatin1String(s.display)}}}));
+        }
+        c.display ? qputenv("DISPLAY", c.display) : qunsetenv("DISPLAY");
+        LogindPowerAndSessionEvents events(bus.connection());
+        ASSERT_TRUE(events.start());
+        EXPECT_EQ(events.sessionPath(),
+                  *c.expected ? manager + QStringLiteral("/session/") + QLatin1String(c.expected) : QString());
+        for (const Session& s : c.sessions) {
+            mock(manager, "RemoveObject",
+                 {QVariant::fromValue(QDBusObjectPath(manager + QStringLiteral("/session/") + QLatin1String(s.id)))});
+        }
+    }
+    qputenv("DISPLAY", savedDisplay);
 }

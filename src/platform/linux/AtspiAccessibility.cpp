@@ -107,7 +107,10 @@ AtspiAccessible* AtspiAccessibilityProvider::Session::application(qint32 process
     return nullptr;
 }
 
-AtspiAccessibilityProvider::AtspiAccessibilityProvider() : d(std::make_unique<Session>()) {}
+AtspiAccessibilityProvider::AtspiAccessibilityProvider(DialogOwnerSource* dialogOwners)
+    : d(std::make_unique<Session>()) {
+    d->dialogOwners = dialogOwners;
+}
 
 AtspiAccessibilityProvider::~AtspiAccessibilityProvider() {
     d->assertThread();

@@ -18,8 +18,10 @@
 //   "AXRole"              "AXApplication"; "AXWindow" for frames and windows;
 //                         "AXSheet" for a modal dialog or file chooser, or an
 //                         alert
-//   "AXParent"            a sheet's window (the application's first other
-//                         frame), a window's application
+//   "AXParent"            a sheet's window: the top-level named as the window
+//                         the dialog is attached to (WM_TRANSIENT_FOR, from
+//                         the DialogOwnerSource), else the application's first
+//                         other frame; a window's application
 //   "AXDescription"       the accessible description
 //   "AXPosition", "AXSize" the window's screen extents
 //   actions               the Action interface's, by name; nothing is settable
@@ -43,11 +45,14 @@
 
 #include "platform/AccessibilityElement.h"
 #include "platform/WindowDocumentSource.h"
+#include "platform/linux/DialogOwners.h"
 
 class AtspiAccessibilityProvider final : public AccessibilityProvider,
                                          public WindowDocumentSource {
 public:
-    AtspiAccessibilityProvider();
+    // `dialogOwners` (borrowed, may be null) tells which window a dialog
+    // belongs to; it must outlive the provider.
+    explicit AtspiAccessibilityProvider(DialogOwnerSource* dialogOwners = nullptr);
     ~AtspiAccessibilityProvider() override;
     AtspiAccessibilityProvider(const AtspiAccessibilityProvider&) = delete;
     AtspiAccessibilityProvider& operator=(const AtspiAccessibilityProvider&) = delete;

@@ -105,19 +105,44 @@ private:
         return std::nullopt;
     }
 
-    // A sheet belongs to the window it is attached to. AT-SPI has no
-    // transient-for link, so the application's first other frame stands in.
+    // A sheet belongs to the window it is attached to. AT-SPI has no link
+    // from a dialog to its window, but the window system has: the window it
+    // names is found among the application's top-levels by name, and by
+    // position when two share a name. Without that link the application's
+    // first other frame stands in.
     std::optional<AccessibilityValue> parentOf(AtspiQuery& query) {
-        if (query.isSheet(m_object.get())) {
-            for (AccessiblePtr& window : query.topLevels(m_application.get())) {
-                if (window.get() == m_object.get() || query.isSheet(window.get())) continue;
-                return windowElement(std::move(window));
-            }
-            return std::nullopt;
+        AtspiAccessible* self = m_object.get();
+        if (!query.isSheet(self)) {
+            return AccessibilityElementRef(std::make_shared<AtspiElement>(
+                m_session, m_state, retainAccessible(m_application.get()),
+                retainAccessible(m_application.get()), Kind::Application));
         }
-        return AccessibilityElementRef(std::make_shared<AtspiElement>(
-            m_session, m_state, retainAccessible(m_application.get()),
-            retainAccessible(m_application.get()), Kind::Application));
+        std::vector<AccessiblePtr> windows = query.topLevels(m_application.get());
+        std::erase_if(windows, [self](const AccessiblePtr& w) { return w.get() == self; });
+        if (AccessiblePtr owner = attachedWindow(query, windows))
+            return windowElement(std::move(owner));
+        for (AccessiblePtr& window : windows) {
+            if (!query.isSheet(window.get())) return windowElement(std::move(window));
+        }
+        return std::nullopt;
+    }
+
+    AccessiblePtr attachedWindow(AtspiQuery& query, std::vector<AccessiblePtr>& windows) {
+        const std::optional<QString> name = query.name(m_object.get());
+        if (m_session.dialogOwners == nullptr || !name) return nullptr;
+        const std::optional<DialogOwner> owner =
+            m_session.dialogOwners->ownerOfDialog(m_state->processIdentifier, *name);
+        if (!owner) return nullptr;
+        AccessiblePtr* sameName = nullptr;
+        for (AccessiblePtr& window : windows) {
+            if (query.name(window.get()) != owner->name) continue;
+            const std::optional<AXRect> rect =
+                owner->x ? query.extents(window.get()) : std::nullopt;
+            if (rect && int(rect->x) == *owner->x && int(rect->y) == *owner->y)
+                return std::move(window);
+            if (sameName == nullptr) sameName = &window;
+        }
+        return sameName ? std::move(*sameName) : nullptr;
     }
 
     static std::optional<AccessibilityValue> toValue(const std::optional<QString>& text) {

@@ -93,6 +93,7 @@ struct AtspiAccessibilityProvider::Session final {
     std::unordered_map<qint32, AccessiblePtr> applications;
     std::unordered_map<qint32, std::shared_ptr<AtspiApplicationState>> states;
     std::unordered_map<qint32, QElapsedTimer> misses;  // when a pid was last looked for in vain
+    DialogOwnerSource* dialogOwners = nullptr;         // borrowed; may be null
 
     // Connects on the calling thread the first time; false when there is no
     // accessibility bus.

@@ -1,6 +1,7 @@
 #include "platform/linux/LogindPowerAndSessionEvents.h"
 
 #include <unistd.h>
+#include <QDBusArgument>
 #include <QDBusMessage>
 #include <QDBusObjectPath>
 #include <QDBusVariant>
@@ -15,6 +16,10 @@ const QString kManagerPath = QStringLiteral("/org/freedesktop/login1");
 const QString kManagerInterface = QStringLiteral("org.freedesktop.login1.Manager");
 const QString kSessionInterface = QStringLiteral("org.freedesktop.login1.Session");
 const QString kPropertiesInterface = QStringLiteral("org.freedesktop.DBus.Properties");
+const QString kScreenSaverService = QStringLiteral("org.freedesktop.ScreenSaver");
+const QString kScreenSaverPath = QStringLiteral("/org/freedesktop/ScreenSaver");
+const QString kActive = QStringLiteral("Active");
+const QString kLockedHint = QStringLiteral("LockedHint");
 constexpr int kCallTimeoutMs = 2000;
 
 QDBusMessage managerCall(const QString& method, const QVariantList& arguments) {
@@ -29,6 +34,47 @@ QString objectPathFromReply(const QDBusMessage& reply) {
         return {};
     }
     return reply.arguments().constFirst().value<QDBusObjectPath>().path();
+}
+
+// "host:number" of an X display name: ":0.0", ":0" and "unix:0" are one.
+QString displayKey(const QString& display) {
+    const qsizetype colon = display.lastIndexOf(QLatin1Char(':'));
+    if (colon < 0) return {};
+    QString host = display.left(colon);
+    if (host == QLatin1String("unix")) host.clear();
+    return host + QLatin1Char(':') + display.mid(colon + 1).section(QLatin1Char('.'), 0, 0);
+}
+
+QString seatIdOf(const QVariant& seat) {  // (so)
+    QString id;
+    QDBusObjectPath path;
+    const QDBusArgument argument = seat.value<QDBusArgument>();
+    if (argument.currentType() != QDBusArgument::StructureType) return {};
+    argument.beginStructure();
+    argument >> id >> path;
+    argument.endStructure();
+    return id;
+}
+
+// How well one of our sessions fits this process: our display first, then
+// our seat (any seat when we do not know ours), then being the active one.
+// -1: not a local graphical session.
+int sessionFit(const QVariantMap& session) {
+    const QString type = session.value(QStringLiteral("Type")).toString();
+    const bool graphical = type == QLatin1String("x11") || type == QLatin1String("wayland") ||
+                           type == QLatin1String("mir");
+    if (!graphical || session.value(QStringLiteral("Remote")).toBool()) return -1;
+    const QString ourDisplay = displayKey(qEnvironmentVariable("DISPLAY"));
+    const QString ourSeat = qEnvironmentVariable("XDG_SEAT");
+    const QString seat = seatIdOf(session.value(QStringLiteral("Seat")));
+    int fit = 0;
+    if (!ourDisplay.isEmpty() &&
+        displayKey(session.value(QStringLiteral("Display")).toString()) == ourDisplay) {
+        fit += 4;
+    }
+    if (ourSeat.isEmpty() ? !seat.isEmpty() : seat == ourSeat) fit += 2;
+    if (session.value(kActive).toBool()) fit += 1;
+    return fit;
 }
 
 }  // namespace
@@ -58,10 +104,33 @@ bool LogindPowerAndSessionEvents::start() {
     m_systemBus.connect(kLogindService, m_sessionPath, kPropertiesInterface,
                         QStringLiteral("PropertiesChanged"), this,
                         SLOT(onSessionPropertiesChanged(QString, QVariantMap, QStringList)));
-    m_sessionActive = readSessionActive().value_or(true);
+    const QVariantMap properties = readSessionProperties(m_sessionPath);
+    m_sessionActive = properties.value(kActive, true).toBool();
+    m_sessionLocked = properties.value(kLockedHint, false).toBool();
     qCInfo(lcPlatformLinux) << "following logind session" << m_sessionPath
-                            << (m_sessionActive ? "(active)" : "(inactive)");
+                            << (m_sessionActive ? "(active)" : "(inactive)")
+                            << (m_sessionLocked ? "(locked)" : "");
     return true;
+}
+
+void LogindPowerAndSessionEvents::followScreenSaver(const QDBusConnection& sessionBus) {
+    if (!sessionBus.isConnected()) return;
+    QDBusConnection bus(sessionBus);
+    bus.connect(kScreenSaverService, kScreenSaverPath, kScreenSaverService,
+                QStringLiteral("ActiveChanged"), this, SLOT(onScreenSaverActiveChanged(bool)));
+    // Asked once, without starting a screen saver that is only installed.
+    QDBusMessage ask = QDBusMessage::createMethodCall(
+        kScreenSaverService, kScreenSaverPath, kScreenSaverService, QStringLiteral("GetActive"));
+    ask.setAutoStartService(false);
+    const QDBusMessage reply = bus.call(ask, QDBus::Block, kCallTimeoutMs);
+    if (reply.type() == QDBusMessage::ReplyMessage && !reply.arguments().isEmpty()) {
+        applyLocks(m_sessionLocked, reply.arguments().constFirst().toBool());
+    }
+}
+
+void LogindPowerAndSessionEvents::setObserver(PowerAndSessionObserver* observer) {
+    m_observer = observer;
+    if (m_observer && (m_sessionLocked || m_screenSaverActive)) m_observer->screenDidLock();
 }
 
 void LogindPowerAndSessionEvents::takeSleepInhibitor() {
@@ -120,21 +189,47 @@ QString LogindPowerAndSessionEvents::resolveSessionPath() const {
     }
     const QString sessionId = qEnvironmentVariable("XDG_SESSION_ID");
     if (sessionId.isEmpty()) {
-        return {};
+        return findGraphicalSession();
     }
     return objectPathFromReply(m_systemBus.call(
         managerCall(QStringLiteral("GetSession"), {sessionId}), QDBus::Block, kCallTimeoutMs));
 }
 
-std::optional<bool> LogindPowerAndSessionEvents::readSessionActive() const {
-    QDBusMessage message = QDBusMessage::createMethodCall(
-        kLogindService, m_sessionPath, kPropertiesInterface, QStringLiteral("Get"));
-    message.setArguments({kSessionInterface, QStringLiteral("Active")});
-    const QDBusMessage reply = m_systemBus.call(message, QDBus::Block, kCallTimeoutMs);
-    if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty()) {
-        return std::nullopt;
+// A user service runs outside every session: ours is then the user's
+// graphical session that fits this process best.
+QString LogindPowerAndSessionEvents::findGraphicalSession() const {
+    const QDBusMessage reply = m_systemBus.call(managerCall(QStringLiteral("ListSessions"), {}),
+                                                QDBus::Block, kCallTimeoutMs);
+    if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty()) return {};
+    const QDBusArgument list = reply.arguments().constFirst().value<QDBusArgument>();
+    QString best;
+    int bestFit = -1;
+    list.beginArray();
+    while (!list.atEnd()) {
+        QString id, user, seat;
+        uint uid = 0;
+        QDBusObjectPath path;
+        list.beginStructure();
+        list >> id >> uid >> user >> seat >> path;
+        list.endStructure();
+        if (uid != ::getuid()) continue;
+        const int fit = sessionFit(readSessionProperties(path.path()));
+        if (fit > bestFit) {
+            best = path.path();
+            bestFit = fit;
+        }
     }
-    return reply.arguments().constFirst().value<QDBusVariant>().variant().toBool();
+    list.endArray();
+    return best;
+}
+
+QVariantMap LogindPowerAndSessionEvents::readSessionProperties(const QString& path) const {
+    QDBusMessage message = QDBusMessage::createMethodCall(
+        kLogindService, path, kPropertiesInterface, QStringLiteral("GetAll"));
+    message.setArguments({kSessionInterface});
+    const QDBusMessage reply = m_systemBus.call(message, QDBus::Block, kCallTimeoutMs);
+    if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty()) return {};
+    return qdbus_cast<QVariantMap>(reply.arguments().constFirst());
 }
 
 void LogindPowerAndSessionEvents::onSessionPropertiesChanged(const QString& interface,
@@ -143,13 +238,35 @@ void LogindPowerAndSessionEvents::onSessionPropertiesChanged(const QString& inte
     if (interface != kSessionInterface) {
         return;
     }
-    const auto found = changed.constFind(QStringLiteral("Active"));
-    if (found != changed.constEnd()) {
-        applySessionActive(found->toBool());
-    } else if (invalidated.contains(QStringLiteral("Active"))) {
-        if (const auto active = readSessionActive()) {
-            applySessionActive(*active);
+    QVariantMap values = changed;
+    if (invalidated.contains(kActive) || invalidated.contains(kLockedHint)) {
+        const QVariantMap now = readSessionProperties(m_sessionPath);
+        for (const QString& name : {kActive, kLockedHint}) {
+            if (invalidated.contains(name) && now.contains(name))
+                values.insert(name, now.value(name));
         }
+    }
+    if (values.contains(kActive)) applySessionActive(values.value(kActive).toBool());
+    if (values.contains(kLockedHint))
+        applyLocks(values.value(kLockedHint).toBool(), m_screenSaverActive);
+}
+
+void LogindPowerAndSessionEvents::onScreenSaverActiveChanged(bool active) {
+    applyLocks(m_sessionLocked, active);
+}
+
+void LogindPowerAndSessionEvents::applyLocks(bool sessionLocked, bool screenSaverActive) {
+    const bool wasLocked = m_sessionLocked || m_screenSaverActive;
+    m_sessionLocked = sessionLocked;
+    m_screenSaverActive = screenSaverActive;
+    const bool locked = m_sessionLocked || m_screenSaverActive;
+    if (locked == wasLocked || !m_observer) {
+        return;
+    }
+    if (locked) {
+        m_observer->screenDidLock();
+    } else {
+        m_observer->screenDidUnlock();
     }
 }
 

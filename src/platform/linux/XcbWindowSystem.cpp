@@ -3,8 +3,9 @@
 #include <QLoggingCategory>
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <cstdlib>
+#include <cstring>
+#include <optional>
 
 // X headers last: they define macros that clash with Qt names.
 #include <xcb/res.h>
@@ -80,6 +81,37 @@ xcb_res_query_client_ids_cookie_t askForClientPid(
     return request(connection, 1, &selector);
 }
 
+// The pid a client-id request answered; 0 for a remote client, a window
+// that is gone, or a server without the extension (no request sent).
+qint32 clientPidReply(xcb_connection_t* connection,
+                      const std::optional<xcb_res_query_client_ids_cookie_t>& cookie) {
+    if (!cookie) return 0;
+    xcb_generic_error_t* error = nullptr;
+    xcb_res_query_client_ids_reply_t* reply =
+        xcb_res_query_client_ids_reply(connection, *cookie, &error);
+    std::free(error);
+    if (reply == nullptr) return 0;
+    qint32 pid = 0;
+    for (auto it = xcb_res_query_client_ids_ids_iterator(reply); it.rem > 0 && pid == 0;
+         xcb_res_client_id_value_next(&it)) {
+        if ((it.data->spec.mask & XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID) != 0 &&
+            xcb_res_client_id_value_value_length(it.data) >= 1) {
+            pid = qint32(*xcb_res_client_id_value_value(it.data));
+        }
+    }
+    std::free(reply);
+    return pid;
+}
+
+// The X server knows which process opened the connection that made the
+// window; _NET_WM_PID is what the program wrote, which inside a pid
+// namespace (Flatpak, containers) is a number of that namespace, often 1 or
+// 2. So the server's answer wins, and the property counts only where the
+// server has none (a client over TCP, no X-Resource extension).
+qint32 preferredPid(qint32 serverPid, uint32_t netWmPid) {
+    return serverPid > 0 ? serverPid : qint32(netWmPid);
+}
+
 bool containsAtom(const std::vector<uint32_t>& atoms, xcb_atom_t atom) {
     return atom != XCB_NONE && std::find(atoms.begin(), atoms.end(), atom) != atoms.end();
 }
@@ -102,9 +134,14 @@ struct XcbWindowSystem::Private final {
     QString nameOf(PropertyReply& netWmName, PropertyReply& wmName) {
         return netWmName.length() > 0 ? netWmName.text() : wmName.text();
     }
-    std::vector<qint32> resourcePids(const std::vector<xcb_window_t>& windows);
+    std::optional<xcb_res_query_client_ids_cookie_t> askClientPid(xcb_window_t window) {
+        if (!hasResourceExtension) return std::nullopt;
+        return askForClientPid(connection, &xcb_res_query_client_ids, window);
+    }
     xcb_window_t clientWindowBelow(xcb_window_t frame);
     qint32 pidOf(xcb_window_t window);
+    // `serverPid` and `netWmPid` already read for `window`.
+    qint32 choosePid(xcb_window_t window, qint32 serverPid, uint32_t netWmPid);
 };
 
 bool XcbWindowSystem::Private::connect(const QByteArray& displayName) {
@@ -146,36 +183,6 @@ std::vector<xcb_window_t> XcbWindowSystem::Private::stackingFrontToBack() {
     return windows;
 }
 
-// The X-Resource extension knows the pid of the client that created each
-// window, also for programs that never set _NET_WM_PID.
-std::vector<qint32> XcbWindowSystem::Private::resourcePids(const std::vector<xcb_window_t>& windows) {
-    std::vector<qint32> pids(windows.size(), 0);
-    if (!hasResourceExtension) return pids;
-    std::vector<xcb_res_query_client_ids_cookie_t> cookies;
-    cookies.reserve(windows.size());
-    for (xcb_window_t w : windows) {
-        cookies.push_back(askForClientPid(connection, &xcb_res_query_client_ids, w));
-    }
-    for (size_t i = 0; i < windows.size(); ++i) {
-        xcb_generic_error_t* error = nullptr;
-        xcb_res_query_client_ids_reply_t* reply =
-            xcb_res_query_client_ids_reply(connection, cookies[i], &error);
-        std::free(error);
-        if (reply == nullptr) continue;
-        for (auto it = xcb_res_query_client_ids_ids_iterator(reply); it.rem > 0;
-             xcb_res_client_id_value_next(&it)) {
-            const auto& [client, valueLength] = *it.data;
-            if ((client.mask & XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID) != 0 &&
-                xcb_res_client_id_value_value_length(it.data) >= 1) {
-                pids[i] = qint32(*xcb_res_client_id_value_value(it.data));
-                break;
-            }
-        }
-        std::free(reply);
-    }
-    return pids;
-}
-
 // A window manager may name its frame rather than the client; the client is
 // the child that carries the ICCCM WM_STATE property.
 xcb_window_t XcbWindowSystem::Private::clientWindowBelow(xcb_window_t frame) {
@@ -198,15 +205,18 @@ xcb_window_t XcbWindowSystem::Private::clientWindowBelow(xcb_window_t frame) {
 }
 
 qint32 XcbWindowSystem::Private::pidOf(xcb_window_t window) {
+    const auto serverCookie = askClientPid(window);
     PropertyReply pid(connection, get(window, atoms[kWmPid], XCB_ATOM_CARDINAL, 1));
-    if (pid.first32() != 0) return qint32(pid.first32());
+    return choosePid(window, clientPidReply(connection, serverCookie), pid.first32());
+}
+
+// A window without _NET_WM_PID may be a frame the window manager named;
+// the client window below it then tells whose it is.
+qint32 XcbWindowSystem::Private::choosePid(xcb_window_t window, qint32 serverPid,
+                                           uint32_t netWmPid) {
+    if (netWmPid != 0) return preferredPid(serverPid, netWmPid);
     const xcb_window_t client = clientWindowBelow(window);
-    if (client != XCB_NONE) {
-        PropertyReply clientPid(connection, get(client, atoms[kWmPid], XCB_ATOM_CARDINAL, 1));
-        if (clientPid.first32() != 0) return qint32(clientPid.first32());
-        return resourcePids({client}).front();
-    }
-    return resourcePids({window}).front();
+    return client != XCB_NONE ? pidOf(client) : serverPid;
 }
 
 XcbWindowSystem::XcbWindowSystem(const QByteArray& displayName) : d(std::make_unique<Private>()) {
@@ -241,7 +251,8 @@ std::optional<XcbWindowSystem::FrontWindow> XcbWindowSystem::frontWindow() {
     if (!active) return std::nullopt;
     const auto w = xcb_window_t(*active);
     const auto& atoms = d->atoms;
-    // All four requests go out before the first reply is awaited.
+    // All five requests go out before the first reply is awaited.
+    const auto serverPidCookie = d->askClientPid(w);
     const auto pidCookie = d->get(w, atoms[kWmPid], XCB_ATOM_CARDINAL, 1);
     const auto netNameCookie = d->get(w, atoms[kNetWmName], atoms[kUtf8String], kNameWords);
     const auto wmNameCookie = d->get(w, XCB_ATOM_WM_NAME, XCB_GET_PROPERTY_TYPE_ANY, kNameWords);
@@ -250,10 +261,10 @@ std::optional<XcbWindowSystem::FrontWindow> XcbWindowSystem::frontWindow() {
     PropertyReply netName(d->connection, netNameCookie);
     PropertyReply wmName(d->connection, wmNameCookie);
     PropertyReply wmClass(d->connection, classCookie);
+    const qint32 serverPid = clientPidReply(d->connection, serverPidCookie);
     FrontWindow front;
     front.windowId = w;
-    front.processIdentifier = qint32(pid.first32());
-    if (front.processIdentifier == 0) front.processIdentifier = d->pidOf(w);
+    front.processIdentifier = d->choosePid(w, serverPid, pid.first32());
     front.name = d->nameOf(netName, wmName);
     splitWmClass(wmClass, front.instance, front.className);
     return front;
@@ -265,6 +276,7 @@ namespace {
 struct ListCookies final {
     xcb_get_property_cookie_t pid, netName, wmName, type, state;
     xcb_get_window_attributes_cookie_t attributes;
+    std::optional<xcb_res_query_client_ids_cookie_t> serverPid;
 };
 
 }  // namespace
@@ -281,16 +293,16 @@ std::vector<WindowInfo> XcbWindowSystem::windowList() {
                            d->get(w, XCB_ATOM_WM_NAME, XCB_GET_PROPERTY_TYPE_ANY, kNameWords),
                            d->get(w, atoms[kWindowType], XCB_ATOM_ATOM, 32),
                            d->get(w, atoms[kWmState], XCB_ATOM_ATOM, 32),
-                           xcb_get_window_attributes(d->connection, w)});
+                           xcb_get_window_attributes(d->connection, w), d->askClientPid(w)});
     }
     std::vector<WindowInfo> list;
-    std::vector<xcb_window_t> withoutPid;
     for (size_t i = 0; i < windows.size(); ++i) {
         PropertyReply pid(d->connection, cookies[i].pid);
         PropertyReply netName(d->connection, cookies[i].netName);
         PropertyReply wmName(d->connection, cookies[i].wmName);
         PropertyReply type(d->connection, cookies[i].type);
         PropertyReply state(d->connection, cookies[i].state);
+        const qint32 serverPid = clientPidReply(d->connection, cookies[i].serverPid);
         xcb_get_window_attributes_reply_t* attributes =
             xcb_get_window_attributes_reply(d->connection, cookies[i].attributes, nullptr);
         const bool viewable = attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE;
@@ -303,17 +315,10 @@ std::vector<WindowInfo> XcbWindowSystem::windowList() {
         }
         WindowInfo info;
         info.windowId = windows[i];
-        info.ownerProcessIdentifier = qint32(pid.first32());
+        // The stacking list names client windows, never frames.
+        info.ownerProcessIdentifier = preferredPid(serverPid, pid.first32());
         info.name = d->nameOf(netName, wmName);
-        if (info.ownerProcessIdentifier == 0) withoutPid.push_back(windows[i]);
         list.push_back(info);
-    }
-    if (!withoutPid.empty()) {
-        const std::vector<qint32> pids = d->resourcePids(withoutPid);
-        for (WindowInfo& info : list) {
-            const auto at = std::find(withoutPid.begin(), withoutPid.end(), info.windowId);
-            if (at != withoutPid.end()) info.ownerProcessIdentifier = pids[size_t(at - withoutPid.begin())];
-        }
     }
     return list;
 }
@@ -342,6 +347,51 @@ std::optional<WindowHints> XcbWindowSystem::windowHintsForProcess(qint32 process
     if (front && front->processIdentifier == processIdentifier) return windowHints(front->windowId);
     for (const WindowInfo& info : windowList()) {
         if (info.ownerProcessIdentifier == processIdentifier) return windowHints(info.windowId);
+    }
+    return std::nullopt;
+}
+
+// Dialogs are rare and mostly in front: the active window is looked at
+// first, and the rest of the list only when it is not the dialog.
+std::optional<DialogOwner> XcbWindowSystem::ownerOfDialog(qint32 processIdentifier,
+                                                          const QString& dialogName) {
+    if (!isAvailable() || processIdentifier <= 0) return std::nullopt;
+    std::vector<xcb_window_t> candidates = d->stackingFrontToBack();
+    if (const xcb_window_t active = d->activeWindow(); active != XCB_NONE) {
+        std::erase(candidates, active);
+        candidates.insert(candidates.begin(), active);
+    }
+    const auto& atoms = d->atoms;
+    for (xcb_window_t w : candidates) {
+        const auto ownerCookie = d->get(w, XCB_ATOM_WM_TRANSIENT_FOR, XCB_ATOM_WINDOW, 1);
+        const auto netNameCookie = d->get(w, atoms[kNetWmName], atoms[kUtf8String], kNameWords);
+        const auto wmNameCookie =
+            d->get(w, XCB_ATOM_WM_NAME, XCB_GET_PROPERTY_TYPE_ANY, kNameWords);
+        PropertyReply owner(d->connection, ownerCookie);
+        PropertyReply netName(d->connection, netNameCookie);
+        PropertyReply wmName(d->connection, wmNameCookie);
+        const xcb_window_t ownerWindow = owner.first32();
+        if (ownerWindow == XCB_NONE || d->nameOf(netName, wmName) != dialogName ||
+            d->pidOf(w) != processIdentifier) {
+            continue;
+        }
+        const auto ownerNetName =
+            d->get(ownerWindow, atoms[kNetWmName], atoms[kUtf8String], kNameWords);
+        const auto ownerWmName =
+            d->get(ownerWindow, XCB_ATOM_WM_NAME, XCB_GET_PROPERTY_TYPE_ANY, kNameWords);
+        const auto cornerCookie =
+            xcb_translate_coordinates(d->connection, ownerWindow, d->root, 0, 0);
+        PropertyReply ownerNet(d->connection, ownerNetName);
+        PropertyReply ownerWm(d->connection, ownerWmName);
+        xcb_translate_coordinates_reply_t* corner =
+            xcb_translate_coordinates_reply(d->connection, cornerCookie, nullptr);
+        DialogOwner result{d->nameOf(ownerNet, ownerWm), std::nullopt, std::nullopt};
+        if (corner != nullptr) {
+            result.x = corner->dst_x;
+            result.y = corner->dst_y;
+        }
+        std::free(corner);
+        return result;
     }
     return std::nullopt;
 }

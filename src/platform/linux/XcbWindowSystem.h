@@ -2,11 +2,13 @@
 // XcbWindowSystem: the front window and the window list from an EWMH
 // window manager over one long-lived X connection.
 //
-// The active window is the root's _NET_ACTIVE_WINDOW; its process is
-// _NET_WM_PID, else the X-Resource extension's client pid (for clients that
-// do not set the property), after walking from a frame down to the client
-// window if the window manager named a frame. Names are _NET_WM_NAME
-// (UTF-8) else WM_NAME. The window list is _NET_CLIENT_LIST_STACKING read
+// The active window is the root's _NET_ACTIVE_WINDOW; its process is the
+// X-Resource extension's client pid (what the server knows of the
+// connection that made the window), else _NET_WM_PID; the property alone is
+// not trusted because a program in a pid namespace (Flatpak, containers)
+// writes its namespace's number there. A window without _NET_WM_PID may be
+// a frame: the walk then goes down to the client window first. Names are
+// _NET_WM_NAME (UTF-8) else WM_NAME. The window list is _NET_CLIENT_LIST_STACKING read
 // back to front and reversed, keeping viewable windows that are neither
 // DESKTOP nor DOCK windows nor _NET_WM_STATE_HIDDEN (minimised windows stay
 // in the stacking list). Requests of one step are sent together and their
@@ -16,16 +18,19 @@
 // between two focus changes, is reported as no front process (a gap), not
 // as a switch to nothing.
 //
-// Thread: the thread that created it (the main thread). Owns the X
-// connection; not copyable.
+// Thread: the thread that created it (the main thread), except
+// ownerOfDialog. Owns the X connection; not copyable.
 
 #include <QByteArray>
 #include <memory>
 
-#include "platform/linux/WindowHints.h"
 #include "platform/WindowSystem.h"
+#include "platform/linux/DialogOwners.h"
+#include "platform/linux/WindowHints.h"
 
-class XcbWindowSystem final : public WindowSystem, public WindowHintSource {
+class XcbWindowSystem final : public WindowSystem,
+                              public WindowHintSource,
+                              public DialogOwnerSource {
 public:
     // An empty display name means $DISPLAY.
     explicit XcbWindowSystem(const QByteArray& displayName = {});
@@ -53,6 +58,11 @@ public:
     // WM_CLASS, _GTK_APPLICATION_ID and _KDE_NET_WM_DESKTOP_FILE of one
     // window; nullopt when the window is gone.
     std::optional<WindowHints> windowHints(quint64 windowId);
+
+    // WM_TRANSIENT_FOR of the dialog; may be called from any thread (xcb
+    // connections are thread-safe, and nothing here changes after connecting).
+    std::optional<DialogOwner> ownerOfDialog(qint32 processIdentifier,
+                                             const QString& dialogName) override;
 
 private:
     struct Private;
