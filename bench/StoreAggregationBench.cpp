@@ -4,18 +4,18 @@
 //  - a synthetic five-year store (300 applications, 50,000 path components,
 //    500,000 hourly events): open, "today", full and one-month aggregation,
 //    and 1,000 project-like subtree sums.
+#include <malloc.h>
 #include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
 #include <cstdlib>
-#include <malloc.h>
 #include <random>
 
 #include "BenchSupport.h"
 #include "core/DateCalculations.h"
-#include "store/graph/SqliteDatabase.h"
 #include "store/activity/TRASApplication.h"
 #include "store/activity/TRASPathComponent.h"
+#include "store/graph/SqliteDatabase.h"
 
 namespace {
 
@@ -37,7 +37,8 @@ void benchTestDataFilter() {
     options.clock = [] { return kNow; };
     TRActivityStore store(options);
     TRASApplication* app = TRASApplication::applicationWithBundleIdentifier(
-        store, QStringLiteral("org.example.Bench"), QString(), QStringLiteral("Bench"), true);
+        *store.managedObjectContext(), QStringLiteral("org.example.Bench"), QString(),
+        QStringLiteral("Bench"), true);
     const QDateTime reference = kNow.addDays(-30);
     bench::createTestData(store, app, reference);
     store.save();
@@ -162,7 +163,8 @@ void benchFiveYearStore(const QString& keepIn) {
     start = bench::Clock::now();
     store.filterEventsBetweenDate({});
     bench::print("five_year_heap_per_loaded_node",
-                 double(mallinfo2().uordblks - heapBefore) / double(store.allPathComponentsSortedByPathLevel().size()),
+                 double(mallinfo2().uordblks - heapBefore) /
+                     double(store.allPathComponentsSortedByPathLevel().size()),
                  "bytes");
     bench::print("five_year_full_aggregation_first_with_node_load",
                  bench::microsecondsSince(start) / 1000.0, "ms");

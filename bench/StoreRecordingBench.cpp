@@ -30,7 +30,8 @@ void benchCreateTestData() {
     QTemporaryDir dir;
     TRActivityStore store(bench::storeOptions(dir));
     TRASApplication* app = TRASApplication::applicationWithBundleIdentifier(
-        store, QStringLiteral("org.example.Bench"), QString(), QStringLiteral("Bench"), true);
+        *store.managedObjectContext(), QStringLiteral("org.example.Bench"), QString(),
+        QStringLiteral("Bench"), true);
     const auto start = bench::Clock::now();
     const double cpuStart = bench::cpuMicroseconds();
     bench::createTestData(store, app, QDateTime(QDate(2024, 1, 1), QTime(0, 0), Qt::UTC));

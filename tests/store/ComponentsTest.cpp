@@ -6,13 +6,13 @@
 
 namespace {
 
-using TRActivityComponents::componentsForDetails;
-using TRActivityComponents::componentsForPath;
-
 using Fill = std::function<void(TRActivityDetails&)>;
 
 Fill document(const char* path) {
     return [path](TRActivityDetails& d) { d.setDocumentPath(QString::fromUtf8(path)); };
+}
+Fill documentTitle(const char* title) {
+    return [title](TRActivityDetails& d) { d.setDocumentTitle(QString::fromUtf8(title)); };
 }
 Fill windowTitle(const QString& title) {
     return [title](TRActivityDetails& d) { d.setWindowTitle(title); };
@@ -43,10 +43,13 @@ TEST(ActivityComponents, CutsTextsAsRecordingExpects) {
              d.setDocumentPath(QStringLiteral("/a"));
          },
          {}},
+        {"http on port 80 loses port and www",
+         document("http://www.example.com:80/"),
+         {"example.com"}},
+        {"http on 443 loses its port too", document("http://example.org:443/"), {"example.org"}},
         {"ftp keeps no port 21",
          document("ftp://files.example.org:21/pub/x"),
          {"files.example.org", "/pub", "/x"}},
-        {"http on 443 loses its port too", document("http://example.org:443/"), {"example.org"}},
         {"other ports stay", document("http://127.0.0.1:8000/a/"), {"127.0.0.1:8000", "/a"}},
         {"fragment is not used",
          document("https://example.org/a?q=1#top"),
@@ -56,9 +59,26 @@ TEST(ActivityComponents, CutsTextsAsRecordingExpects) {
          {"example.org"},
          1},
         {"only the first www goes", document("https://www.www.example.org/"), {"www.example.org"}},
-        {"file address keeps decoded path",
-         document("file:///home/u/My%20Notes/./a.txt"),
+        {"file address is standardised and decoded",
+         document("file:///home/u/x/../My%20Notes/./a.txt"),
          {"/home", "/u", "/My Notes", "/a.txt"}},
+        {"two random temporary levels collapse",
+         document("/var/folders/ab/cd/T/x"),
+         {"/var", "/folders", "/*", "/T", "/x"}},
+        {"one random temporary level collapses",
+         document("/var/folders/ab"),
+         {"/var", "/folders", "/*"}},
+        {"temporary look-alikes elsewhere stay",
+         document("/tmp/var/folders2/x"),
+         {"/tmp", "/var", "/folders2", "/x"}},
+        {"three leading slashes count as one", documentTitle("///a/b"), {"/a", "/b"}},
+        {"address without host is cut as a title",
+         documentTitle("http:///path"),
+         {"http", ":///path"}},
+        {"address with only a scheme is cut as a title", documentTitle("https://"), {"https"}},
+        {"title with an em dash",
+         windowTitle(QString::fromUtf16(u"Report \u2014 Editor")),
+         {"Report ", QString::fromUtf16(u"\u2014Editor")}},
         {"title with an angle quote",
          windowTitle(QString::fromUtf16(u"Settings \u203A Privacy")),
          {"Settings ", QString::fromUtf16(u"\u203APrivacy")}},
@@ -68,47 +88,11 @@ TEST(ActivityComponents, CutsTextsAsRecordingExpects) {
         SCOPED_TRACE(c.name);
         TRActivityDetails details;
         c.fill(details);
-        EXPECT_EQ(componentsForDetails(details, [&] { return c.maxLevel; }), c.expected);
+        EXPECT_EQ(TRActivityComponents::componentsForDetails(details, [&] { return c.maxLevel; }),
+                  c.expected);
     }
-    EXPECT_EQ(componentsForDetails(std::nullopt, [] { return 5; }), QStringList());
-}
-
-TEST(ActivityComponents, AsksForTheLevelLimitOnlyForWebAddresses) {
-    for (const auto& [path, asks] : {std::pair{"/a/b", 0}, std::pair{"https://example.org/", 1}}) {
-        SCOPED_TRACE(path);
-        int asked = 0;
-        TRActivityDetails details;
-        document(path)(details);
-        componentsForDetails(details, [&] {
-            ++asked;
-            return 5;
-        });
-        EXPECT_EQ(asked, asks);
-    }
-}
-
-TEST(ActivityComponents, CollapsesOnlyTheTwoRandomTemporaryLevels) {
-    const struct {
-        const char* name;
-        QString path;
-        QStringList expected;
-    } cases[] = {
-        {"two levels",
-         QStringLiteral("/var/folders/ab/cd/T/x"),
-         {QStringLiteral("/var"), QStringLiteral("/folders"), QStringLiteral("/*"),
-          QStringLiteral("/T"), QStringLiteral("/x")}},
-        {"one level",
-         QStringLiteral("/var/folders/ab"),
-         {QStringLiteral("/var"), QStringLiteral("/folders"), QStringLiteral("/*")}},
-        {"elsewhere untouched",
-         QStringLiteral("/tmp/var/folders2/x"),
-         {QStringLiteral("/tmp"), QStringLiteral("/var"), QStringLiteral("/folders2"),
-          QStringLiteral("/x")}},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        EXPECT_EQ(componentsForPath(c.path), c.expected);
-    }
+    EXPECT_EQ(TRActivityComponents::componentsForDetails(std::nullopt, [] { return 5; }),
+              QStringList());
 }
 
 }  // namespace

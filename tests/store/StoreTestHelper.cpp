@@ -10,10 +10,10 @@
 #include <cstdlib>
 #include <map>
 
-#include "platform/linux/DBusNotificationCenter.h"
 #include "core/DateCalculations.h"
-#include "store/graph/SqliteDatabase.h"
+#include "platform/linux/DBusNotificationCenter.h"
 #include "store/activity/TRActivityStore.h"
+#include "store/graph/SqliteDatabase.h"
 
 namespace {
 
@@ -81,7 +81,6 @@ int main(int argc, char** argv) {
     const QStringList args = app.arguments().mid(1);
     if (args.size() == 2 && args[0] == QLatin1String("dump")) return dump(args[1]);
     if (args.size() >= 4 && args[0] == QLatin1String("record")) return record(args.mid(1));
-    std::fprintf(stderr,
-                 "usage: dump DB | record FOLDER ID SECONDS COMPONENT...\n");
+    std::fprintf(stderr, "usage: dump DB | record FOLDER ID SECONDS COMPONENT...\n");
     return 64;
 }

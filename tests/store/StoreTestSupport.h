@@ -1,11 +1,10 @@
 #pragma once
 // Shared set-up for the store tests: a store on a fresh temporary data
 // folder with its own settings file, a fixed clock, a switchable blacklist,
-// a recording reporter, and a way to read the file back in another process.
+// a recording reporter, and the file read back by another process.
 
 #include <gtest/gtest.h>
 
-#include <QCoreApplication>
 #include <QDateTime>
 #include <QDir>
 #include <QProcess>
@@ -25,9 +24,7 @@ inline void PrintTo(const QString& s, std::ostream* os) {
     *os << '"' << s.toStdString() << '"';
 }
 inline void PrintTo(const QStringList& l, std::ostream* os) {
-    *os << "{";
     for (const QString& s : l) *os << "\n  \"" << s.toStdString() << "\"";
-    *os << "}";
 }
 
 class RecordingReporter final : public TRStoreReporter {
@@ -38,14 +35,12 @@ public:
     QStringList lines;
 };
 
-// Blacklists path strings equal to, or prefixing (followed by the delimiter),
-// one of `paths`, the rule the project store applies.
+// Blacklists the path strings that begin with one of `paths`.
 class ListBlacklist final : public TRBlacklist {
 public:
     bool isBlacklisted(const RunningApplication*, const QString& pathString) override {
         for (const QString& p : paths) {
-            if (pathString == p || (pathString + kPathComponentDelimiter).startsWith(p))
-                return true;
+            if (pathString.startsWith(p)) return true;
         }
         return false;
     }
@@ -66,21 +61,19 @@ inline RunningApplication testApplication(
     return app;
 }
 
-inline TRActivity activityWith(const std::function<void(TRActivity&)>& fill,
-                               const RunningApplication& app = testApplication()) {
+inline TRActivity activityWith(const std::function<void(TRActivity&)>& fill) {
     TRActivity activity;
-    activity.setApplication(app);
+    activity.setApplication(testApplication());
     fill(activity);
     return activity;
+}
+inline TRActivity onPath(const QString& path) {
+    return activityWith([&](TRActivity& a) { a.setDocumentPath(path); });
 }
 
 class StoreTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        ASSERT_TRUE(m_dir.isValid());
-        m_reporter = std::make_shared<RecordingReporter>();
-        m_blacklist = std::make_shared<ListBlacklist>();
-    }
+    void SetUp() override { ASSERT_TRUE(m_dir.isValid()); }
 
     QString dataFolder() const { return m_dir.filePath(QStringLiteral("info.mallowby.Vorlix")); }
     QString databasePath() const { return dataFolder() + QStringLiteral("/ActivityStore.db"); }
@@ -102,16 +95,20 @@ protected:
         o.abortProcess = [this] { ++m_aborts; };
         return o;
     }
-
     TRActivityStore& store() {
         if (!m_store) m_store = std::make_unique<TRActivityStore>(options());
         return *m_store;
     }
+    TRObjectContext& context() { return *store().managedObjectContext(); }
     void reopen() { m_store.reset(); }
     // For table rows: no store open and no file on disk.
     void startAfresh() {
         reopen();
         QDir(dataFolder()).removeRecursively();
+    }
+    TRASPathComponent* record(const TRActivity& activity, const QDateTime& start, int seconds) {
+        store().storeActivity(activity, start, start.addSecs(seconds));
+        return store().lastPathComponentForActivity(activity);
     }
 
     // The file as another process reads it: one line per hourly event,
@@ -128,8 +125,8 @@ protected:
     QTemporaryDir m_dir;
     std::shared_ptr<TRSettings> m_settings = std::make_shared<TRSettings>(settingsPath());
     QDateTime m_now = utc(2024, 3, 5, 12);
-    std::shared_ptr<RecordingReporter> m_reporter;
-    std::shared_ptr<ListBlacklist> m_blacklist;
+    std::shared_ptr<RecordingReporter> m_reporter = std::make_shared<RecordingReporter>();
+    std::shared_ptr<ListBlacklist> m_blacklist = std::make_shared<ListBlacklist>();
     std::unique_ptr<TRActivityStore> m_store;
     int m_aborts = 0;
 };
