@@ -110,32 +110,9 @@ TEST_F(OpeningTest, MigratesAFileOfThePreviousVersion) {
     EXPECT_EQ(context().storeUuid(), uuid) << "the store keeps its identity";
 }
 
-TEST_F(OpeningTest, ReadsTheTimeThresholdAndWritesChangesBack) {
-    setSetting(QStringLiteral("activityStoreTimeThreshold"), 12.5);
-    EXPECT_EQ(store().timeThreshold(), 12.5);
-    store().setTimeThreshold(30.0);
-    EXPECT_EQ(QSettings(settingsPath(), QSettings::IniFormat)
-                  .value(QStringLiteral("activityStoreTimeThreshold"))
-                  .toDouble(),
-              30.0);
-    reopen();
-    EXPECT_EQ(store().timeThreshold(), 30.0);
-}
-
 TEST_F(OpeningTest, PreparingForTerminationNeverOpensTheStore) {
     store().prepareForTermination();
     EXPECT_FALSE(QFileInfo::exists(dataFolder()));
-}
-
-TEST_F(OpeningTest, UsesTheSharedDataFolderByDefault) {
-    qputenv("XDG_DATA_HOME", m_dir.filePath(QStringLiteral("xdg")).toUtf8());
-    TRActivityStore::Options o = options();
-    o.dataFolder.clear();
-    TRActivityStore s(o);
-    EXPECT_EQ(s.applicationSupportDirectory(),
-              m_dir.filePath(QStringLiteral("xdg/info.mallowby.Vorlix")));
-    EXPECT_EQ(s.bundleIdentifier(), QStringLiteral("info.mallowby.VorlixHelper"));
-    qunsetenv("XDG_DATA_HOME");
 }
 
 }  // namespace

@@ -1,14 +1,11 @@
 // A second process for the store tests.
-//   dump DB            prints every hourly event as "app|/a|/b @yyyy-MM-ddTHH:mm seconds"
+//   dump DB     prints every hourly event as "app|/a|/b @yyyy-MM-ddTHH:mm seconds", sorted
 //   record FOLDER ID SECONDS COMPONENT...
-//                      records SECONDS seconds from 10:00 UTC on 2024-03-05 under
-//                      the components, saves with notification on the session bus
+//               records SECONDS seconds from 10:00 UTC on 2024-03-05 under the
+//               components and saves with notification on the session bus
 #include <QCoreApplication>
-#include <QDateTime>
 #include <QTimer>
 #include <cstdio>
-#include <cstdlib>
-#include <map>
 
 #include "core/DateCalculations.h"
 #include "platform/linux/DBusNotificationCenter.h"
@@ -17,51 +14,38 @@
 
 namespace {
 
-struct Node {
-    QString value;
-    qint64 parent = 0;
-    QString application;
-};
+// Climbs from each event's node to the root, which shows as its application.
+const char kDump[] =
+    "WITH RECURSIVE up(event, node, path) AS ("
+    "  SELECT id, lastPathComponent, NULL FROM HourlyEvent UNION ALL"
+    "  SELECT up.event, p.pathParent, COALESCE(a.bundleIdentifier, a.executableName, p.value, '')"
+    "    || COALESCE('|' || up.path, '')"
+    "  FROM up JOIN PathComponent p ON p.id = up.node"
+    "  LEFT JOIN Application a ON a.id = p.application)"
+    "SELECT up.path || strftime(' @%Y-%m-%dT%H:%M ', h.startDate, 'unixepoch')"
+    "  || printf('%g', h.duration) FROM up JOIN HourlyEvent h ON h.id = up.event"
+    " WHERE up.node IS NULL ORDER BY 1";
 
 int dump(const QString& file) {
     SqliteDatabase db;
-    if (auto error = db.open(file, SqliteDatabase::Mode::ReadOnly)) {
-        std::fprintf(stderr, "%s\n", qPrintable(error->toString()));
-        return 2;
-    }
-    std::map<qint64, Node> nodes;
-    auto n = db.prepare(QStringLiteral(
-        "SELECT p.id, p.value, p.pathParent, COALESCE(a.bundleIdentifier, a.executableName) "
-        "FROM PathComponent p LEFT JOIN Application a ON a.id = p.application"));
-    while (n && n->step()) nodes[n->int64(0)] = Node{n->text(1), n->int64(2), n->text(3)};
-    QStringList lines;
-    auto e = db.prepare(
-        QStringLiteral("SELECT lastPathComponent, startDate, duration FROM HourlyEvent"));
-    while (e && e->step()) {
-        QStringList path;
-        for (qint64 id = e->int64(0); id && nodes.count(id); id = nodes[id].parent)
-            path.prepend(nodes[id].application.isNull() ? nodes[id].value : nodes[id].application);
-        const QDateTime start = QDateTime::fromSecsSinceEpoch(qint64(e->real(1)), Qt::UTC);
-        lines.append(QStringLiteral("%1 @%2 %3")
-                         .arg(path.join(QLatin1Char('|')),
-                              start.toString(QStringLiteral("yyyy-MM-ddTHH:mm")))
-                         .arg(e->real(2)));
-    }
-    lines.sort();
-    for (const QString& line : lines) std::printf("%s\n", line.toUtf8().constData());
-    return 0;
+    std::optional<TRError> error = db.open(file, SqliteDatabase::Mode::ReadOnly);
+    auto stmt = error ? nullptr : db.prepare(QString::fromLatin1(kDump));
+    while (stmt && stmt->step()) std::printf("%s\n", stmt->text(0).toUtf8().constData());
+    if (!error && stmt) error = stmt->error();
+    if (!error && !stmt) error = db.lastError();
+    if (error) std::fprintf(stderr, "%s\n", qPrintable(error->toString()));
+    return error ? 2 : 0;
 }
 
 int record(const QStringList& args) {
-    auto center = std::make_shared<DBusNotificationCenter>();
     TRActivityStore::Options options;
     options.dataFolder = args[0];
     options.bundleIdentifier = args[1];
-    options.notificationCenter = center;
+    options.notificationCenter = std::make_shared<DBusNotificationCenter>();
     TRActivityStore store(options);
-    TRActivity activity;
     RunningApplication app;
     app.bundleIdentifier = QStringLiteral("org.example.Editor");
+    TRActivity activity;
     activity.setApplication(app);
     activity.setPathComponents(args.mid(3));
     const QDateTime start(QDate(2024, 3, 5), QTime(10, 0), Qt::UTC);

@@ -1,16 +1,14 @@
 #pragma once
-// Shared set-up for the store tests: a store on a fresh temporary data
-// folder with its own settings file, a fixed clock, a switchable blacklist,
-// a recording reporter, and the file read back by another process.
+// The store tests' set-up: a store on a fresh temporary data folder with its
+// own settings file, a fixed clock, a list blacklist, a recording reporter,
+// and the file read back by another process.
 
 #include <gtest/gtest.h>
 
-#include <QDateTime>
 #include <QDir>
 #include <QProcess>
 #include <QSettings>
 #include <QTemporaryDir>
-#include <memory>
 
 #include "store/activity/TRASApplication.h"
 #include "store/activity/TRASHourlyEvent.h"
@@ -51,11 +49,10 @@ inline QDateTime utc(int y, int mo, int d, int h, int mi = 0, int s = 0) {
     return QDateTime(QDate(y, mo, d), QTime(h, mi, s), Qt::UTC);
 }
 
-inline RunningApplication testApplication(
-    const QString& id = QStringLiteral("org.example.Editor")) {
+inline RunningApplication testApplication() {
     RunningApplication app;
     app.processIdentifier = 42;
-    app.bundleIdentifier = id;
+    app.bundleIdentifier = QStringLiteral("org.example.Editor");
     app.executablePath = QStringLiteral("/usr/bin/editor");
     app.localizedName = QStringLiteral("Editor");
     return app;
@@ -73,8 +70,6 @@ inline TRActivity onPath(const QString& path) {
 
 class StoreTest : public ::testing::Test {
 protected:
-    void SetUp() override { ASSERT_TRUE(m_dir.isValid()); }
-
     QString dataFolder() const { return m_dir.filePath(QStringLiteral("info.mallowby.Vorlix")); }
     QString databasePath() const { return dataFolder() + QStringLiteral("/ActivityStore.db"); }
     QString settingsPath() const { return m_dir.filePath(QStringLiteral("VorlixHelper.conf")); }
