@@ -1,10 +1,8 @@
 // Totals over recorded time, against sums computed here from the recorded
-// intervals; the threshold, node groups, deletion by range, and a reader
-// beside the saves.
+// intervals; the threshold; a reader beside a save.
 #include <random>
 
 #include "StoreTestSupport.h"
-#include "store/graph/SqliteDatabase.h"
 
 namespace {
 
@@ -115,41 +113,6 @@ TEST_F(AggregationTest, TotalsAndSumsMatchTheRecordedIntervals) {
     EXPECT_TRUE(store().rootPathComponentsWithFilter().empty());
     reopen();
     EXPECT_EQ(store().timeThreshold(), all);
-}
-
-TEST_F(AggregationTest, GroupsNodesByLevelAndParentEvenWithGaps) {
-    EXPECT_TRUE(store().allPathComponentsGroupedByPathLevel().empty());
-    recordIntervals();
-    store().save();
-    SqliteDatabase other;
-    ASSERT_FALSE(other.open(databasePath()));
-    ASSERT_FALSE(other.exec(QStringLiteral(
-        "INSERT INTO Application(id, bundleIdentifier, pathRoot) VALUES(50, 'org.example.Gap', "
-        "100);"
-        "INSERT INTO PathComponent(id, pathLevel, application) VALUES(100, 0, 50);"
-        "INSERT INTO PathComponent(id, value, pathLevel, pathParent) VALUES(101, '/deep', 3, "
-        "100);")));
-    reopen();
-    std::vector<size_t> sizes;
-    for (const auto& level : store().allPathComponentsGroupedByPathLevel())
-        sizes.push_back(level.size());
-    EXPECT_EQ(sizes, (std::vector<size_t>{2, 2, 2, 1}));
-    TRASPathComponent* b = store().lastPathComponentForActivity(onPath(QStringLiteral("/a/b")));
-    TRASPathComponent* root = b->pathParent()->pathParent();
-    EXPECT_EQ(store().allPathComponentsGroupedByPathParent().at(b->pathParent()).size(), 2u);
-    EXPECT_EQ(root->completeSubtree(store().allPathComponentsGroupedByPathParent()).size(), 5u);
-}
-
-TEST_F(AggregationTest, DeletingARangeSavesAndEmptiedNodesGo) {
-    TRASPathComponent* b = record(onPath(QStringLiteral("/a/b")), utc(2024, 3, 5, 10), 900);
-    TRASPathComponent* a = b->pathParent();
-    record(onPath(QStringLiteral("/a/c")), utc(2024, 3, 5, 12), 60);
-    store().save();
-    store().deleteEventsBetweenDate({utc(2024, 3, 5, 12), QDateTime(), {}, {}});
-    EXPECT_EQ(store().sumOfDurationsOfEventsBetweenDate({}), 900);
-    EXPECT_EQ(a->childComponentWithValue(QStringLiteral("/c"), false), nullptr);
-    store().deleteEventsBetweenDate({QDateTime(), QDateTime(), Nodes{b}, {}});
-    EXPECT_EQ(store().sumOfDurationsOfEventsBetweenDate({}), 0);
 }
 
 // The main application reads while the helper saves: neither waits.

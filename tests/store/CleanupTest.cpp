@@ -5,7 +5,6 @@
 #include <cmath>
 
 #include "StoreTestSupport.h"
-#include "store/graph/SqliteDatabase.h"
 
 namespace {
 
@@ -25,9 +24,13 @@ protected:
 };
 
 TEST_F(CleanupTest, EmptiedBranchVanishesOneLevelPerSaveDownToTheRoot) {
-    recordDeepLeaf();
-    context().insert<TRASPathComponent>();               // a node without a place is never written
-    store().deleteEventsBetweenDate(TRASEventFilter{});  // saves
+    TRASPathComponent* b = recordDeepLeaf();
+    record(onPath(QStringLiteral("/a/c")), utc(2024, 3, 5, 12), 60);
+    context().insert<TRASPathComponent>();  // a node without a place is never written
+    store().deleteEventsBetweenDate({utc(2024, 3, 5, 12), QDateTime(), {}, {}});  // saves
+    EXPECT_EQ(store().sumOfDurationsOfEventsBetweenDate({}), 600);
+    EXPECT_EQ(rows("PathComponent"), 3) << "/a/c never reached the file";
+    store().deleteEventsBetweenDate({QDateTime(), QDateTime(), std::vector{b}, {}});
     EXPECT_EQ(rows("HourlyEvent"), 0);
     EXPECT_EQ(rows("PathComponent"), 2) << "the leaf goes, its parent only at the next save";
     for (int save = 0; save < 3; ++save) {

@@ -1,8 +1,7 @@
 // Recording finished intervals: which components, which hours, which
 // application, and input that must neither crash nor corrupt the store;
-// checked by reading the saved file back in another process.
+// checked by reading the saved file back through a connection of its own.
 #include "StoreTestSupport.h"
-#include "store/graph/SqliteDatabase.h"
 
 namespace {
 
@@ -23,7 +22,7 @@ protected:
         if (level) setSetting(QStringLiteral("maxURLTrackingLevel"), *level);
         record(activity, utc(2024, 3, 5, 10, 20), seconds);
         store().save();
-        return dumpInFreshProcess();
+        return readBack();
     }
 };
 
@@ -73,7 +72,8 @@ TEST_F(RecordingTest, FilesTextsAsTheSettingsAndTheBlacklistSay) {
 }
 
 // Nodes are found again by their exact value, also after reopening; what has
-// no application or no valid interval is dropped.
+// no application or no valid interval is dropped; what the user entered by
+// hand goes to its own application.
 TEST_F(StoreTest, AddsRepeatedIntervalsToTheSameHourAndNode) {
     record(onPath(QStringLiteral("/x/y")), utc(2024, 3, 5, 10, 0), 600);
     store().save();
@@ -85,19 +85,14 @@ TEST_F(StoreTest, AddsRepeatedIntervalsToTheSameHourAndNode) {
     store().storeActivity(TRActivity(), utc(2024, 3, 5, 10), utc(2024, 3, 5, 11));
     store().storeActivity(onPath(QStringLiteral("/z")), utc(2024, 3, 5, 11), utc(2024, 3, 5, 10));
     store().storeActivity(onPath(QStringLiteral("/z")), QDateTime(), utc(2024, 3, 5, 10));
-    store().save();
-    EXPECT_EQ(dumpInFreshProcess(), (QStringList{line(10, "|/x|/Y", 5), line(10, "|/x|/y", 960)}));
-}
-
-TEST_F(StoreTest, FilesCustomActivitiesUnderTheirOwnApplication) {
     TRActivity custom;
     custom.setApplication(TRNullApplication());
     custom.setDocumentPath(QStringLiteral("Meeting/Planning"));
     record(custom, utc(2024, 3, 5, 9), 1800);
     store().save();
-    EXPECT_EQ(dumpInFreshProcess(),
-              QStringList{QStringLiteral("info.mallowby.Vorlix.custom-activities|Meeting|/Planning "
-                                         "@2024-03-05T09:00 1800")});
+    EXPECT_EQ(readBack(), (QStringList{"info.mallowby.Vorlix.custom-activities|Meeting|/Planning "
+                                       "@2024-03-05T09:00 1800",
+                                       line(10, "|/x|/Y", 5), line(10, "|/x|/y", 960)}));
     EXPECT_EQ(TRASApplication::customActivitiesApplication(context())->title(),
               QStringLiteral("Custom Activities"));
 }

@@ -1,12 +1,11 @@
 #pragma once
 // The store tests' set-up: a store on a fresh temporary data folder with its
 // own settings file, a fixed clock, a list blacklist, a recording reporter,
-// and the file read back by another process.
+// and the file read back through a connection of its own.
 
 #include <gtest/gtest.h>
 
 #include <QDir>
-#include <QProcess>
 #include <QSettings>
 #include <QTemporaryDir>
 
@@ -16,6 +15,7 @@
 #include "store/activity/TRActivityStore.h"
 #include "store/activity/TRBlacklist.h"
 #include "store/activity/TRStoreReporter.h"
+#include "store/graph/SqliteDatabase.h"
 
 // Readable failure messages for Qt strings.
 inline void PrintTo(const QString& s, std::ostream* os) {
@@ -106,15 +106,26 @@ protected:
         return store().lastPathComponentForActivity(activity);
     }
 
-    // The file as another process reads it: one line per hourly event,
-    // "app|/a|/b @yyyy-MM-ddTHH:mm duration", sorted.
-    QStringList dumpInFreshProcess() {
-        QProcess process;
-        process.start(QStringLiteral(STORE_TEST_HELPER), {QStringLiteral("dump"), databasePath()});
-        EXPECT_TRUE(process.waitForFinished(30000));
-        EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
-        return QString::fromUtf8(process.readAllStandardOutput())
-            .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    // The file as a fresh connection reads it: one line per hourly event,
+    // "app|/a|/b @yyyy-MM-ddTHH:mm seconds" (the root shows as its
+    // application), sorted.
+    QStringList readBack() {
+        SqliteDatabase db;
+        EXPECT_FALSE(db.open(databasePath(), SqliteDatabase::Mode::ReadOnly));
+        auto stmt = db.prepare(QStringLiteral(
+            "WITH RECURSIVE up(event, node, path) AS ("
+            "  SELECT id, lastPathComponent, NULL FROM HourlyEvent UNION ALL"
+            "  SELECT up.event, p.pathParent, COALESCE(a.bundleIdentifier, a.executableName,"
+            "    p.value, '') || COALESCE('|' || up.path, '')"
+            "  FROM up JOIN PathComponent p ON p.id = up.node"
+            "  LEFT JOIN Application a ON a.id = p.application)"
+            "SELECT up.path || strftime(' @%Y-%m-%dT%H:%M ', h.startDate, 'unixepoch')"
+            "  || printf('%g', h.duration) FROM up JOIN HourlyEvent h ON h.id = up.event"
+            " WHERE up.node IS NULL ORDER BY 1"));
+        QStringList lines;
+        while (stmt && stmt->step()) lines.append(stmt->text(0));
+        EXPECT_TRUE(stmt && !stmt->error());
+        return lines;
     }
 
     QTemporaryDir m_dir;

@@ -19,69 +19,50 @@
 
 namespace {
 
-const QDateTime kTen(QDate(2024, 3, 5), QTime(10, 0), Qt::UTC);
-
-class TwoProcessTest : public ::testing::Test {
-protected:
-    void SetUp() override {
-        ASSERT_TRUE(m_dir.isValid());
-        TRActivityStore::Options o;
-        o.dataFolder = m_dir.filePath(QStringLiteral("info.mallowby.Vorlix"));
-        o.bundleIdentifier = QStringLiteral("info.mallowby.Vorlix");
-        o.settings = std::make_shared<TRSettings>(m_dir.filePath(QStringLiteral("x.conf")));
-        o.notificationCenter = std::make_shared<DBusNotificationCenter>();
-        m_store = std::make_unique<TRActivityStore>(o);
-        QObject::connect(m_store.get(), &TRActivityStore::remoteChangesMerged, m_store.get(),
-                         [this] { ++m_merges; });
-        ASSERT_NE(m_store->managedObjectContext(), nullptr);
-    }
-    // The helper process records `seconds` from 10:00 under the components.
-    void record(int seconds, const QStringList& components) {
+TEST(TwoProcessTest, HolderSeesNewNodesAndChangedDurationsWithoutReopening) {
+    QTemporaryDir dir;
+    TRActivityStore::Options o;
+    o.dataFolder = dir.filePath(QStringLiteral("info.mallowby.Vorlix"));
+    o.bundleIdentifier = QStringLiteral("info.mallowby.Vorlix");
+    o.settings = std::make_shared<TRSettings>(dir.filePath(QStringLiteral("x.conf")));
+    o.notificationCenter = std::make_shared<DBusNotificationCenter>();
+    TRActivityStore store(o);
+    int merges = 0;
+    QObject::connect(&store, &TRActivityStore::remoteChangesMerged, &store, [&] { ++merges; });
+    ASSERT_NE(store.managedObjectContext(), nullptr);
+    // The helper process records `seconds` from 10:00 under /a and `leaf`;
+    // then the event loop runs until the merges arrived or five seconds pass.
+    auto record = [&](int seconds, const char* leaf, int mergesAfter) {
         QProcess helper;
         helper.start(
             QStringLiteral(STORE_TEST_HELPER),
-            QStringList{QStringLiteral("record"), m_store->applicationSupportDirectory(),
-                        QStringLiteral("info.mallowby.VorlixHelper"), QString::number(seconds)} +
-                components);
-        ASSERT_TRUE(helper.waitForFinished(15000));
-        ASSERT_EQ(helper.exitCode(), 0) << helper.readAllStandardError().toStdString();
-    }
-    // Runs the event loop until that many merges arrived or five seconds pass.
-    bool waitForMerges(int count) {
+            {QStringLiteral("record"), o.dataFolder, QStringLiteral("info.mallowby.VorlixHelper"),
+             QString::number(seconds), QStringLiteral("/a"), QLatin1String(leaf)});
+        EXPECT_TRUE(helper.waitForFinished(15000));
+        EXPECT_EQ(helper.exitCode(), 0) << helper.readAllStandardError().toStdString();
         QDeadlineTimer deadline(5000);
-        while (m_merges < count && !deadline.hasExpired())
+        while (merges < mergesAfter && !deadline.hasExpired())
             QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-        return m_merges >= count;
-    }
-
-    QTemporaryDir m_dir;
-    std::unique_ptr<TRActivityStore> m_store;
-    int m_merges = 0;
-};
-
-TEST_F(TwoProcessTest, HolderSeesNewNodesAndChangedDurationsWithoutReopening) {
-    record(600, {QStringLiteral("/a"), QStringLiteral("/b")});
-    ASSERT_TRUE(waitForMerges(1));
+        return merges == mergesAfter;
+    };
+    const QDateTime ten(QDate(2024, 3, 5), QTime(10, 0), Qt::UTC);
+    ASSERT_TRUE(record(600, "/b", 1));
     RunningApplication editor;
     editor.bundleIdentifier = QStringLiteral("org.example.Editor");
     TRActivity activity;
     activity.setApplication(editor);
     activity.setPathComponents(QStringList{QStringLiteral("/a"), QStringLiteral("/b")});
-    TRASPathComponent* b = m_store->lastPathComponentForActivity(activity);
-    TRASHourlyEvent* hour = b->hourlyEventWithDate(kTen, false);
+    TRASPathComponent* b = store.lastPathComponentForActivity(activity);
+    TRASHourlyEvent* hour = b->hourlyEventWithDate(ten, false);
     ASSERT_NE(hour, nullptr);
     EXPECT_EQ(hour->durationValue(), 600);
-    TRASPathComponent* a = b->pathParent();
-    ASSERT_EQ(a->children().size(), 1u);
-
-    record(300, {QStringLiteral("/a"), QStringLiteral("/b")});
-    record(60, {QStringLiteral("/a"), QStringLiteral("/c")});
-    ASSERT_TRUE(waitForMerges(3));
+    ASSERT_TRUE(record(300, "/b", 2));
+    ASSERT_TRUE(record(60, "/c", 3));
     EXPECT_EQ(hour->durationValue(), 900);
-    TRASPathComponent* c = a->childComponentWithValue(QStringLiteral("/c"), false);
+    TRASPathComponent* c = b->pathParent()->childComponentWithValue(QStringLiteral("/c"), false);
     ASSERT_NE(c, nullptr);
-    EXPECT_EQ(c->hourlyEventWithDate(kTen, false)->durationValue(), 60);
-    EXPECT_FALSE(m_store->managedObjectContext()->hasChanges());
+    EXPECT_EQ(c->hourlyEventWithDate(ten, false)->durationValue(), 60);
+    EXPECT_FALSE(store.managedObjectContext()->hasChanges());
 }
 
 TEST(DBusNotificationCenterWithoutBus, SendsAndReceivesNothing) {
