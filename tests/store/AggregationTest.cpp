@@ -1,5 +1,5 @@
 // Totals over recorded time, against sums computed here from the recorded
-// intervals; the threshold; a reader beside a save.
+// intervals, and the threshold that hides small totals.
 #include <random>
 
 #include "StoreTestSupport.h"
@@ -113,23 +113,6 @@ TEST_F(AggregationTest, TotalsAndSumsMatchTheRecordedIntervals) {
     EXPECT_TRUE(store().rootPathComponentsWithFilter().empty());
     reopen();
     EXPECT_EQ(store().timeThreshold(), all);
-}
-
-// The main application reads while the helper saves: neither waits.
-TEST_F(AggregationTest, AReaderNeverBlocksASave) {
-    record(onPath(QStringLiteral("/a")), utc(2024, 3, 5, 10), 60);
-    store().save();
-    SqliteDatabase reader;
-    ASSERT_FALSE(reader.open(databasePath(), SqliteDatabase::Mode::ReadOnly));
-    ASSERT_FALSE(reader.exec(QStringLiteral("BEGIN")));
-    EXPECT_EQ(reader.scalarInt(QStringLiteral("SELECT TOTAL(duration) FROM HourlyEvent")), 60);
-    context().database().setBusyTimeout(0);
-    record(onPath(QStringLiteral("/a")), utc(2024, 3, 5, 11), 30);
-    store().save();
-    EXPECT_TRUE(m_reporter->presented.empty());
-    EXPECT_EQ(reader.scalarInt(QStringLiteral("SELECT TOTAL(duration) FROM HourlyEvent")), 60);
-    reader.exec(QStringLiteral("COMMIT"));
-    EXPECT_EQ(reader.scalarInt(QStringLiteral("SELECT TOTAL(duration) FROM HourlyEvent")), 90);
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 // The clean-up rules that run at save, as the file shows them: empty nodes
 // vanish one level per save, zero-length hours vanish, NaN hours stay, roots
-// and their applications stay, applications without a root go; and a failed
-// save loses nothing.
+// and their applications stay, applications without a root go; and saves
+// beside the other program's connection.
 #include <cmath>
 
 #include "StoreTestSupport.h"
@@ -67,22 +67,27 @@ TEST_F(CleanupTest, KeepsOrDropsHoursByTheirDuration) {
         EXPECT_EQ(rows("HourlyEvent"), c.hoursAfter) << "and a second save changes nothing";
         if (!c.hoursAfter) continue;
         reopen();
-        const double read = store()
-                                .lastPathComponentForActivity(onPath(QStringLiteral("/a/b")))
+        const double read = record(onPath(QStringLiteral("/a/b")), utc(2024, 3, 5, 10), 0)
                                 ->hourlyEventWithDate(utc(2024, 3, 5, 10), false)
                                 ->durationValue();
         EXPECT_TRUE(read == c.duration || (std::isnan(read) && std::isnan(c.duration)));
     }
 }
 
-TEST_F(CleanupTest, UnsavedChangesSurviveAFailedSave) {
+// The main application reads while the helper saves, and neither waits; when
+// it writes, our save fails, keeps its changes, and the next save writes them.
+TEST_F(CleanupTest, AReaderNeverBlocksASaveAndAFailedSaveLosesNothing) {
     recordDeepLeaf();
-    // Another connection holds the write lock: our save fails, keeps its
-    // changes, and the next save writes them.
     SqliteDatabase other;
     ASSERT_FALSE(other.open(databasePath()));
-    ASSERT_FALSE(other.exec(QStringLiteral("BEGIN IMMEDIATE")));
+    ASSERT_FALSE(other.exec(QStringLiteral("BEGIN")));
+    EXPECT_EQ(other.scalarInt(QStringLiteral("SELECT TOTAL(duration) FROM HourlyEvent")), 600);
     context().database().setBusyTimeout(0);
+    record(onPath(QStringLiteral("/a/b")), utc(2024, 3, 5, 10, 30), 60);
+    store().save();
+    EXPECT_TRUE(m_reporter->presented.empty());
+    EXPECT_EQ(other.scalarInt(QStringLiteral("SELECT TOTAL(duration) FROM HourlyEvent")), 600);
+    ASSERT_FALSE(other.exec(QStringLiteral("COMMIT; BEGIN IMMEDIATE")));
     record(onPath(QStringLiteral("/a/c")), utc(2024, 3, 5, 11), 300);
     store().save();
     ASSERT_EQ(m_reporter->presented.size(), 1u);
@@ -92,8 +97,8 @@ TEST_F(CleanupTest, UnsavedChangesSurviveAFailedSave) {
         << m_reporter->lines[0].toStdString();
     other.exec(QStringLiteral("ROLLBACK"));
     store().save();
-    EXPECT_EQ(rows("HourlyEvent"), 2);
-    EXPECT_EQ(rows("PathComponent"), 4);
+    EXPECT_EQ(readBack(), (QStringList{"org.example.Editor|/a|/b @2024-03-05T10:00 660",
+                                       "org.example.Editor|/a|/c @2024-03-05T11:00 300"}));
 }
 
 }  // namespace

@@ -13,61 +13,53 @@ QString line(int hour, const char* path, int seconds) {
         .arg(seconds);
 }
 
-class RecordingTest : public StoreTest {
-protected:
-    // Records `seconds` from 10:20 into a fresh store and reads the file back.
-    QStringList recorded(const TRActivity& activity, int seconds, std::optional<int> level = {}) {
-        startAfresh();
-        QFile::remove(settingsPath());
-        if (level) setSetting(QStringLiteral("maxURLTrackingLevel"), *level);
-        record(activity, utc(2024, 3, 5, 10, 20), seconds);
-        store().save();
-        return readBack();
-    }
-};
+using RecordingTest = StoreTest;
 
-TEST_F(RecordingTest, SplitsIntervalsAtClockHours) {
-    const struct {
-        const char* name;
-        int seconds;
-        QStringList expected;
-    } cases[] = {
-        {"half an hour inside one hour", 1800, {line(10, "|/a", 1800)}},
-        {"ending on the hour creates no next hour", 2400, {line(10, "|/a", 2400)}},
-        {"spread over four hours",
-         10200,
-         {line(10, "|/a", 2400), line(11, "|/a", 3600), line(12, "|/a", 3600),
-          line(13, "|/a", 600)}},
-        {"start equal to stop leaves nothing", 0, {}},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        EXPECT_EQ(recorded(onPath(QStringLiteral("/a")), c.seconds), c.expected);
-    }
-}
-
-TEST_F(RecordingTest, FilesTextsAsTheSettingsAndTheBlacklistSay) {
-    const QString https = QStringLiteral("https://www.example.com:8443/a/b/c/d/e/f?x=1");
+TEST_F(RecordingTest, FilesSecondsByHourUnderComponentsAsSettingsAndBlacklistSay) {
+    const TRActivity a = onPath(QStringLiteral("/a"));
+    const TRActivity web = onPath(QStringLiteral("https://www.example.com:8443/a/b/c/d/e/f?x=1"));
     m_blacklist->paths = QStringList{QStringLiteral("/Users")};
     const struct {
         const char* name;
         TRActivity activity;
-        const char* expected;  // nullptr: nothing recorded
-        std::optional<int> level = {};
+        int seconds;
+        QStringList expected;
+        std::optional<int> maxURLTrackingLevel = {};
     } cases[] = {
-        {"web address keeps five levels by default", onPath(https),
-         "|example.com:8443|/a|/b|/c|/d"},
-        {"web address with no level limit", onPath(https),
-         "|example.com:8443|/a|/b|/c|/d|/e|/f|?x=1", -1},
-        {"web address with level 0 goes to the root", onPath(https), "", 0},
-        {"blacklisted path is dropped", onPath(QStringLiteral("/Users/a")), nullptr},
-        {"other paths pass the blacklist", onPath(QStringLiteral("/home/a")), "|/home|/a"},
-        {"no texts go to the root", activityWith([](TRActivity&) {}), ""},
+        {"half an hour inside one hour", a, 1800, {line(10, "|/a", 1800)}},
+        {"ending on the hour creates no next hour", a, 2400, {line(10, "|/a", 2400)}},
+        {"spread over four hours",
+         a,
+         10200,
+         {line(10, "|/a", 2400), line(11, "|/a", 3600), line(12, "|/a", 3600),
+          line(13, "|/a", 600)}},
+        {"start equal to stop leaves nothing", a, 0, {}},
+        {"web address keeps five levels by default",
+         web,
+         60,
+         {line(10, "|example.com:8443|/a|/b|/c|/d", 60)}},
+        {"web address with no level limit",
+         web,
+         60,
+         {line(10, "|example.com:8443|/a|/b|/c|/d|/e|/f|?x=1", 60)},
+         -1},
+        {"web address with level 0 goes to the root", web, 60, {line(10, "", 60)}, 0},
+        {"blacklisted path is dropped", onPath(QStringLiteral("/Users/a")), 60, {}},
+        {"other paths pass the blacklist",
+         onPath(QStringLiteral("/home/a")),
+         60,
+         {line(10, "|/home|/a", 60)}},
+        {"no texts go to the root", activityWith([](TRActivity&) {}), 60, {line(10, "", 60)}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        EXPECT_EQ(recorded(c.activity, 600, c.level),
-                  c.expected ? QStringList{line(10, c.expected, 600)} : QStringList());
+        startAfresh();
+        QFile::remove(settingsPath());
+        if (c.maxURLTrackingLevel)
+            setSetting(QStringLiteral("maxURLTrackingLevel"), *c.maxURLTrackingLevel);
+        record(c.activity, utc(2024, 3, 5, 10, 20), c.seconds);
+        store().save();
+        EXPECT_EQ(readBack(), c.expected);
     }
 }
 
