@@ -10,11 +10,6 @@ namespace {
 
 class CleanupTest : public StoreTest {
 protected:
-    qint64 rows(const char* table) {
-        SqliteDatabase db;
-        if (db.open(databasePath(), SqliteDatabase::Mode::ReadOnly)) return -1;
-        return db.scalarInt(QStringLiteral("SELECT COUNT(*) FROM %1").arg(QLatin1String(table)));
-    }
     // app root -> /a -> /b, with one hour of 600 s on /b, saved.
     TRASPathComponent* recordDeepLeaf() {
         TRASPathComponent* leaf = record(onPath(QStringLiteral("/a/b")), utc(2024, 3, 5, 10), 600);
@@ -29,20 +24,22 @@ TEST_F(CleanupTest, EmptiedBranchVanishesOneLevelPerSaveDownToTheRoot) {
     context().insert<TRASPathComponent>();  // a node without a place is never written
     store().deleteEventsBetweenDate({utc(2024, 3, 5, 12), QDateTime(), {}, {}});  // saves
     EXPECT_EQ(store().sumOfDurationsOfEventsBetweenDate({}), 600);
-    EXPECT_EQ(rows("PathComponent"), 3) << "/a/c never reached the file";
+    EXPECT_EQ(scalar("SELECT COUNT(*) FROM PathComponent"), 3) << "/a/c never reached the file";
     store().deleteEventsBetweenDate({QDateTime(), QDateTime(), std::vector{b}, {}});
-    EXPECT_EQ(rows("HourlyEvent"), 0);
-    EXPECT_EQ(rows("PathComponent"), 2) << "the leaf goes, its parent only at the next save";
+    EXPECT_EQ(scalar("SELECT COUNT(*) FROM HourlyEvent"), 0);
+    EXPECT_EQ(scalar("SELECT COUNT(*) FROM PathComponent"), 2)
+        << "the leaf goes, its parent only at the next save";
     for (int save = 0; save < 3; ++save) {
         SCOPED_TRACE(save);
         store().save();
-        EXPECT_EQ(rows("PathComponent"), 1) << "the root stays";
-        EXPECT_EQ(rows("Application"), 1);
+        EXPECT_EQ(scalar("SELECT COUNT(*) FROM PathComponent"), 1) << "the root stays";
+        EXPECT_EQ(scalar("SELECT COUNT(*) FROM Application"), 1);
     }
     TRASApplication::applicationWithRunningApplication(context(), testApplication(), false)
         ->setPathRoot(nullptr);
     store().save();
-    EXPECT_EQ(rows("Application"), 0) << "an application without a root goes";
+    EXPECT_EQ(scalar("SELECT COUNT(*) FROM Application"), 0)
+        << "an application without a root goes";
 }
 
 TEST_F(CleanupTest, KeepsOrDropsHoursByTheirDuration) {
@@ -64,7 +61,8 @@ TEST_F(CleanupTest, KeepsOrDropsHoursByTheirDuration) {
             ->setDurationValue(c.duration);
         store().save();
         store().save();
-        EXPECT_EQ(rows("HourlyEvent"), c.hoursAfter) << "and a second save changes nothing";
+        EXPECT_EQ(scalar("SELECT COUNT(*) FROM HourlyEvent"), c.hoursAfter)
+            << "and a second save changes nothing";
         if (!c.hoursAfter) continue;
         reopen();
         const double read = record(onPath(QStringLiteral("/a/b")), utc(2024, 3, 5, 10), 0)

@@ -18,7 +18,7 @@ using RecordingTest = StoreTest;
 TEST_F(RecordingTest, FilesSecondsByHourUnderComponentsAsSettingsAndBlacklistSay) {
     const TRActivity a = onPath(QStringLiteral("/a"));
     const TRActivity web = onPath(QStringLiteral("https://www.example.com:8443/a/b/c/d/e/f?x=1"));
-    m_blacklist->paths = QStringList{QStringLiteral("/Users")};
+    m_blacklist->prefix = QStringLiteral("/Users");
     const struct {
         const char* name;
         TRActivity activity;
@@ -145,11 +145,9 @@ TEST_F(StoreTest, TenYearIntervalCreatesOneEventPerHour) {
     const qint64 hours = 87600;
     record(onPath(QStringLiteral("/long")), utc(2030, 1, 1, 0, 30), int(hours * 3600));
     store().save();
-    SqliteDatabase db;
-    ASSERT_FALSE(db.open(databasePath(), SqliteDatabase::Mode::ReadOnly));
-    EXPECT_EQ(db.scalarInt(QStringLiteral("SELECT COUNT(*) FROM HourlyEvent")), hours + 1);
-    EXPECT_EQ(db.scalarInt(QStringLiteral("SELECT SUM(duration) FROM HourlyEvent")), hours * 3600);
-    EXPECT_EQ(db.scalarInt(QStringLiteral("SELECT MAX(duration) FROM HourlyEvent")), 3600);
+    EXPECT_EQ(scalar("SELECT COUNT(*) FROM HourlyEvent"), hours + 1);
+    EXPECT_EQ(scalar("SELECT SUM(duration) FROM HourlyEvent"), hours * 3600);
+    EXPECT_EQ(scalar("SELECT MAX(duration) FROM HourlyEvent"), 3600);
 }
 
 }  // namespace

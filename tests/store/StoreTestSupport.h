@@ -1,6 +1,6 @@
 #pragma once
 // The store tests' set-up: a store on a fresh temporary data folder with its
-// own settings file, a fixed clock, a list blacklist, a recording reporter,
+// own settings file, a fixed clock, a prefix blacklist, a recording reporter,
 // and the file read back through a connection of its own.
 
 #include <gtest/gtest.h>
@@ -33,16 +33,13 @@ public:
     QStringList lines;
 };
 
-// Blacklists the path strings that begin with one of `paths`.
-class ListBlacklist final : public TRBlacklist {
+// Blacklists the path strings that begin with `prefix`.
+class PrefixBlacklist final : public TRBlacklist {
 public:
     bool isBlacklisted(const RunningApplication*, const QString& pathString) override {
-        for (const QString& p : paths) {
-            if (pathString.startsWith(p)) return true;
-        }
-        return false;
+        return !prefix.isEmpty() && pathString.startsWith(prefix);
     }
-    QStringList paths;
+    QString prefix;
 };
 
 inline QDateTime utc(int y, int mo, int d, int h, int mi = 0, int s = 0) {
@@ -106,6 +103,12 @@ protected:
         return store().lastPathComponentForActivity(activity);
     }
 
+    // One number from the file, read through a connection of its own.
+    qint64 scalar(const char* sql) {
+        SqliteDatabase db;
+        if (db.open(databasePath(), SqliteDatabase::Mode::ReadOnly)) return -1;
+        return db.scalarInt(QLatin1String(sql));
+    }
     // The file as a fresh connection reads it: one line per hourly event,
     // "app|/a|/b @yyyy-MM-ddTHH:mm seconds" (the root shows as its
     // application), sorted.
@@ -132,7 +135,7 @@ protected:
     std::shared_ptr<TRSettings> m_settings = std::make_shared<TRSettings>(settingsPath());
     QDateTime m_now = utc(2024, 3, 5, 12);
     std::shared_ptr<RecordingReporter> m_reporter = std::make_shared<RecordingReporter>();
-    std::shared_ptr<ListBlacklist> m_blacklist = std::make_shared<ListBlacklist>();
+    std::shared_ptr<PrefixBlacklist> m_blacklist = std::make_shared<PrefixBlacklist>();
     std::unique_ptr<TRActivityStore> m_store;
     int m_aborts = 0;
 };
