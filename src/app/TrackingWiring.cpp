@@ -49,8 +49,10 @@ public:
     }
     void save() override { TRActivityStore::sharedInstance().save(); }
     bool applescriptTrackingDisabled(const RunningApplication& application) override {
+        TRObjectContext* context = TRActivityStore::sharedInstance().managedObjectContext();
+        if (!context) return false;
         const TRASApplication* stored = TRASApplication::applicationWithRunningApplication(
-            TRActivityStore::sharedInstance(), TRApplicationSlot(application), false);
+            *context, TRApplicationSlot(application), false);
         return stored != nullptr && stored->applescriptTrackingDisabledValue();
     }
 };

@@ -1,51 +1,45 @@
-// The clean-up rules that run at save: empty nodes vanish one level per
-// save, zero-length hours vanish, NaN hours stay, roots and their
-// applications stay, applications without a root go.
+// The clean-up rules that run at save, as the file shows them: empty nodes
+// vanish one level per save, zero-length hours vanish, NaN hours stay, roots
+// and their applications stay, applications without a root go; and saves
+// beside the other program's connection.
 #include <cmath>
 
-#include "store/graph/SqliteDatabase.h"
 #include "StoreTestSupport.h"
 
 namespace {
 
-qint64 rowCount(const QString& file, const QString& table) {
-    SqliteDatabase db;
-    if (db.open(file, SqliteDatabase::Mode::ReadOnly)) return -1;
-    return db.scalarInt(QStringLiteral("SELECT COUNT(*) FROM %1").arg(table));
-}
-
 class CleanupTest : public StoreTest {
 protected:
-    // app root -> /a -> /b, with one hour of 600 s on /b.
+    // app root -> /a -> /b, with one hour of 600 s on /b, saved.
     TRASPathComponent* recordDeepLeaf() {
-        const TRActivity activity =
-            activityWith([](TRActivity& a) { a.setDocumentPath(QStringLiteral("/a/b")); });
-        store().storeActivity(activity, utc(2024, 3, 5, 10), utc(2024, 3, 5, 10, 10));
+        TRASPathComponent* leaf = record(onPath(QStringLiteral("/a/b")), utc(2024, 3, 5, 10), 600);
         store().save();
-        return store().lastPathComponentForActivity(activity);
+        return leaf;
     }
-    qint64 nodes() { return rowCount(databasePath(), QStringLiteral("PathComponent")); }
-    qint64 hours() { return rowCount(databasePath(), QStringLiteral("HourlyEvent")); }
 };
 
-TEST_F(CleanupTest, EmptiedBranchVanishesOneLevelPerSave) {
-    TRASPathComponent* leaf = recordDeepLeaf();
-    ASSERT_EQ(nodes(), 3);
-    // This save deletes the hour, and the leaf that lost it with it.
-    store().deleteEventsBetweenDate(TRASEventFilter{});
-    EXPECT_EQ(hours(), 0);
-    EXPECT_EQ(nodes(), 2) << "the leaf goes, its parent only at the next save";
-    Q_UNUSED(leaf);
-    const struct {
-        const char* name;
-        qint64 nodesAfter;
-    } steps[] = {{"the parent goes", 1}, {"the root stays", 1}, {"still", 1}};
-    for (const auto& step : steps) {
-        SCOPED_TRACE(step.name);
+TEST_F(CleanupTest, EmptiedBranchVanishesOneLevelPerSaveDownToTheRoot) {
+    TRASPathComponent* b = recordDeepLeaf();
+    record(onPath(QStringLiteral("/a/c")), utc(2024, 3, 5, 12), 60);
+    context().insert<TRASPathComponent>();  // a node without a place is never written
+    store().deleteEventsBetweenDate({utc(2024, 3, 5, 12), QDateTime(), {}, {}});  // saves
+    EXPECT_EQ(store().sumOfDurationsOfEventsBetweenDate({}), 600);
+    EXPECT_EQ(scalar("SELECT COUNT(*) FROM PathComponent"), 3) << "/a/c never reached the file";
+    store().deleteEventsBetweenDate({QDateTime(), QDateTime(), std::vector{b}, {}});
+    EXPECT_EQ(scalar("SELECT COUNT(*) FROM HourlyEvent"), 0);
+    EXPECT_EQ(scalar("SELECT COUNT(*) FROM PathComponent"), 2)
+        << "the leaf goes, its parent only at the next save";
+    for (int save = 0; save < 3; ++save) {
+        SCOPED_TRACE(save);
         store().save();
-        EXPECT_EQ(nodes(), step.nodesAfter);
+        EXPECT_EQ(scalar("SELECT COUNT(*) FROM PathComponent"), 1) << "the root stays";
+        EXPECT_EQ(scalar("SELECT COUNT(*) FROM Application"), 1);
     }
-    EXPECT_EQ(rowCount(databasePath(), QStringLiteral("Application")), 1);
+    TRASApplication::applicationWithRunningApplication(context(), testApplication(), false)
+        ->setPathRoot(nullptr);
+    store().save();
+    EXPECT_EQ(scalar("SELECT COUNT(*) FROM Application"), 0)
+        << "an application without a root goes";
 }
 
 TEST_F(CleanupTest, KeepsOrDropsHoursByTheirDuration) {
@@ -56,65 +50,43 @@ TEST_F(CleanupTest, KeepsOrDropsHoursByTheirDuration) {
     } cases[] = {
         {"exactly zero is dropped", 0.0, 0},
         {"a tiny duration stays", 1e-9, 1},
-        {"NaN stays", std::nan(""), 1},
+        {"NaN stays and reads back as NaN", std::nan(""), 1},
         {"negative stays", -5.0, 1},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         startAfresh();
-        TRASPathComponent* leaf = recordDeepLeaf();
-        TRASHourlyEvent* hour = leaf->hourlyEventWithDate(utc(2024, 3, 5, 10, 30), false);
-        ASSERT_NE(hour, nullptr);
-        hour->setDurationValue(c.duration);
+        recordDeepLeaf()
+            ->hourlyEventWithDate(utc(2024, 3, 5, 10), false)
+            ->setDurationValue(c.duration);
         store().save();
-        EXPECT_EQ(hours(), c.hoursAfter);
         store().save();
-        EXPECT_EQ(hours(), c.hoursAfter) << "a second save changes nothing";
+        EXPECT_EQ(scalar("SELECT COUNT(*) FROM HourlyEvent"), c.hoursAfter)
+            << "and a second save changes nothing";
+        if (!c.hoursAfter) continue;
+        reopen();
+        const double read = record(onPath(QStringLiteral("/a/b")), utc(2024, 3, 5, 10), 0)
+                                ->hourlyEventWithDate(utc(2024, 3, 5, 10), false)
+                                ->durationValue();
+        EXPECT_TRUE(read == c.duration || (std::isnan(read) && std::isnan(c.duration)));
     }
 }
 
-TEST_F(CleanupTest, NaNDurationReadsBackAsNaN) {
-    TRASPathComponent* leaf = recordDeepLeaf();
-    leaf->hourlyEventWithDate(utc(2024, 3, 5, 10), false)->setDurationValue(std::nan(""));
-    store().save();
-    reopen();
-    const TRActivity activity =
-        activityWith([](TRActivity& a) { a.setDocumentPath(QStringLiteral("/a/b")); });
-    TRASHourlyEvent* hour = store().lastPathComponentForActivity(activity)->hourlyEventWithDate(
-        utc(2024, 3, 5, 10), false);
-    ASSERT_NE(hour, nullptr);
-    EXPECT_TRUE(std::isnan(hour->durationValue()));
-}
-
-TEST_F(CleanupTest, RootWithoutAnythingSurvivesAndApplicationWithoutRootGoes) {
-    TRASApplication* app = TRASApplication::applicationWithBundleIdentifier(
-        store(), QStringLiteral("org.example.Empty"), QString(), QString(), true);
-    store().save();
-    EXPECT_EQ(nodes(), 1);
-    EXPECT_EQ(rowCount(databasePath(), QStringLiteral("Application")), 1);
-    app->setPathRoot(nullptr);
-    store().save();
-    EXPECT_EQ(rowCount(databasePath(), QStringLiteral("Application")), 0);
-}
-
-TEST_F(CleanupTest, NewNodeWithoutTimeIsNotWritten) {
-    TRASApplication* app = TRASApplication::customActivitiesApplication(store());
-    app->pathRoot()->childComponentWithValue(QStringLiteral("/lonely"), true);
-    store().save();
-    EXPECT_EQ(nodes(), 1);
-}
-
-TEST_F(CleanupTest, UnsavedChangesSurviveAFailedSave) {
+// The main application reads while the helper saves, and neither waits; when
+// it writes, our save fails, keeps its changes, and the next save writes them.
+TEST_F(CleanupTest, AReaderNeverBlocksASaveAndAFailedSaveLosesNothing) {
     recordDeepLeaf();
-    // Another connection holds the write lock: our save fails, keeps its
-    // changes, and the next save writes them.
     SqliteDatabase other;
     ASSERT_FALSE(other.open(databasePath()));
-    ASSERT_FALSE(other.exec(QStringLiteral("BEGIN IMMEDIATE")));
-    store().managedObjectContext()->database().setBusyTimeout(0);
-    const TRActivity activity =
-        activityWith([](TRActivity& a) { a.setDocumentPath(QStringLiteral("/a/c")); });
-    store().storeActivity(activity, utc(2024, 3, 5, 11), utc(2024, 3, 5, 11, 5));
+    ASSERT_FALSE(other.exec(QStringLiteral("BEGIN")));
+    EXPECT_EQ(other.scalarInt(QStringLiteral("SELECT TOTAL(duration) FROM HourlyEvent")), 600);
+    context().database().setBusyTimeout(0);
+    record(onPath(QStringLiteral("/a/b")), utc(2024, 3, 5, 10, 30), 60);
+    store().save();
+    EXPECT_TRUE(m_reporter->presented.empty());
+    EXPECT_EQ(other.scalarInt(QStringLiteral("SELECT TOTAL(duration) FROM HourlyEvent")), 600);
+    ASSERT_FALSE(other.exec(QStringLiteral("COMMIT; BEGIN IMMEDIATE")));
+    record(onPath(QStringLiteral("/a/c")), utc(2024, 3, 5, 11), 300);
     store().save();
     ASSERT_EQ(m_reporter->presented.size(), 1u);
     ASSERT_EQ(m_reporter->lines.size(), 1);
@@ -123,8 +95,8 @@ TEST_F(CleanupTest, UnsavedChangesSurviveAFailedSave) {
         << m_reporter->lines[0].toStdString();
     other.exec(QStringLiteral("ROLLBACK"));
     store().save();
-    EXPECT_EQ(hours(), 2);
-    EXPECT_EQ(nodes(), 4);
+    EXPECT_EQ(readBack(), (QStringList{"org.example.Editor|/a|/b @2024-03-05T10:00 660",
+                                       "org.example.Editor|/a|/c @2024-03-05T11:00 300"}));
 }
 
 }  // namespace

@@ -1,17 +1,13 @@
 #pragma once
-// Shared set-up for the store tests: a store on a fresh temporary data
-// folder with its own settings file, a fixed clock, a switchable blacklist,
-// a recording reporter, and a way to read the file back in another process.
+// The store tests' set-up: a store on a fresh temporary data folder with its
+// own settings file, a fixed clock, a prefix blacklist, a recording reporter,
+// and the file read back through a connection of its own.
 
 #include <gtest/gtest.h>
 
-#include <QCoreApplication>
-#include <QDateTime>
 #include <QDir>
-#include <QProcess>
 #include <QSettings>
 #include <QTemporaryDir>
-#include <memory>
 
 #include "store/activity/TRASApplication.h"
 #include "store/activity/TRASHourlyEvent.h"
@@ -19,15 +15,14 @@
 #include "store/activity/TRActivityStore.h"
 #include "store/activity/TRBlacklist.h"
 #include "store/activity/TRStoreReporter.h"
+#include "store/graph/SqliteDatabase.h"
 
 // Readable failure messages for Qt strings.
 inline void PrintTo(const QString& s, std::ostream* os) {
     *os << '"' << s.toStdString() << '"';
 }
 inline void PrintTo(const QStringList& l, std::ostream* os) {
-    *os << "{";
     for (const QString& s : l) *os << "\n  \"" << s.toStdString() << "\"";
-    *os << "}";
 }
 
 class RecordingReporter final : public TRStoreReporter {
@@ -38,50 +33,40 @@ public:
     QStringList lines;
 };
 
-// Blacklists path strings equal to, or prefixing (followed by the delimiter),
-// one of `paths`, the rule the project store applies.
-class ListBlacklist final : public TRBlacklist {
+// Blacklists the path strings that begin with `prefix`.
+class PrefixBlacklist final : public TRBlacklist {
 public:
     bool isBlacklisted(const RunningApplication*, const QString& pathString) override {
-        for (const QString& p : paths) {
-            if (pathString == p || (pathString + kPathComponentDelimiter).startsWith(p))
-                return true;
-        }
-        return false;
+        return !prefix.isEmpty() && pathString.startsWith(prefix);
     }
-    QStringList paths;
+    QString prefix;
 };
 
 inline QDateTime utc(int y, int mo, int d, int h, int mi = 0, int s = 0) {
     return QDateTime(QDate(y, mo, d), QTime(h, mi, s), Qt::UTC);
 }
 
-inline RunningApplication testApplication(
-    const QString& id = QStringLiteral("org.example.Editor")) {
+inline RunningApplication testApplication() {
     RunningApplication app;
     app.processIdentifier = 42;
-    app.bundleIdentifier = id;
+    app.bundleIdentifier = QStringLiteral("org.example.Editor");
     app.executablePath = QStringLiteral("/usr/bin/editor");
     app.localizedName = QStringLiteral("Editor");
     return app;
 }
 
-inline TRActivity activityWith(const std::function<void(TRActivity&)>& fill,
-                               const RunningApplication& app = testApplication()) {
+inline TRActivity activityWith(const std::function<void(TRActivity&)>& fill) {
     TRActivity activity;
-    activity.setApplication(app);
+    activity.setApplication(testApplication());
     fill(activity);
     return activity;
+}
+inline TRActivity onPath(const QString& path) {
+    return activityWith([&](TRActivity& a) { a.setDocumentPath(path); });
 }
 
 class StoreTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        ASSERT_TRUE(m_dir.isValid());
-        m_reporter = std::make_shared<RecordingReporter>();
-        m_blacklist = std::make_shared<ListBlacklist>();
-    }
-
     QString dataFolder() const { return m_dir.filePath(QStringLiteral("info.mallowby.Vorlix")); }
     QString databasePath() const { return dataFolder() + QStringLiteral("/ActivityStore.db"); }
     QString settingsPath() const { return m_dir.filePath(QStringLiteral("VorlixHelper.conf")); }
@@ -102,34 +87,55 @@ protected:
         o.abortProcess = [this] { ++m_aborts; };
         return o;
     }
-
     TRActivityStore& store() {
         if (!m_store) m_store = std::make_unique<TRActivityStore>(options());
         return *m_store;
     }
+    TRObjectContext& context() { return *store().managedObjectContext(); }
     void reopen() { m_store.reset(); }
     // For table rows: no store open and no file on disk.
     void startAfresh() {
         reopen();
         QDir(dataFolder()).removeRecursively();
     }
+    TRASPathComponent* record(const TRActivity& activity, const QDateTime& start, int seconds) {
+        store().storeActivity(activity, start, start.addSecs(seconds));
+        return store().lastPathComponentForActivity(activity);
+    }
 
-    // The file as another process reads it: one line per hourly event,
-    // "app|/a|/b @yyyy-MM-ddTHH:mm duration", sorted.
-    QStringList dumpInFreshProcess() {
-        QProcess process;
-        process.start(QStringLiteral(STORE_TEST_HELPER), {QStringLiteral("dump"), databasePath()});
-        EXPECT_TRUE(process.waitForFinished(30000));
-        EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
-        return QString::fromUtf8(process.readAllStandardOutput())
-            .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    // One number from the file, read through a connection of its own.
+    qint64 scalar(const char* sql) {
+        SqliteDatabase db;
+        if (db.open(databasePath(), SqliteDatabase::Mode::ReadOnly)) return -1;
+        return db.scalarInt(QLatin1String(sql));
+    }
+    // The file as a fresh connection reads it: one line per hourly event,
+    // "app|/a|/b @yyyy-MM-ddTHH:mm seconds" (the root shows as its
+    // application), sorted.
+    QStringList readBack() {
+        SqliteDatabase db;
+        EXPECT_FALSE(db.open(databasePath(), SqliteDatabase::Mode::ReadOnly));
+        auto stmt = db.prepare(QStringLiteral(
+            "WITH RECURSIVE up(event, node, path) AS ("
+            "  SELECT id, lastPathComponent, NULL FROM HourlyEvent UNION ALL"
+            "  SELECT up.event, p.pathParent, COALESCE(a.bundleIdentifier, a.executableName,"
+            "    p.value, '') || COALESCE('|' || up.path, '')"
+            "  FROM up JOIN PathComponent p ON p.id = up.node"
+            "  LEFT JOIN Application a ON a.id = p.application)"
+            "SELECT up.path || strftime(' @%Y-%m-%dT%H:%M ', h.startDate, 'unixepoch')"
+            "  || printf('%g', h.duration) FROM up JOIN HourlyEvent h ON h.id = up.event"
+            " WHERE up.node IS NULL ORDER BY 1"));
+        QStringList lines;
+        while (stmt && stmt->step()) lines.append(stmt->text(0));
+        EXPECT_TRUE(stmt && !stmt->error());
+        return lines;
     }
 
     QTemporaryDir m_dir;
     std::shared_ptr<TRSettings> m_settings = std::make_shared<TRSettings>(settingsPath());
     QDateTime m_now = utc(2024, 3, 5, 12);
-    std::shared_ptr<RecordingReporter> m_reporter;
-    std::shared_ptr<ListBlacklist> m_blacklist;
+    std::shared_ptr<RecordingReporter> m_reporter = std::make_shared<RecordingReporter>();
+    std::shared_ptr<PrefixBlacklist> m_blacklist = std::make_shared<PrefixBlacklist>();
     std::unique_ptr<TRActivityStore> m_store;
     int m_aborts = 0;
 };

@@ -10,99 +10,59 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 
-#include "platform/linux/DBusNotificationCenter.h"
 #include "core/DateCalculations.h"
 #include "harness/PrivateDBus.h"
+#include "platform/linux/DBusNotificationCenter.h"
 #include "store/activity/TRASHourlyEvent.h"
 #include "store/activity/TRASPathComponent.h"
 #include "store/activity/TRActivityStore.h"
 
 namespace {
 
-const QString kHelper = QStringLiteral("info.mallowby.VorlixHelper");
-const QString kMain = QStringLiteral("info.mallowby.Vorlix");
-
-// Runs the event loop until `done` holds or five seconds pass.
-bool waitFor(const std::function<bool()>& done) {
-    QDeadlineTimer deadline(5000);
-    while (!done() && !deadline.hasExpired())
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-    return done();
-}
-
-class TwoProcessTest : public ::testing::Test {
-protected:
-    void SetUp() override {
-        ASSERT_TRUE(m_dir.isValid());
-        m_center = std::make_shared<DBusNotificationCenter>();
-        TRActivityStore::Options o;
-        o.dataFolder = m_dir.filePath(QStringLiteral("info.mallowby.Vorlix"));
-        o.bundleIdentifier = kMain;
-        o.settings = std::make_shared<TRSettings>(m_dir.filePath(QStringLiteral("VorlixHelper.conf")));
-        o.notificationCenter = m_center;
-        m_store = std::make_unique<TRActivityStore>(o);
-        QObject::connect(m_store.get(), &TRActivityStore::remoteChangesMerged, m_store.get(),
-                         [this] { ++m_merges; });
-        ASSERT_NE(m_store->managedObjectContext(), nullptr);
-    }
-
-    void runHelper(const QStringList& args) {
+TEST(TwoProcessTest, HolderSeesNewNodesAndChangedDurationsWithoutReopening) {
+    QTemporaryDir dir;
+    TRActivityStore::Options o;
+    o.dataFolder = dir.filePath(QStringLiteral("info.mallowby.Vorlix"));
+    o.bundleIdentifier = QStringLiteral("info.mallowby.Vorlix");
+    o.settings = std::make_shared<TRSettings>(dir.filePath(QStringLiteral("x.conf")));
+    o.notificationCenter = std::make_shared<DBusNotificationCenter>();
+    TRActivityStore store(o);
+    int merges = 0;
+    QObject::connect(&store, &TRActivityStore::remoteChangesMerged, &store, [&] { ++merges; });
+    ASSERT_NE(store.managedObjectContext(), nullptr);
+    // The helper process records `seconds` from 10:00 under /a and `leaf`;
+    // then the event loop runs until the merges arrived or five seconds pass.
+    auto record = [&](int seconds, const char* leaf, int mergesAfter) {
         QProcess helper;
-        helper.start(QStringLiteral(STORE_TEST_HELPER), args);
-        ASSERT_TRUE(helper.waitForFinished(15000));
-        ASSERT_EQ(helper.exitCode(), 0) << helper.readAllStandardError().toStdString();
-    }
-    void record(int seconds, const QStringList& components) {
-        runHelper(QStringList{QStringLiteral("record"), m_store->applicationSupportDirectory(),
-                              kHelper, QString::number(seconds)} +
-                  components);
-    }
-    TRASPathComponent* node(const QStringList& components) {
-        TRActivity activity;
-        RunningApplication app;
-        app.bundleIdentifier = QStringLiteral("org.example.Editor");
-        activity.setApplication(app);
-        activity.setPathComponents(components);
-        return m_store->lastPathComponentForActivity(activity);
-    }
-
-    QTemporaryDir m_dir;
-    std::shared_ptr<DBusNotificationCenter> m_center;
-    std::unique_ptr<TRActivityStore> m_store;
-    int m_merges = 0;
-};
-
-TEST_F(TwoProcessTest, HolderSeesNewNodesAndChangedDurationsWithoutReopening) {
-    record(600, {QStringLiteral("/a"), QStringLiteral("/b")});
-    ASSERT_TRUE(waitFor([&] { return m_merges == 1; }));
-    TRASPathComponent* b = node({QStringLiteral("/a"), QStringLiteral("/b")});
-    TRASHourlyEvent* hour =
-        b->hourlyEventWithDate(QDateTime(QDate(2024, 3, 5), QTime(10, 0), Qt::UTC), false);
+        helper.start(
+            QStringLiteral(STORE_TEST_HELPER),
+            {QStringLiteral("record"), o.dataFolder, QStringLiteral("info.mallowby.VorlixHelper"),
+             QString::number(seconds), QStringLiteral("/a"), QLatin1String(leaf)});
+        EXPECT_TRUE(helper.waitForFinished(15000));
+        EXPECT_EQ(helper.exitCode(), 0) << helper.readAllStandardError().toStdString();
+        QDeadlineTimer deadline(5000);
+        while (merges < mergesAfter && !deadline.hasExpired())
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+        return merges == mergesAfter;
+    };
+    const QDateTime ten(QDate(2024, 3, 5), QTime(10, 0), Qt::UTC);
+    ASSERT_TRUE(record(600, "/b", 1));
+    RunningApplication editor;
+    editor.bundleIdentifier = QStringLiteral("org.example.Editor");
+    TRActivity activity;
+    activity.setApplication(editor);
+    activity.setPathComponents(QStringList{QStringLiteral("/a"), QStringLiteral("/b")});
+    TRASPathComponent* b = store.lastPathComponentForActivity(activity);
+    TRASHourlyEvent* hour = b->hourlyEventWithDate(ten, false);
     ASSERT_NE(hour, nullptr);
     EXPECT_EQ(hour->durationValue(), 600);
-    TRASPathComponent* a = b->pathParent();
-    ASSERT_EQ(a->children().size(), 1u);
-
-    record(300, {QStringLiteral("/a"), QStringLiteral("/b")});
-    record(60, {QStringLiteral("/a"), QStringLiteral("/c")});
-    ASSERT_TRUE(waitFor([&] { return m_merges == 3; }));
+    ASSERT_TRUE(record(300, "/b", 2));
+    ASSERT_TRUE(record(60, "/c", 3));
     EXPECT_EQ(hour->durationValue(), 900);
-    EXPECT_EQ(a->children().size(), 2u);
-    TRASPathComponent* c = a->childComponentWithValue(QStringLiteral("/c"), false);
+    TRASPathComponent* c = b->pathParent()->childComponentWithValue(QStringLiteral("/c"), false);
     ASSERT_NE(c, nullptr);
-    EXPECT_EQ(c->hourlyEventWithDate(QDateTime(QDate(2024, 3, 5), QTime(10, 0), Qt::UTC), false)
-                  ->durationValue(),
-              60);
-    EXPECT_FALSE(m_store->managedObjectContext()->hasChanges());
-}
-
-TEST(DBusNotificationCenterWithoutBus, SendsAndReceivesNothing) {
-    DBusNotificationCenter center(QDBusConnection::connectToBus(
-        QStringLiteral("unix:path=/nonexistent/vorlix-bus"), QStringLiteral("vorlix-no-bus")));
-    EXPECT_EQ(center.addObserver(QStringLiteral("Anything"),
-                                 [](const QString&, const QString&, const auto&) {}),
-              -1);
-    center.post(QStringLiteral("Anything"), QStringLiteral("object"), {});  // must not crash
+    EXPECT_EQ(c->hourlyEventWithDate(ten, false)->durationValue(), 60);
+    EXPECT_FALSE(store.managedObjectContext()->hasChanges());
 }
 
 }  // namespace

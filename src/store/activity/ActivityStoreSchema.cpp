@@ -94,10 +94,6 @@ std::optional<TRError> ensureUuid(SqliteDatabase& db, QString* storeUuid) {
 
 }  // namespace
 
-QString versionOneSql() {
-    return versionOne();
-}
-
 std::optional<TRError> prepare(SqliteDatabase& db, QString* storeUuid) {
     db.setBusyTimeout(5000);
     if (auto error = db.exec(QStringLiteral("PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL;")))

@@ -26,7 +26,4 @@ inline constexpr int kCurrentVersion = 2;
 // REQUIRES: an open read-write connection.
 std::optional<TRError> prepare(SqliteDatabase& db, QString* storeUuid);
 
-// The SQL of version 1, kept so tests can write a file of the previous version.
-QString versionOneSql();
-
 }  // namespace ActivityStoreSchema

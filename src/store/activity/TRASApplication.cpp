@@ -5,7 +5,6 @@
 #include "core/TRLocations.h"
 #include "store/activity/TRASIconLookup.h"
 #include "store/activity/TRASPathComponent.h"
-#include "store/activity/TRActivityStore.h"
 #include "store/graph/SqliteDatabase.h"
 #include "store/graph/TRObjectContext.h"
 
@@ -107,19 +106,17 @@ QByteArray TRASApplication::icon(const TRASIconLookup& lookup) {
     return image;
 }
 
-TRASApplication* TRASApplication::applicationWithBundleIdentifier(TRActivityStore& store,
+TRASApplication* TRASApplication::applicationWithBundleIdentifier(TRObjectContext& context,
                                                                   const QString& bundleIdentifier,
                                                                   const QString& executablePath,
                                                                   const QString& title,
                                                                   bool createNewIfNeeded) {
     if (bundleIdentifier.isEmpty() && executablePath.isEmpty() && title.isEmpty()) return nullptr;
-    TRObjectContext* context = store.managedObjectContext();
-    if (!context) return nullptr;
     TRASApplication* app =
-        !bundleIdentifier.isNull() ? fetch(*context, Key::BundleIdentifier, bundleIdentifier)
+        !bundleIdentifier.isNull() ? fetch(context, Key::BundleIdentifier, bundleIdentifier)
         : !executablePath.isNull()
-            ? fetch(*context, Key::ExecutableName, lastPathComponent(executablePath))
-            : fetch(*context, Key::Title, title);
+            ? fetch(context, Key::ExecutableName, lastPathComponent(executablePath))
+            : fetch(context, Key::Title, title);
     if (app) {
         if (app->bundleIdentifier().isEmpty() && !bundleIdentifier.isEmpty())
             app->setBundleIdentifier(bundleIdentifier);
@@ -130,37 +127,37 @@ TRASApplication* TRASApplication::applicationWithBundleIdentifier(TRActivityStor
         return app;
     }
     if (!createNewIfNeeded) return nullptr;
-    app = context->insert<TRASApplication>();
+    app = context.insert<TRASApplication>();
     app->m_bundleIdentifier = bundleIdentifier;
     app->m_executableName = lastPathComponent(executablePath);
     app->m_title = title;
-    app->setPathRoot(context->insert<TRASPathComponent>());
+    app->setPathRoot(context.insert<TRASPathComponent>());
     return app;
 }
 
 TRASApplication* TRASApplication::applicationWithRunningApplication(
-    TRActivityStore& store, const TRApplicationSlot& application, bool createNewIfNeeded) {
+    TRObjectContext& context, const TRApplicationSlot& application, bool createNewIfNeeded) {
     if (const auto* running = std::get_if<RunningApplication>(&application)) {
-        return applicationWithBundleIdentifier(store, running->bundleIdentifier,
+        return applicationWithBundleIdentifier(context, running->bundleIdentifier,
                                                running->executablePath, running->localizedName,
                                                createNewIfNeeded);
     }
     if (std::holds_alternative<TRNullApplication>(application))
-        return customActivitiesApplication(store);
+        return customActivitiesApplication(context);
     return nullptr;
 }
 
 TRASApplication* TRASApplication::applicationWithProjectStoreApplication(
-    TRActivityStore& store, const QString& bundleIdentifier, const QString& executableName,
+    TRObjectContext& context, const QString& bundleIdentifier, const QString& executableName,
     const QString& title) {
     // Creation is always on, whatever the caller would ask: kept as the main
     // application does it.
-    return applicationWithBundleIdentifier(store, bundleIdentifier, executableName, title, true);
+    return applicationWithBundleIdentifier(context, bundleIdentifier, executableName, title, true);
 }
 
-TRASApplication* TRASApplication::customActivitiesApplication(TRActivityStore& store) {
+TRASApplication* TRASApplication::customActivitiesApplication(TRObjectContext& context) {
     return applicationWithBundleIdentifier(
-        store, QString::fromLatin1(kCustomActivitiesBundleIdentifier), QString(),
+        context, QString::fromLatin1(kCustomActivitiesBundleIdentifier), QString(),
         QCoreApplication::translate("TRActivityStore", "Custom Activities"), true);
 }
 

@@ -4,7 +4,7 @@
 // path-component tree (pathRoot).
 //
 // Lookups (by application id, else executable name, else title) go through
-// the store's context and see unsaved changes. Main thread only.
+// the context they are given and see its unsaved changes. Main thread only.
 
 #include <QByteArray>
 #include <QString>
@@ -14,7 +14,6 @@
 #include "store/graph/TRManagedObject.h"
 #include "store/graph/TRToOne.h"
 
-class TRActivityStore;
 class TRASIconLookup;
 class TRASPathComponent;
 class TRObjectContext;
@@ -62,19 +61,19 @@ public:
     // REQUIRES: at least one argument non-empty, else nothing is found.
     // A found application gets what it lacks filled in (the executable as
     // given, full path and all); a new one gets the executable's file name.
-    static TRASApplication* applicationWithBundleIdentifier(TRActivityStore& store,
+    static TRASApplication* applicationWithBundleIdentifier(TRObjectContext& context,
                                                             const QString& bundleIdentifier,
                                                             const QString& executablePath,
                                                             const QString& title,
                                                             bool createNewIfNeeded);
     // A running application by id, executable and name; the null marker gives
     // the custom-activities application; nothing gives nullptr.
-    static TRASApplication* applicationWithRunningApplication(TRActivityStore& store,
+    static TRASApplication* applicationWithRunningApplication(TRObjectContext& context,
                                                               const TRApplicationSlot& application,
                                                               bool createNewIfNeeded);
-    static TRASApplication* customActivitiesApplication(TRActivityStore& store);
+    static TRASApplication* customActivitiesApplication(TRObjectContext& context);
     // For the project store's applications: always creates a missing one.
-    static TRASApplication* applicationWithProjectStoreApplication(TRActivityStore& store,
+    static TRASApplication* applicationWithProjectStoreApplication(TRObjectContext& context,
                                                                    const QString& bundleIdentifier,
                                                                    const QString& executableName,
                                                                    const QString& title);

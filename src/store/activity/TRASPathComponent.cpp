@@ -53,18 +53,6 @@ void TRASPathComponent::awakeFromInsert() {
     m_childrenLoaded = m_hourlyEventsLoaded = m_eventsLoaded = true;
 }
 
-void TRASPathComponent::setValue(const QString& value) {
-    if (m_value == value && m_value.isNull() == value.isNull()) return;
-    m_value = value;
-    didChange(kValue);
-}
-
-void TRASPathComponent::setPathLevelValue(qint16 value) {
-    if (m_pathLevel == value) return;
-    m_pathLevel = value;
-    didChange(kPathLevel);
-}
-
 QDateTime TRASPathComponent::startDateOfChildren() const {
     return dateFromSeconds(m_startDateOfChildren);
 }

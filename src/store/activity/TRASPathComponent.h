@@ -49,9 +49,7 @@ public:
     static std::vector<TRASPathComponent*> fetchAll(TRObjectContext& context);
 
     const QString& value() const { return m_value; }
-    void setValue(const QString& value);
     qint16 pathLevelValue() const { return m_pathLevel; }
-    void setPathLevelValue(qint16 value);
     // Invalid QDateTime when absent.
     QDateTime startDateOfChildren() const;
     QDateTime stopDateOfChildren() const;
@@ -63,12 +61,10 @@ public:
     TRASPathComponent* pathParent();
     // Moves the node between its old and new parent's children.
     void setPathParent(TRASPathComponent* parent);
-    bool isRoot() { return application() != nullptr; }
 
     const std::vector<TRASPathComponent*>& children();
     const std::vector<TRASEvent*>& events();
     const std::multimap<double, TRASHourlyEvent*>& hourlyEvents();
-    bool hasHourlyEvents() { return !hourlyEvents().empty(); }
 
     // Exact, case-sensitive match of the value; a new child gets the value,
     // this node as parent and this level + 1.

@@ -1,12 +1,18 @@
 #pragma once
-// TRActivityStore: the process-wide owner of the activity store.
+// TRActivityStore: the activity store as the rest of the helper sees it.
 //
-// It finds the data folder, opens "ActivityStore.db" there on first use
-// (folder 0700, files 0600, schema created or migrated), owns the one
-// TRObjectContext over the activity store's entities, files each finished activity under its
-// application and path components with its seconds spread over clock hours, saves and announces
-// saves to the main application, merges the main application's saves, and
-// answers the range queries over recorded time.
+// One object per data folder (the helper keeps one for the process:
+// sharedInstance()). It puts four jobs together, each in its own class:
+//  - opening the file (ActivityStoreFile): folder 0700, file 0600, schema
+//    created or migrated, the errors when that fails;
+//  - recording (ActivityStoreRecorder): a finished activity filed under its
+//    application and path components, its seconds spread over clock hours;
+//  - saving and syncing (ActivityStoreSync): one transaction per save,
+//    announced to the main application, whose saves are merged in;
+//  - queries (ActivityStoreQueries): node caches, the filtered aggregation and
+//    the range queries.
+// What is left here is the view state (time threshold, filter days) and the
+// signals.
 //
 // Everything it uses from outside comes in through Options: the clock, the
 // helper's settings, the blacklist, the notification centre, the reporter
@@ -18,41 +24,23 @@
 #include <QDateTime>
 #include <QObject>
 #include <QString>
-#include <QStringList>
 #include <functional>
 #include <memory>
-#include <optional>
-#include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 #include "core/TRActivity.h"
 #include "core/TRSettings.h"
-#include "store/graph/SqliteDatabase.h"
-#include "store/graph/TRObjectContext.h"
+#include "store/activity/ActivityStoreFile.h"
+#include "store/activity/ActivityStoreQueries.h"
+#include "store/activity/ActivityStoreRecorder.h"
+#include "store/activity/ActivityStoreSync.h"
 
 class DistributedNotificationCenter;
-class TRASApplication;
-class TRASHourlyEvent;
 class TRASIconLookup;
 class TRASPathComponent;
 class TRBlacklist;
+class TRObjectContext;
 class TRStoreReporter;
-
-inline constexpr char kDidSaveActivityStoreNotification[] =
-    "VorlixDidSaveActivityStoreNotification";
-inline constexpr char kContextDidSaveDistributedNotification[] =
-    "VorlixActivityStoreManagedObjectContextDidSaveDistributedNotification";
-
-// Which nodes' hourly events a range operation covers. A missing bound or set
-// restricts nothing; an empty include set matches nothing; an empty exclude
-// set excludes nothing.
-struct TRASEventFilter final {
-    QDateTime start;  // invalid: no lower bound (inclusive)
-    QDateTime stop;   // invalid: no upper bound (exclusive)
-    std::optional<std::vector<TRASPathComponent*>> include;
-    std::optional<std::vector<TRASPathComponent*>> exclude;
-};
 
 class TRActivityStore final : public QObject {
     Q_OBJECT
@@ -79,8 +67,7 @@ public:
     QString applicationSupportDirectory() const { return m_options.dataFolder; }
     const QString& bundleIdentifier() const { return m_options.bundleIdentifier; }
     // Opens the store on first use; nullptr when it could not be opened.
-    TRObjectContext* managedObjectContext();
-    bool isOpen() const { return m_context != nullptr; }
+    TRObjectContext* managedObjectContext() { return m_file.context(); }
     QDateTime now() const { return m_options.clock(); }
     // For the nodes' and applications' icon(): where icons come from.
     const TRASIconLookup& iconLookup() const { return *m_options.iconLookup; }
@@ -94,13 +81,17 @@ public:
     void setFirstFilterDay(const QDateTime& day) { m_firstFilterDay = day; }
     void setLastFilterDay(const QDateTime& day) { m_lastFilterDay = day; }
 
-    // Recording (does not save). Dropped: no application, an invalid date, a
-    // start after the stop, a blacklisted activity.
-    void storeActivity(const TRActivity& activity, const QDateTime& start, const QDateTime& stop);
-    TRASPathComponent* lastPathComponentForActivity(const TRActivity& activity);
-    void addActivity(const TRActivity& activity, TRASPathComponent* node, const QDateTime& start,
-                     const QDateTime& stop);
-    static QStringList componentsForPath(const QString& path);
+    // Recording (does not save): see ActivityStoreRecorder.
+    void storeActivity(const TRActivity& activity, const QDateTime& start, const QDateTime& stop) {
+        m_recorder.storeActivity(activity, start, stop);
+    }
+    TRASPathComponent* lastPathComponentForActivity(const TRActivity& activity) {
+        return m_recorder.lastPathComponentForActivity(activity);
+    }
+    void addActivity(const TRActivity&, TRASPathComponent* node, const QDateTime& start,
+                     const QDateTime& stop) {
+        ActivityStoreRecorder::addActivity(node, start, stop);
+    }
 
     // Saving. A failed save is shown and logged; its changes wait for the next.
     void saveWithNotification(bool notify);
@@ -108,23 +99,31 @@ public:
     // Saves only if the store was opened; never opens it.
     void prepareForTermination();
 
-    // Node caches, dropped whenever objects are inserted or deleted.
-    const std::vector<TRASPathComponent*>& allPathComponentsSortedByPathLevel();
-    const std::vector<std::vector<TRASPathComponent*>>& allPathComponentsGroupedByPathLevel();
-    const std::unordered_map<TRASPathComponent*, std::vector<TRASPathComponent*>>&
-    allPathComponentsGroupedByPathParent();
-    void invalidateAllPathComponentsSortedByPathLevelCache();
-
-    // Range queries over hourly events (an event belongs to a range when its
-    // hour begins inside it). Unsaved changes are included.
+    // Node caches and range queries: see ActivityStoreQueries.
+    const std::vector<TRASPathComponent*>& allPathComponentsSortedByPathLevel() {
+        return m_queries.allPathComponentsSortedByPathLevel();
+    }
+    const std::vector<std::vector<TRASPathComponent*>>& allPathComponentsGroupedByPathLevel() {
+        return m_queries.allPathComponentsGroupedByPathLevel();
+    }
+    const ActivityStoreQueries::NodesByParent& allPathComponentsGroupedByPathParent() {
+        return m_queries.allPathComponentsGroupedByPathParent();
+    }
+    void invalidateAllPathComponentsSortedByPathLevelCache() {
+        m_queries.invalidateAllPathComponentsSortedByPathLevelCache();
+    }
     // Sets every node's totalDurationWithFilter; returns how many changed.
     int filterEventsBetweenDate(const TRASEventFilter& filter);
-    double sumOfDurationsOfEventsBetweenDate(const TRASEventFilter& filter);
+    double sumOfDurationsOfEventsBetweenDate(const TRASEventFilter& filter) {
+        return m_queries.sumOfDurationsOfEventsBetweenDate(filter);
+    }
     // Deletes the matching events and saves with notification.
     void deleteEventsBetweenDate(const TRASEventFilter& filter);
-    std::vector<TRASPathComponent*> rootPathComponentsWithFilter();
-    QDateTime startDateOfOldestHourlyEvent();
-    QDateTime startDateOfNewestHourlyEvent();
+    std::vector<TRASPathComponent*> rootPathComponentsWithFilter() {
+        return m_queries.rootPathComponentsWithFilter(m_timeThreshold);
+    }
+    QDateTime startDateOfOldestHourlyEvent() { return m_queries.startDateOfOldestHourlyEvent(); }
+    QDateTime startDateOfNewestHourlyEvent() { return m_queries.startDateOfNewestHourlyEvent(); }
 
 Q_SIGNALS:
     // The in-process form of kDidSaveActivityStoreNotification, for a program
@@ -136,32 +135,15 @@ Q_SIGNALS:
     void remoteChangesMerged();
 
 private:
-    bool open();
-    bool createDataFolder();
-    void receiveRemoteSave(const QString& object, const QMap<QString, QByteArray>& userInfo);
-    void mergeRemoteSave(const QString& object, const QMap<QString, QByteArray>& userInfo);
-    void announceSave(const TRSaveResult& result);
-    QStringList componentsForActivity(const TRActivity& activity);
-    QString filterSql(const TRASEventFilter& filter) const;
-    void addMatchingEventsToTemporaryTotals(const TRASEventFilter& filter,
-                                            const std::vector<TRASPathComponent*>& nodes);
-    static bool coversMostRecordedTime(const TRASEventFilter& filter,
-                                       const std::vector<TRASPathComponent*>& nodes);
-    bool matchesFilter(TRASHourlyEvent* event, const TRASEventFilter& filter) const;
-    std::vector<TRASHourlyEvent*> fetchHourlyEvents(const TRASEventFilter& filter);
-    QDateTime dateForFunctionOnHourlyEvents(const char* function);
+    static Options withDefaults(Options options);
 
     Options m_options;
     double m_timeThreshold = 0;
     QDateTime m_firstFilterDay;
     QDateTime m_lastFilterDay;
-    bool m_openAttempted = false;
-    SqliteDatabase m_db;
-    std::unique_ptr<TRObjectContext> m_context;
-    int m_observerToken = -1;
-
-    std::optional<std::vector<TRASPathComponent*>> m_sortedCache;
-    std::optional<std::vector<std::vector<TRASPathComponent*>>> m_byLevelCache;
-    std::optional<std::unordered_map<TRASPathComponent*, std::vector<TRASPathComponent*>>>
-        m_byParentCache;
+    // Declared in the order they depend on each other: the file first.
+    ActivityStoreFile m_file;
+    ActivityStoreQueries m_queries;
+    ActivityStoreRecorder m_recorder;
+    ActivityStoreSync m_sync;
 };

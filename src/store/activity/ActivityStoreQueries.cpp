@@ -1,13 +1,15 @@
-// Node caches, the filtered aggregation and the range queries over hourly events.
-#include <QSet>
+#include "store/activity/ActivityStoreQueries.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
 
+#include "store/activity/ActivityStoreFile.h"
 #include "store/activity/TRASApplication.h"
 #include "store/activity/TRASHourlyEvent.h"
 #include "store/activity/TRASPathComponent.h"
-#include "store/activity/TRActivityStore.h"
+#include "store/graph/SqliteDatabase.h"
+#include "store/graph/TRObjectContext.h"
 
 namespace {
 
@@ -32,57 +34,8 @@ bool contains(const std::vector<TRASPathComponent*>& nodes, TRASPathComponent* n
     return std::find(nodes.begin(), nodes.end(), node) != nodes.end();
 }
 
-}  // namespace
-
-const std::vector<TRASPathComponent*>& TRActivityStore::allPathComponentsSortedByPathLevel() {
-    if (!m_sortedCache) {
-        TRObjectContext* context = managedObjectContext();
-        std::vector<TRASPathComponent*> nodes;
-        if (context) nodes = TRASPathComponent::fetchAll(*context);
-        std::stable_sort(nodes.begin(), nodes.end(),
-                         [](TRASPathComponent* a, TRASPathComponent* b) {
-                             return a->pathLevelValue() < b->pathLevelValue();
-                         });
-        m_sortedCache = std::move(nodes);
-    }
-    return *m_sortedCache;
-}
-
-const std::vector<std::vector<TRASPathComponent*>>&
-TRActivityStore::allPathComponentsGroupedByPathLevel() {
-    if (!m_byLevelCache) {
-        std::vector<std::vector<TRASPathComponent*>> levels;
-        for (TRASPathComponent* node : allPathComponentsSortedByPathLevel()) {
-            const size_t level = size_t(std::max<qint16>(node->pathLevelValue(), 0));
-            // Levels without nodes (only in hand-made data) get empty groups.
-            while (levels.size() <= level) levels.emplace_back();
-            levels[level].push_back(node);
-        }
-        m_byLevelCache = std::move(levels);
-    }
-    return *m_byLevelCache;
-}
-
-const std::unordered_map<TRASPathComponent*, std::vector<TRASPathComponent*>>&
-TRActivityStore::allPathComponentsGroupedByPathParent() {
-    if (!m_byParentCache) {
-        std::unordered_map<TRASPathComponent*, std::vector<TRASPathComponent*>> byParent;
-        for (TRASPathComponent* node : allPathComponentsSortedByPathLevel()) {
-            if (TRASPathComponent* parent = node->pathParent()) byParent[parent].push_back(node);
-        }
-        m_byParentCache = std::move(byParent);
-    }
-    return *m_byParentCache;
-}
-
-void TRActivityStore::invalidateAllPathComponentsSortedByPathLevelCache() {
-    m_sortedCache.reset();
-    m_byLevelCache.reset();
-    m_byParentCache.reset();
-}
-
 // Closed at the start, open at the end, and only the hour's start counts.
-QString TRActivityStore::filterSql(const TRASEventFilter& filter) const {
+QString filterSql(const TRASEventFilter& filter) {
     QString sql;
     if (filter.start.isValid())
         sql += QStringLiteral(" AND startDate >= ") + number(secondsOf(filter.start));
@@ -95,7 +48,7 @@ QString TRActivityStore::filterSql(const TRASEventFilter& filter) const {
     return sql;
 }
 
-bool TRActivityStore::matchesFilter(TRASHourlyEvent* event, const TRASEventFilter& filter) const {
+bool matchesFilter(TRASHourlyEvent* event, const TRASEventFilter& filter) {
     const double start = event->startDateSeconds();
     if (filter.start.isValid() && !(start >= secondsOf(filter.start))) return false;
     if (filter.stop.isValid() && !(start < secondsOf(filter.stop))) return false;
@@ -109,8 +62,8 @@ bool TRActivityStore::matchesFilter(TRASHourlyEvent* event, const TRASEventFilte
 // Whether the range spans more than a quarter of the time between the
 // roots' earliest start and latest stop (only a choice of index, so stale
 // bounds cost speed, never correctness).
-bool TRActivityStore::coversMostRecordedTime(const TRASEventFilter& filter,
-                                             const std::vector<TRASPathComponent*>& nodes) {
+bool coversMostRecordedTime(const TRASEventFilter& filter,
+                            const std::vector<TRASPathComponent*>& nodes) {
     if (!filter.start.isValid() && !filter.stop.isValid()) return true;
     double first = std::numeric_limits<double>::infinity();
     double last = -first;
@@ -127,17 +80,66 @@ bool TRActivityStore::coversMostRecordedTime(const TRASEventFilter& filter,
     return (to - from) > 0.25 * (last - first);
 }
 
+}  // namespace
+
+const std::vector<TRASPathComponent*>& ActivityStoreQueries::allPathComponentsSortedByPathLevel() {
+    if (!m_sortedCache) {
+        TRObjectContext* context = m_file.context();
+        std::vector<TRASPathComponent*> nodes;
+        if (context) nodes = TRASPathComponent::fetchAll(*context);
+        std::stable_sort(nodes.begin(), nodes.end(),
+                         [](TRASPathComponent* a, TRASPathComponent* b) {
+                             return a->pathLevelValue() < b->pathLevelValue();
+                         });
+        m_sortedCache = std::move(nodes);
+    }
+    return *m_sortedCache;
+}
+
+const std::vector<std::vector<TRASPathComponent*>>&
+ActivityStoreQueries::allPathComponentsGroupedByPathLevel() {
+    if (!m_byLevelCache) {
+        std::vector<std::vector<TRASPathComponent*>> levels;
+        for (TRASPathComponent* node : allPathComponentsSortedByPathLevel()) {
+            const size_t level = size_t(std::max<qint16>(node->pathLevelValue(), 0));
+            // Levels without nodes (only in hand-made data) get empty groups.
+            while (levels.size() <= level) levels.emplace_back();
+            levels[level].push_back(node);
+        }
+        m_byLevelCache = std::move(levels);
+    }
+    return *m_byLevelCache;
+}
+
+const ActivityStoreQueries::NodesByParent&
+ActivityStoreQueries::allPathComponentsGroupedByPathParent() {
+    if (!m_byParentCache) {
+        NodesByParent byParent;
+        for (TRASPathComponent* node : allPathComponentsSortedByPathLevel()) {
+            if (TRASPathComponent* parent = node->pathParent()) byParent[parent].push_back(node);
+        }
+        m_byParentCache = std::move(byParent);
+    }
+    return *m_byParentCache;
+}
+
+void ActivityStoreQueries::invalidateAllPathComponentsSortedByPathLevelCache() {
+    m_sortedCache.reset();
+    m_byLevelCache.reset();
+    m_byParentCache.reset();
+}
+
 // Adds each matching event's seconds to its node's temporary total: the
 // saved rows in one query, then the events with unsaved changes.
-void TRActivityStore::addMatchingEventsToTemporaryTotals(
+void ActivityStoreQueries::addMatchingEventsToTemporaryTotals(
     const TRASEventFilter& filter, const std::vector<TRASPathComponent*>& nodes) {
-    TRObjectContext* context = managedObjectContext();
+    TRObjectContext* context = m_file.context();
     if (!context) return;
     // Summed here rather than by GROUP BY, which would sort a date range
     // first. Over most of the recorded time the node index is faster: it
     // delivers each node's rows together, so a node is looked up once per run.
     const bool byNode = coversMostRecordedTime(filter, nodes);
-    auto stmt = m_db.prepare(
+    auto stmt = context->database().prepare(
         QStringLiteral("SELECT lastPathComponent, duration FROM HourlyEvent%1 WHERE 1")
             .arg(byNode ? QStringLiteral(" INDEXED BY HourlyEvent_lastPathComponent") : QString()) +
         filterSql(filter) + context->changedRowExclusion(TRASHourlyEvent::kEntity));
@@ -162,8 +164,7 @@ void TRActivityStore::addMatchingEventsToTemporaryTotals(
     }
 }
 
-int TRActivityStore::filterEventsBetweenDate(const TRASEventFilter& filter) {
-    Q_EMIT rootPathComponentsWithFilterWillChange();
+int ActivityStoreQueries::filterEventsBetweenDate(const TRASEventFilter& filter) {
     const std::vector<TRASPathComponent*>& nodes = allPathComponentsSortedByPathLevel();
     for (TRASPathComponent* node : nodes) node->setTotalDurationWithFilterTemporaryValue(0);
     addMatchingEventsToTemporaryTotals(filter, nodes);
@@ -181,27 +182,27 @@ int TRActivityStore::filterEventsBetweenDate(const TRASEventFilter& filter) {
             ++changed;
         }
     }
-    Q_EMIT rootPathComponentsWithFilterDidChange();
     return changed;
 }
 
-std::vector<TRASPathComponent*> TRActivityStore::rootPathComponentsWithFilter() {
+std::vector<TRASPathComponent*> ActivityStoreQueries::rootPathComponentsWithFilter(
+    double threshold) {
     std::vector<TRASPathComponent*> roots;
     for (TRASPathComponent* node : allPathComponentsSortedByPathLevel()) {
         if (node->pathLevelValue() == 0 && node->application() &&
-            node->totalDurationWithFilterValue() > m_timeThreshold)
+            node->totalDurationWithFilterValue() > threshold)
             roots.push_back(node);
     }
     return roots;
 }
 
-double TRActivityStore::sumOfDurationsOfEventsBetweenDate(const TRASEventFilter& filter) {
-    TRObjectContext* context = managedObjectContext();
+double ActivityStoreQueries::sumOfDurationsOfEventsBetweenDate(const TRASEventFilter& filter) {
+    TRObjectContext* context = m_file.context();
     if (!context) return 0.0;
     double sum = 0.0;
-    auto stmt =
-        m_db.prepare(QStringLiteral("SELECT TOTAL(duration) FROM HourlyEvent WHERE 1") +
-                     filterSql(filter) + context->changedRowExclusion(TRASHourlyEvent::kEntity));
+    auto stmt = context->database().prepare(
+        QStringLiteral("SELECT TOTAL(duration) FROM HourlyEvent WHERE 1") + filterSql(filter) +
+        context->changedRowExclusion(TRASHourlyEvent::kEntity));
     if (stmt && stmt->step()) sum = stmt->real(0);
     for (TRASHourlyEvent* event : context->liveChangedObjects<TRASHourlyEvent>()) {
         if (matchesFilter(event, filter)) sum += event->durationValue();
@@ -209,14 +210,15 @@ double TRActivityStore::sumOfDurationsOfEventsBetweenDate(const TRASEventFilter&
     return sum;
 }
 
-std::vector<TRASHourlyEvent*> TRActivityStore::fetchHourlyEvents(const TRASEventFilter& filter) {
-    TRObjectContext* context = managedObjectContext();
+std::vector<TRASHourlyEvent*> ActivityStoreQueries::fetchHourlyEvents(
+    const TRASEventFilter& filter) {
+    TRObjectContext* context = m_file.context();
     if (!context) return {};
     // The saved rows, less those with unsaved changes, then the live ones.
     std::vector<TRASHourlyEvent*> events;
-    auto stmt =
-        m_db.prepare(context->selectSql(TRASHourlyEvent::kEntity) + QStringLiteral(" WHERE 1") +
-                     filterSql(filter) + context->changedRowExclusion(TRASHourlyEvent::kEntity));
+    auto stmt = context->database().prepare(context->selectSql(TRASHourlyEvent::kEntity) +
+                                            QStringLiteral(" WHERE 1") + filterSql(filter) +
+                                            context->changedRowExclusion(TRASHourlyEvent::kEntity));
     while (stmt && stmt->step()) {
         auto* event = context->readRow<TRASHourlyEvent>(*stmt);
         if (!event->isDeleted() && !event->isUpdated()) events.push_back(event);
@@ -227,34 +229,27 @@ std::vector<TRASHourlyEvent*> TRActivityStore::fetchHourlyEvents(const TRASEvent
     return events;
 }
 
-void TRActivityStore::deleteEventsBetweenDate(const TRASEventFilter& filter) {
-    TRObjectContext* context = managedObjectContext();
-    if (!context) return;
+bool ActivityStoreQueries::deleteEventsBetweenDate(const TRASEventFilter& filter) {
+    TRObjectContext* context = m_file.context();
+    if (!context) return false;
     for (TRASHourlyEvent* event : fetchHourlyEvents(filter)) context->deleteObject(event);
-    saveWithNotification(true);
+    return true;
 }
 
-QDateTime TRActivityStore::dateForFunctionOnHourlyEvents(const char* function) {
-    TRObjectContext* context = managedObjectContext();
+QDateTime ActivityStoreQueries::startDateOfHourlyEvent(bool oldest) {
+    TRObjectContext* context = m_file.context();
     if (!context) return QDateTime();
-    const bool minimum = qstrcmp(function, "min:") == 0;
     double result = std::nan("");
-    auto stmt = m_db.prepare(QStringLiteral("SELECT %1(startDate) FROM HourlyEvent WHERE 1")
-                                 .arg(minimum ? QLatin1String("MIN") : QLatin1String("MAX")) +
-                             context->changedRowExclusion(TRASHourlyEvent::kEntity));
+    auto stmt =
+        context->database().prepare(QStringLiteral("SELECT %1(startDate) FROM HourlyEvent WHERE 1")
+                                        .arg(oldest ? QLatin1String("MIN") : QLatin1String("MAX")) +
+                                    context->changedRowExclusion(TRASHourlyEvent::kEntity));
     if (stmt && stmt->step()) result = stmt->real(0);
     for (TRASHourlyEvent* event : context->liveChangedObjects<TRASHourlyEvent>()) {
         const double start = event->startDateSeconds();
         if (std::isnan(start)) continue;
-        if (std::isnan(result) || (minimum ? start < result : start > result)) result = start;
+        if (std::isnan(result) || (oldest ? start < result : start > result)) result = start;
     }
     if (std::isnan(result)) return QDateTime();
     return QDateTime::fromMSecsSinceEpoch(qint64(std::llround(result * 1000.0)), Qt::UTC);
-}
-
-QDateTime TRActivityStore::startDateOfOldestHourlyEvent() {
-    return dateForFunctionOnHourlyEvents("min:");
-}
-QDateTime TRActivityStore::startDateOfNewestHourlyEvent() {
-    return dateForFunctionOnHourlyEvents("max:");
 }
