@@ -1,6 +1,7 @@
 #include "app/PlatformObjects.h"
 
 #include "platform/linux/AtspiAccessibility.h"
+#include "platform/linux/LinuxHostNames.h"
 #include "platform/linux/LinuxProcessSource.h"
 #include "platform/linux/LinuxRunningApplications.h"
 #include "platform/linux/XcbWindowSystem.h"
@@ -34,6 +35,7 @@ void onWorker(TRSerialQueue* worker, const std::function<void()>& task) {
 PlatformObjects createPlatformObjects(TRSerialQueue* worker) {
     PlatformObjects objects;
     objects.processes = std::make_unique<LinuxProcessSource>();
+    objects.hostNames = std::make_unique<LinuxHostNames>();
     auto windows = std::make_unique<XcbWindowSystem>();
     if (windows->isAvailable()) {
         objects.runningApplications = std::make_unique<LinuxRunningApplications>(*windows);

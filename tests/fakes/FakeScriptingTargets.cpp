@@ -20,9 +20,15 @@ private:
 QString FakeScriptedApplication::text(const ScriptReference& reference) {
     QStringList steps;
     for (const ScriptStep& step : reference) {
-        steps.append(step.kind == ScriptStep::Kind::Property
-                         ? step.code
-                         : QStringLiteral("%1[%2]").arg(step.code).arg(step.index));
+        switch (step.kind) {
+            case ScriptStep::Kind::Property: steps.append(step.code); break;
+            case ScriptStep::Kind::Element:
+                steps.append(QStringLiteral("%1[%2]").arg(step.code).arg(step.index));
+                break;
+            case ScriptStep::Kind::NamedElement:
+                steps.append(QStringLiteral("%1[\"%2\"]").arg(step.code, step.name));
+                break;
+        }
     }
     return steps.join(QLatin1Char('.'));
 }
@@ -34,8 +40,13 @@ ScriptValue FakeScriptedApplication::referenceTo(const QString& text) {
         if (bracket < 0) {
             reference.push_back(ScriptStep::property(step));
         } else {
-            const int index = step.mid(bracket + 1, step.size() - bracket - 2).toInt();
-            reference.push_back(ScriptStep::element(step.left(bracket), index));
+            const QString inside = step.mid(bracket + 1, step.size() - bracket - 2);
+            if (inside.startsWith(QLatin1Char('"'))) {
+                reference.push_back(
+                    ScriptStep::namedElement(step.left(bracket), inside.mid(1, inside.size() - 2)));
+            } else {
+                reference.push_back(ScriptStep::element(step.left(bracket), inside.toInt()));
+            }
         }
     }
     return ScriptValue{ScriptObjectReference{reference}};

@@ -3,7 +3,8 @@
 //
 // A FakeScriptedApplication answers get requests from a table keyed by the
 // reference written as text: steps joined by ".", a property as its code, an
-// element as code[index] ("pADc", "docu[1]", "cwin[1].docu", "cwin[-1].pnam").
+// element as code[index], a named one as code["name"] ("pADc", "docu[1]",
+// "cwin[1].docu", "cwin[-1].pnam", "docu[\"main.c\"].file"; referenceTo() takes names without ".").
 // Every request is logged in that form, answered or not, so a test can check
 // the order of the questions. Fault switches: setRunning(false) plays an
 // application that has quit; setUnscriptable(true) one that answers every

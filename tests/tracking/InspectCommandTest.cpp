@@ -53,7 +53,7 @@ TEST_F(InspectCommandTest, PrintsWhatWillBeRecordedOnce) {
                                     "pid: 4321\n"
                                     "window title: notes.txt - Mousepad\n"
                                     "document path: file:///home/u/notes.txt\n"
-                                    "extractor: TRGenericInfoExtractor\n"));
+                                    "extractor: TRTitledEditorInfoExtractor\n"));
     EXPECT_TRUE(m_err.isEmpty());
 }
 

@@ -1,5 +1,8 @@
 #include "tracking/bridge/TRDesktopScriptingTargets.h"
 
+#include <QDir>
+#include <QFileInfo>
+
 namespace {
 
 const QString kCurrentDocument = QStringLiteral("pADc");
@@ -9,6 +12,39 @@ const QString kUrl = QStringLiteral("pURL");
 const QString kName = QStringLiteral("pnam");
 
 ScriptValue missing() { return ScriptValue{ScriptMissing{}}; }
+
+// What file managers put after the folder in their window titles: " - Thunar",
+// " — Dolphin", " – Nemo".
+constexpr const char16_t* kTitleSuffixSeparators[] = {u" - ", u" \u2014 ", u" \u2013 "};
+
+// The folder a file manager's window title names with a full path (or one
+// from the home folder, "~/..."): its file URL; null otherwise.
+QString folderUrlFromTitle(const QString& title) {
+    QStringList candidates{title};
+    for (const char16_t* separator : kTitleSuffixSeparators) {
+        const qsizetype at = title.lastIndexOf(QString::fromUtf16(separator));
+        if (at > 0) candidates.append(title.left(at));
+    }
+    for (QString candidate : candidates) {
+        if (candidate == QLatin1String("~")) candidate = QDir::homePath();
+        if (candidate.startsWith(QLatin1String("~/"))) candidate = QDir::homePath() + candidate.mid(1);
+        if (QDir::isAbsolutePath(candidate) && QFileInfo(candidate).isDir()) {
+            return QUrl::fromLocalFile(QDir::cleanPath(candidate)).toString(QUrl::FullyEncoded);
+        }
+    }
+    return {};
+}
+
+// URL 'pURL' of the target 'fvtg' of file-manager window n 'brow': n, or 0.
+int fileManagerWindow(const ScriptReference& reference) {
+    if (reference.size() != 3 || reference[0].kind != ScriptStep::Kind::Element ||
+        reference[0].code != QLatin1String("brow")) {
+        return 0;
+    }
+    if (reference[1] != ScriptStep::property(QStringLiteral("fvtg"))) return 0;
+    if (reference[2] != ScriptStep::property(QStringLiteral("pURL"))) return 0;
+    return reference[0].index;
+}
 
 // Which window a document reference points into: 1 for the application's
 // current document and document 1, n for "document of window n"; 0 when
@@ -37,6 +73,11 @@ public:
 
     ScriptValue get(const ScriptReference& reference) override {
         if (reference.empty()) return missing();
+        if (const int window = fileManagerWindow(reference); window != 0) {
+            const std::optional<QString> name = m_provider.windowName(m_pid, window);
+            const QString folder = name ? folderUrlFromTitle(*name) : QString();
+            return folder.isNull() ? missing() : ScriptValue{folder};
+        }
         if (const int window = documentWindow(reference); window != 0) {
             if (!m_provider.document(m_pid, window)) return missing();
             return ScriptValue{ScriptObjectReference{reference}};

@@ -15,7 +15,12 @@
 //   window n 'cwin'     -> a reference when the application has that many
 //                          top-level windows (1 = the active one, -1 = last)
 //   <window> 'pnam'     -> the window's accessible name
-//   anything else ('ppth', 'file', 'Dpth', 'url ', 'FTPc', ...) -> missing
+//   URL 'pURL' of the target 'fvtg' of file-manager window n 'brow'
+//                       -> the folder window n's name gives with a full path
+//                          ("/srv/www - Thunar", "~/notes"), as a file URL,
+//                          when that folder exists; else missing
+//   anything else ('ppth', 'file', 'Dpth', 'url ', 'FTPc', 'pins', a
+//   terminal's 'titl' and 'Cssn', mail selections, ...) -> missing
 // `isRunning` asks the process source: a process that is gone or has ended
 // is not running.
 //
