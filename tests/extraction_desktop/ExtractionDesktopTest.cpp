@@ -20,6 +20,8 @@
 namespace {
 
 const QString kGeneric = QStringLiteral("TRGenericInfoExtractor");
+const QString kTerminal = QStringLiteral("TRTerminalInfoExtractor");
+const QString kTitledEditor = QStringLiteral("TRTitledEditorInfoExtractor");
 
 const RunningApplication* applicationOf(const Tick& tick) {
     return tick.front ? tick.front->runningApplication() : nullptr;
@@ -65,8 +67,9 @@ TEST(ExtractionOnDesktop, XtermInFrontIsItsApplicationWithTheTitleFromWmName) {
     ASSERT_TRUE(last.completed);
     // xterm has no accessibility tree: the window list's title stays.
     EXPECT_EQ(last.completed->activity.windowTitle(), title);
-    EXPECT_TRUE(last.completed->activity.documentPath().isEmpty());
-    EXPECT_EQ(last.completed->extractor, kGeneric);
+    // No directory in the title: the one session's folder from /proc.
+    EXPECT_TRUE(last.completed->activity.documentPath().startsWith(QStringLiteral("file:///")));
+    EXPECT_EQ(last.completed->extractor, kTerminal);
     g_desktop->stopProgram(pid);
 }
 
@@ -183,7 +186,7 @@ TEST(ExtractionOnDesktop, ProgramWithoutDesktopEntryIsKnownByItsExecutable) {
         EXPECT_EQ(application->localizedName, item.shownName);
         EXPECT_EQ(application->executablePath, program);
         EXPECT_EQ(last.completed->activity.windowTitle(), QStringLiteral("my own terminal"));
-        EXPECT_EQ(last.completed->extractor, kGeneric);
+        EXPECT_EQ(last.completed->extractor, item.id.isNull() ? kGeneric : kTerminal);
         g_desktop->stopProgram(pid);
     }
 }
@@ -221,7 +224,7 @@ TEST(ExtractionOnDesktop, EditorWithAFileOpenHasTheFileInItsWindowTitle) {
         ASSERT_NE(applicationOf(last), nullptr);
         EXPECT_EQ(applicationOf(last)->bundleIdentifier, editor.id);
         EXPECT_EQ(applicationOf(last)->processIdentifier, pid);
-        EXPECT_EQ(last.completed->extractor, kGeneric);
+        EXPECT_EQ(last.completed->extractor, kTitledEditor);
         g_desktop->stopProgram(pid);
     }
 }
@@ -242,7 +245,7 @@ TEST(ExtractionOnDesktop, InspectOncePrintsTheFrontApplicationAndExitsCleanly) {
     for (const QString& line :
          {QStringLiteral("application: XTerm\n"), QStringLiteral("id: debian-xterm\n"),
           QStringLiteral("pid: %1\n").arg(pid), QStringLiteral("window title: inspected\n"),
-          QStringLiteral("extractor: TRGenericInfoExtractor\n")}) {
+          QStringLiteral("extractor: TRTerminalInfoExtractor\n")}) {
         EXPECT_TRUE(out.contains(line)) << qPrintable(line) << " not in:\n" << qPrintable(out);
     }
     // Nothing complains on the way out (GLib reports misuse on stderr).
@@ -316,7 +319,7 @@ TEST(ExtractionOnDesktop, StoppedApplicationNeverHoldsUpCurrentActivityAndDelays
     EXPECT_LT(second.wallMs, 2000);
     // Nothing from the tree: the window list's title stands.
     EXPECT_EQ(first.activity.windowTitle(), title);
-    EXPECT_EQ(first.extractor, kGeneric);
+    EXPECT_EQ(first.extractor, kTitledEditor);
 
     kill(pid_t(pid), SIGCONT);
     EXPECT_TRUE(waitForTick(
