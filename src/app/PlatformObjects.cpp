@@ -17,7 +17,8 @@ namespace {
 void createAccessibilityObjects(PlatformObjects& objects) {
     auto accessibility = std::make_unique<AtspiAccessibilityProvider>();
     objects.scriptingTargets =
-        std::make_unique<TRDesktopScriptingTargets>(*accessibility, *objects.processes);
+        std::make_unique<TRDesktopScriptingTargets>(*accessibility, *objects.processes,
+                                                    accessibility.get());
     objects.accessibility = std::move(accessibility);
 }
 

@@ -211,35 +211,47 @@ TEST(TRScriptedExtractorsTest, XcodeAsksForTheDocumentTheTitleNames) {
     for (const Case& c : cases) run(c);
 }
 
-TEST(TRScriptedExtractorsTest, BridgeReadsAFileManagersFolderFromAFullPathTitle) {
-    class Titles final : public WindowDocumentSource {
+TEST(TRScriptedExtractorsTest, BridgeReadsAFileManagersFolderFromLocationBarOrTitle) {
+    class Windows final : public WindowDocumentSource, public WindowLocationSource {
     public:
         QString title;
+        std::optional<QString> location;
         std::optional<DocumentInfo> document(qint32, int) override { return std::nullopt; }
         std::optional<QString> windowName(qint32, int index) override {
-            if (index != 1) return std::nullopt;
-            return title;
+            return index == 1 ? std::optional<QString>(title) : std::nullopt;
         }
-    } titles;
+        std::optional<QString> locationText(qint32, int index) override {
+            return index == 1 ? location : std::nullopt;
+        }
+    } windows;
     QTemporaryDir dir;
     ASSERT_TRUE(QDir(dir.path()).mkpath(QStringLiteral("a b/c")));
     const QString folder = dir.path() + QStringLiteral("/a b/c");
     const QString url = QUrl::fromLocalFile(folder).toString(QUrl::FullyEncoded);
+    const QString other = QUrl::fromLocalFile(dir.path()).toString(QUrl::FullyEncoded);
     FakeProcessSource processes;
-    TRDesktopScriptingTargets targets(titles, processes);
+    TRDesktopScriptingTargets targets(windows, processes, &windows);
     const struct {
+        const char* name;
+        std::optional<QString> location;
         QString title;
         QString want;  // null: missing
     } cases[] = {
-        {folder + QStringLiteral(" - Thunar"), url},
-        {folder + QStringLiteral(" \u2014 Dolphin"), url},
-        {folder, url},
-        {QStringLiteral("c - Thunar"), QString()},
-        {dir.path() + QStringLiteral("/missing - Thunar"), QString()},
+        {"full path in the title", std::nullopt, folder + QStringLiteral(" - Thunar"), url},
+        {"with an em dash", std::nullopt, folder + QStringLiteral(" \u2014 Dolphin"), url},
+        {"the title is the path", std::nullopt, folder, url},
+        {"only the folder's name", std::nullopt, QStringLiteral("c - Thunar"), QString()},
+        {"a folder that does not exist", std::nullopt, dir.path() + QStringLiteral("/gone - Thunar"), QString()},
+        {"the location bar wins over the title", folder + QStringLiteral("/"), dir.path(), url},
+        {"a file URL in the location bar", url, QStringLiteral("c - Thunar"), url},
+        {"a remote folder", QStringLiteral("sftp://ann@far-host/srv/www"), QStringLiteral("www"),
+         QStringLiteral("sftp://ann@far-host/srv/www")},
+        {"half-typed: the title", folder + QStringLiteral("/ph"), dir.path(), other},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.title.toStdString());
-        titles.title = c.title;
+        SCOPED_TRACE(c.name);
+        windows.title = c.title;
+        windows.location = c.location;
         const ScriptValue value = targets.targetForProcess(kPid)->get(
             {ScriptStep::element(QStringLiteral("brow"), 1),
              ScriptStep::property(QStringLiteral("fvtg")), ScriptStep::property(QStringLiteral("pURL"))});

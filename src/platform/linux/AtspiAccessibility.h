@@ -43,9 +43,11 @@
 
 #include "platform/AccessibilityElement.h"
 #include "platform/WindowDocumentSource.h"
+#include "platform/WindowLocationSource.h"
 
 class AtspiAccessibilityProvider final : public AccessibilityProvider,
-                                         public WindowDocumentSource {
+                                         public WindowDocumentSource,
+                                         public WindowLocationSource {
 public:
     AtspiAccessibilityProvider();
     ~AtspiAccessibilityProvider() override;
@@ -63,6 +65,10 @@ public:
     // window's accessible name.
     std::optional<DocumentInfo> document(qint32 processIdentifier, int windowIndex) override;
     std::optional<QString> windowName(qint32 processIdentifier, int windowIndex) override;
+
+    // For file managers: the first showing text field of the window's tool
+    // bars (Thunar's and PCManFM's location bar).
+    std::optional<QString> locationText(qint32 processIdentifier, int windowIndex) override;
 
     struct Session;
 

@@ -1,6 +1,7 @@
 #include <QFile>
 #include <QLoggingCategory>
 #include <deque>
+#include <tuple>
 
 #include "platform/linux/AtspiSession.h"
 
@@ -271,4 +272,48 @@ std::optional<AXRect> AtspiQuery::extents(AtspiAccessible* object) {
     const AXRect result{double(rect->x), double(rect->y), double(rect->width), double(rect->height)};
     g_free(rect);
     return result;
+}
+
+// A file manager's location bar: a text field in a tool bar. Walks the
+// window breadth-first to its tool bars, then each tool bar for a showing
+// text field, within the document walk's bounds.
+std::optional<QString> AtspiQuery::toolBarText(AtspiAccessible* window) {
+    std::deque<std::tuple<AccessiblePtr, int, bool>> queue;  // node, depth, inside a tool bar
+    queue.emplace_back(retainAccessible(window), 0, false);
+    int visited = 0;
+    while (!queue.empty() && visited < kMaxWalkNodes && responsive()) {
+        auto [node, depth, inToolBar] = std::move(queue.front());
+        queue.pop_front();
+        const int count = std::min(childCount(node.get()), kMaxChildrenPerNode);
+        for (int i = 0; i < count && responsive(); ++i, ++visited) {
+            AccessiblePtr next = child(node.get(), i);
+            if (!next) continue;
+            const std::optional<AtspiRole> nextRole = role(next.get());
+            if (!nextRole) continue;
+            const bool text = *nextRole == ATSPI_ROLE_TEXT || *nextRole == ATSPI_ROLE_ENTRY;
+            if (inToolBar && text && hasState(next.get(), ATSPI_STATE_SHOWING)) {
+                GRef<AtspiText> iface(atspi_accessible_get_text_iface(next.get()));
+                if (!iface) continue;
+                QElapsedTimer timer;
+                timer.start();
+                GError* error = nullptr;
+                gchar* contents = atspi_text_get_text(iface.get(), 0, -1, &error);
+                const bool failed = error != nullptr || contents == nullptr;
+                noteCall(timer, error);
+                if (failed) {
+                    g_free(contents);
+                    continue;
+                }
+                return takeString(contents);
+            }
+            // Views (tables, lists, documents) are not entered: their cells
+            // are text too, and there are many.
+            const bool toolBar = inToolBar || *nextRole == ATSPI_ROLE_TOOL_BAR;
+            const bool container = *nextRole == ATSPI_ROLE_PANEL || *nextRole == ATSPI_ROLE_FILLER ||
+                                   *nextRole == ATSPI_ROLE_TOOL_BAR ||
+                                   *nextRole == ATSPI_ROLE_MENU_BAR || *nextRole == ATSPI_ROLE_SPLIT_PANE;
+            if (container && depth + 1 < kMaxWalkDepth) queue.emplace_back(std::move(next), depth + 1, toolBar);
+        }
+    }
+    return std::nullopt;
 }

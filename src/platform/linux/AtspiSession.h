@@ -70,6 +70,9 @@ public:
     bool isSheet(AtspiAccessible* window);
     // The document shown in a window, or nullptr; bounded in depth and count.
     AccessiblePtr findDocument(AtspiAccessible* window);
+    // The text of the first showing text field inside a tool bar of the
+    // window; bounded like the document walk.
+    std::optional<QString> toolBarText(AtspiAccessible* window);
     // "DocURL", else "URI"; nullopt when the object is not a document.
     std::optional<QString> documentAddress(AtspiAccessible* document);
     // Position and size on the screen (the Component interface).
