@@ -113,11 +113,11 @@ QString describe(const std::vector<StoredPath>& paths) {
 
 // The editor's title is "PATH - Mousepad": a title that starts with "/" is
 // cut like a path, at each "/".
-QStringList editorComponents(const QString& document) {
+// A file or folder as stored: one component per path segment.
+QStringList pathComponents(const QString& path) {
     QStringList components;
-    for (const QString& part : document.split(QLatin1Char('/'), Qt::SkipEmptyParts))
+    for (const QString& part : path.split(QLatin1Char('/'), Qt::SkipEmptyParts))
         components.append(QLatin1Char('/') + part);
-    components.last() += QStringLiteral(" - Mousepad");
     return components;
 }
 
@@ -260,9 +260,13 @@ TEST_F(EndToEndTrackingTest, RecordsEachApplicationsPathAndTimeAndNothingWhileId
         file.write("first step\n");
     }
     // All three start together: the browser is the slow one.
+    // The title names no folder: the terminal's one session's folder counts.
+    const QString buildFolder = g_desktop->stateDir() + QStringLiteral("/builds/nightly");
+    QDir().mkpath(buildFolder);
     const qint64 terminalPid = g_desktop->startXterm(
         {QStringLiteral("-T"), QStringLiteral("Build log - nightly"), QStringLiteral("-e"),
-         QStringLiteral("sleep"), QStringLiteral("600")});
+         QStringLiteral("sh"), QStringLiteral("-c"), QStringLiteral("cd \"$0\" && exec sleep 600"),
+         buildFolder});
     const qint64 browserPid = g_desktop->startChromium(page.toString());
     const qint64 editorPid = g_desktop->startMousepad(document);
     const auto terminal = startAndWait(terminalPid);
@@ -348,8 +352,7 @@ TEST_F(EndToEndTrackingTest, RecordsEachApplicationsPathAndTimeAndNothingWhileId
     } expected[] = {
         {"terminal (two phases)",
          QStringLiteral("debian-xterm"),
-         // Titles are cut at "-"; the space after a separator is dropped.
-         {QStringLiteral("Build log "), QStringLiteral("-nightly")},
+         pathComponents(buildFolder),
          (toBrowser - started) + (lastInput - backToTerminal)},
         {"browser",
          QStringLiteral("chromium"),
@@ -361,7 +364,7 @@ TEST_F(EndToEndTrackingTest, RecordsEachApplicationsPathAndTimeAndNothingWhileId
          // meanwhile (a fault of the extraction, not of the loop): that time
          // is the page's too.
          {QStringLiteral("Yearly summary "), QStringLiteral("-Chromium")}},
-        {"editor", QStringLiteral("org.xfce.mousepad"), editorComponents(document),
+        {"editor", QStringLiteral("org.xfce.mousepad"), pathComponents(document),
          backToTerminal - toEditor},
     };
     double total = 0;

@@ -78,8 +78,9 @@ TEST(ScriptedExtractionOnDesktop, TabbedTerminalFollowsTheSelectedTab) {
     const qint64 pid = startInFront([&] {
         return g_desktop->startProgram(
             QStringLiteral("xfce4-terminal"),
-            {QStringLiteral("--disable-server"), QStringLiteral("--window"),
-             QStringLiteral("--working-directory=") + left, QStringLiteral("-e"), kTitledShell,
+            // Options before the first "--tab" are the first tab's; "--window"
+            // would open a second window beside the first.
+            {QStringLiteral("--disable-server"), QStringLiteral("--working-directory=") + left, QStringLiteral("-e"), kTitledShell,
              QStringLiteral("--tab"), QStringLiteral("--working-directory=") + right,
              QStringLiteral("-e"), kTitledShell});
     });
