@@ -13,8 +13,9 @@
 //   "AXDocument"          the "DocURL" (Firefox, document viewers) or "URI"
 //                         (Chromium) document attribute of the window's
 //                         document: the targets of its EMBEDS relation first,
-//                         else the first descendant implementing Document in a
-//                         bounded breadth-first walk
+//                         else the first descendant implementing Document:
+//                         one Collection request, or a bounded breadth-first
+//                         walk where the application offers no Collection
 //   "AXRole"              "AXApplication"; "AXWindow" for frames and windows;
 //                         "AXSheet" for a modal dialog or file chooser, or an
 //                         alert
