@@ -3,8 +3,9 @@
 // main thread and the worker step (callInfoExtractorForActivity: the
 // accessibility tree, then the extractor) on one worker thread, as the
 // tracking loop runs them. Starts its own disposable desktop; measures with
-// an xterm in front (no accessibility tree) and with Chromium on a local
-// page in front (the page address comes from the tree).
+// an xterm in front (no accessibility tree; its folder from /proc), Thunar on
+// a folder (the location bar from the tree) and Chromium on a local page in
+// front (the page address comes from the tree).
 //
 // Prints "name: value unit" lines, medians over `--samples` ticks (default
 // 30) spaced `--spacing-ms` apart (default 1000, as the helper ticks): back
@@ -127,7 +128,24 @@ bool bringToFront(DisposableDesktop& desktop, qint64 pid) {
 int runBench(DisposableDesktop& desktop, TRSerialQueue& worker, const Options& options) {
     const qint64 xterm = desktop.startXterm(QStringLiteral("bench"));
     if (!bringToFront(desktop, xterm)) return 1;
+    // The terminal extractor: no directory in the title "bench", so the one
+    // shell's working directory from /proc.
     measureTicks(QStringLiteral("xterm"), worker, options);
+
+    // The file manager extractor: Thunar's location bar from the tree.
+    if (DisposableDesktop::missingTool({QStringLiteral("thunar")}).isEmpty()) {
+        const QString folder = desktop.stateDir() + QStringLiteral("/home/bench/folder");
+        QDir().mkpath(folder);
+        const qint64 thunar = desktop.startProgram(QStringLiteral("thunar"), {folder});
+        if (!bringToFront(desktop, thunar)) return 1;
+        const QString want = QUrl::fromLocalFile(folder).toString(QUrl::FullyEncoded);
+        if (!DisposableDesktop::waitUntil([&] { return documentPathNow(worker) == want; }, 30000, 200)) {
+            std::fprintf(stderr, "the file manager's folder never arrived\n");
+            return 1;
+        }
+        measureTicks(QStringLiteral("thunar"), worker, options);
+        desktop.stopProgram(thunar);
+    }
 
     const QString url = servePage(desktop);
     const qint64 chromium = desktop.startChromium(url);

@@ -1,6 +1,7 @@
 #include "app/PlatformObjects.h"
 
 #include "platform/linux/AtspiAccessibility.h"
+#include "platform/linux/LinuxHostNames.h"
 #include "platform/linux/LinuxProcessSource.h"
 #include "platform/linux/LinuxRunningApplications.h"
 #include "platform/linux/XcbWindowSystem.h"
@@ -16,7 +17,8 @@ namespace {
 void createAccessibilityObjects(PlatformObjects& objects, DialogOwnerSource* dialogOwners) {
     auto accessibility = std::make_unique<AtspiAccessibilityProvider>(dialogOwners);
     objects.scriptingTargets =
-        std::make_unique<TRDesktopScriptingTargets>(*accessibility, *objects.processes);
+        std::make_unique<TRDesktopScriptingTargets>(*accessibility, *objects.processes,
+                                                    accessibility.get());
     objects.accessibility = std::move(accessibility);
 }
 
@@ -34,6 +36,7 @@ void onWorker(TRSerialQueue* worker, const std::function<void()>& task) {
 PlatformObjects createPlatformObjects(TRSerialQueue* worker) {
     PlatformObjects objects;
     objects.processes = std::make_unique<LinuxProcessSource>();
+    objects.hostNames = std::make_unique<LinuxHostNames>();
     auto windows = std::make_unique<XcbWindowSystem>();
     DialogOwnerSource* dialogOwners = nullptr;
     if (windows->isAvailable()) {

@@ -12,6 +12,7 @@
 #include <memory>
 
 #include "platform/AccessibilityElement.h"
+#include "platform/LocalHostNames.h"
 #include "platform/ProcessSource.h"
 #include "platform/RunningApplications.h"
 #include "tracking/bridge/ScriptingTarget.h"
@@ -23,11 +24,12 @@ struct PlatformObjects final {
     std::unique_ptr<RunningApplications> runningApplications;
     std::unique_ptr<AccessibilityProvider> accessibility;
     std::unique_ptr<ProcessSource> processes;
+    std::unique_ptr<LocalHostNames> hostNames;
     std::unique_ptr<ScriptingTargets> scriptingTargets;  // over accessibility and processes
 
     TRExtractionContext context() const {
         return {windowSystem.get(), runningApplications.get(), accessibility.get(),
-                scriptingTargets.get(), processes.get()};
+                scriptingTargets.get(), processes.get(), hostNames.get()};
     }
 };
 

@@ -10,6 +10,7 @@
 
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 class ProcessSource {
 public:
@@ -21,6 +22,9 @@ public:
     virtual QString executablePath(qint32 processIdentifier) = 0;
     // The process's current working directory; null when unreadable.
     virtual QString workingDirectory(qint32 processIdentifier) = 0;
+    // The command line: program and arguments as the process was started;
+    // empty when unreadable.
+    virtual QStringList arguments(qint32 processIdentifier) = 0;
     // The process's direct children, oldest first; empty when unreadable.
     virtual QList<qint32> children(qint32 processIdentifier) = 0;
     // The foreground process group of the terminal the process is attached

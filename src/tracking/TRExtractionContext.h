@@ -10,9 +10,10 @@
 // Which thread uses which object:
 //   windowSystem, runningApplications  -> main thread (currentActivity)
 //   accessibility, scriptingTargets    -> tracking worker (extractors)
-//   processes                          -> any
+//   processes, hostNames               -> any
 
 class AccessibilityProvider;
+class LocalHostNames;
 class ProcessSource;
 class RunningApplications;
 class ScriptingTargets;
@@ -24,4 +25,5 @@ struct TRExtractionContext final {
     AccessibilityProvider* accessibility = nullptr;
     ScriptingTargets* scriptingTargets = nullptr;
     ProcessSource* processes = nullptr;
+    LocalHostNames* hostNames = nullptr;
 };

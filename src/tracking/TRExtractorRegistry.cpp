@@ -2,6 +2,16 @@
 
 #include "tracking/TRApplicationInfoExtractor.h"
 #include "tracking/TRDummyInfoExtractor.h"
+// Mail, file managers, terminals, editors and notes.
+#include "tracking/TRCodaInfoExtractor.h"
+#include "tracking/TREvernoteInfoExtractor.h"
+#include "tracking/TRFinderInfoExtractor.h"
+#include "tracking/TRMailInfoExtractor.h"
+#include "tracking/TRMarsEditInfoExtractor.h"
+#include "tracking/TRPostboxInfoExtractor.h"
+#include "tracking/TRTerminalInfoExtractor.h"
+#include "tracking/TRTitledEditorInfoExtractor.h"
+#include "tracking/TRXcodeInfoExtractor.h"
 
 void TRExtractorRegistry::addApplicationInfoExtractor(const TRApplicationInfoExtractor* extractor,
                                                       const QString& bundleIdentifier) {
@@ -32,6 +42,16 @@ std::span<const TRApplicationInfoExtractor* const> TRExtractorRegistry::builtExt
     // A new extractor class joins here; its table entries then stop waiting.
     static const TRApplicationInfoExtractor* const kBuilt[] = {
         &TRDummyInfoExtractor::instance(),
+        // Mail, file managers, terminals, editors and notes.
+        &TRMailInfoExtractor::instance(),
+        &TRPostboxInfoExtractor::instance(),
+        &TRFinderInfoExtractor::instance(),
+        &TRTerminalInfoExtractor::instance(),
+        &TRXcodeInfoExtractor::instance(),
+        &TREvernoteInfoExtractor::instance(),
+        &TRMarsEditInfoExtractor::instance(),
+        &TRCodaInfoExtractor::instance(),
+        &TRTitledEditorInfoExtractor::instance(),
     };
     return kBuilt;
 }

@@ -8,10 +8,8 @@ namespace {
 constexpr Origin O = Origin::Original;
 constexpr Origin L = Origin::Linux;
 
-// Extractor classes by name. Only TRDummyInfoExtractor exists today; the
-// browser extractors (Safari, Chrome, Opera) and the other scripted
-// extractors (Mail, Postbox, Finder, Terminal, Xcode, Evernote, MarsEdit,
-// Coda) arrive with their own issues, and their entries wait until then.
+// Extractor classes by name. An entry waits until its class is built (see
+// TRExtractorRegistry::builtExtractors()).
 constexpr char kSafari[] = "TRSafariInfoExtractor";
 constexpr char kChrome[] = "TRChromeInfoExtractor";
 constexpr char kOpera[] = "TROperaInfoExtractor";
@@ -24,6 +22,8 @@ constexpr char kEvernote[] = "TREvernoteInfoExtractor";
 constexpr char kMarsEdit[] = "TRMarsEditInfoExtractor";
 constexpr char kCoda[] = "TRCodaInfoExtractor";
 constexpr char kDummy[] = "TRDummyInfoExtractor";
+// Linux only: the editors that name their file in the window title.
+constexpr char kTitledEditor[] = "TRTitledEditorInfoExtractor";
 
 constexpr RegistryEntry kRegistry[] = {
     {"com.apple.Safari", kSafari, O},
@@ -84,6 +84,30 @@ constexpr RegistryEntry kRegistry[] = {
     {"kitty", kTerminal, L},
     {"Alacritty", kTerminal, L},
     {"rxvt-unicode", kTerminal, L},
+    {"org.wezfurlong.wezterm", kTerminal, L},
+    // Editors and IDEs whose window title names the file.
+    {"org.gnome.gedit", kTitledEditor, L},
+    {"gedit", kTitledEditor, L},
+    {"org.xfce.mousepad", kTitledEditor, L},
+    {"mousepad", kTitledEditor, L},
+    {"org.kde.kate", kTitledEditor, L},
+    {"org.kde.kwrite", kTitledEditor, L},
+    {"org.gnome.TextEditor", kTitledEditor, L},
+    {"code", kTitledEditor, L},
+    {"code-oss", kTitledEditor, L},
+    {"com.visualstudio.code", kTitledEditor, L},
+    {"codium", kTitledEditor, L},
+    {"com.vscodium.codium", kTitledEditor, L},
+    {"geany", kTitledEditor, L},
+    {"org.geany.Geany", kTitledEditor, L},
+    {"jetbrains-idea", kTitledEditor, L},
+    {"jetbrains-idea-ce", kTitledEditor, L},
+    {"jetbrains-pycharm", kTitledEditor, L},
+    {"jetbrains-pycharm-ce", kTitledEditor, L},
+    {"jetbrains-clion", kTitledEditor, L},
+    {"jetbrains-goland", kTitledEditor, L},
+    {"com.jetbrains.IntelliJ-IDEA-Community", kTitledEditor, L},
+    {"com.jetbrains.PyCharm-Community", kTitledEditor, L},
     // The full-screen media centre.
     {"kodi", kDummy, L},
     {"tv.kodi.Kodi", kDummy, L},

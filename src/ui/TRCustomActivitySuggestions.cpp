@@ -12,7 +12,7 @@
 QStringList customActivityTypeSuggestions(TRActivityStore& store) {
     QStringList suggestions;
     if (store.managedObjectContext() == nullptr) return suggestions;
-    TRASApplication* application = TRASApplication::customActivitiesApplication(store);
+    TRASApplication* application = TRASApplication::customActivitiesApplication(*store.managedObjectContext());
     TRASPathComponent* root = application ? application->pathRoot() : nullptr;
     if (root == nullptr) return suggestions;
     for (TRASPathComponent* node : root->completeSubtree(store.allPathComponentsGroupedByPathParent())) {

@@ -14,6 +14,7 @@
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QDir>
 #include <QFile>
 #include <QProcess>
 #include <QThread>
@@ -87,13 +88,11 @@ QString describe(const std::vector<StoredPath>& paths) {
     return text;
 }
 
-// The editor's title is "PATH - Mousepad": a title that starts with "/" is
-// cut like a path, at each "/".
-QStringList editorComponents(const QString& document) {
+// A file or folder as stored: one component per path segment.
+QStringList pathComponents(const QString& path) {
     QStringList components;
-    for (const QString& part : document.split(QLatin1Char('/'), Qt::SkipEmptyParts))
+    for (const QString& part : path.split(QLatin1Char('/'), Qt::SkipEmptyParts))
         components.append(QLatin1Char('/') + part);
-    components.last() += QStringLiteral(" - Mousepad");
     return components;
 }
 
@@ -205,7 +204,14 @@ TEST_F(EndToEndTrackingTest, RecordsEachApplicationsPathAndTimeAndNothingWhileId
     ASSERT_FALSE(page.isEmpty());
     const QString document = g_desktop->writeFile(QStringLiteral("notes/plan.txt"), "first step\n");
     // All three start together: the browser is the slow one.
-    const qint64 terminalPid = g_desktop->startXterm(QStringLiteral("Build log - nightly"));
+    // The title names no folder: the terminal's one session's folder counts.
+    const QString buildFolder = g_desktop->stateDir() + QStringLiteral("/builds/nightly");
+    QDir().mkpath(buildFolder);
+    const qint64 terminalPid = g_desktop->startProgram(
+        QStringLiteral("xterm"),
+        {QStringLiteral("-xrm"), QStringLiteral("*wmTimeout: 100"), QStringLiteral("-T"),
+         QStringLiteral("Build log - nightly"), QStringLiteral("-e"), QStringLiteral("sh"),
+         QStringLiteral("-c"), QStringLiteral("cd \"$0\" && exec sleep 600"), buildFolder});
     const qint64 browserPid = g_desktop->startChromium(page.toString());
     const qint64 editorPid = g_desktop->startMousepad(document);
     const auto terminal = startAndWait(terminalPid);
@@ -288,8 +294,7 @@ TEST_F(EndToEndTrackingTest, RecordsEachApplicationsPathAndTimeAndNothingWhileId
     } expected[] = {
         {"terminal (two phases)",
          QStringLiteral("debian-xterm"),
-         // Titles are cut at "-"; the space after a separator is dropped.
-         {QStringLiteral("Build log "), QStringLiteral("-nightly")},
+         pathComponents(buildFolder),
          (toBrowser - started) + (lastInput - backToTerminal)},
         {"browser",
          QStringLiteral("chromium"),
@@ -301,7 +306,7 @@ TEST_F(EndToEndTrackingTest, RecordsEachApplicationsPathAndTimeAndNothingWhileId
          // meanwhile (a fault of the extraction, not of the loop): that time
          // is the page's too.
          {QStringLiteral("Yearly summary "), QStringLiteral("-Chromium")}},
-        {"editor", QStringLiteral("org.xfce.mousepad"), editorComponents(document),
+        {"editor", QStringLiteral("org.xfce.mousepad"), pathComponents(document),
          backToTerminal - toEditor},
     };
     double total = 0;

@@ -3,10 +3,11 @@
 //
 // A FakeScriptedApplication answers get requests from a table keyed by the
 // reference written as text: steps joined by ".", a property as its code, an
-// element as code[index] ("pADc", "docu[1]", "cwin[1].docu", "cwin[-1].pnam").
-// Fault switches: setRunning(false) plays an application that has quit;
-// setUnscriptable(true) one that answers every request with an error
-// (ScriptMissing). FakeScriptingTargets hands out targets by process
+// element as code[index], a named one as code["name"] ("pADc", "docu[1]",
+// "cwin[1].docu", "cwin[-1].pnam", "docu[\"main.c\"].file"; referenceTo() takes
+// names without "."). Fault switches: setRunning(false) plays an application
+// that has quit; setUnscriptable(true) one that answers every request with an
+// error (ScriptMissing). FakeScriptingTargets hands out targets by process
 // identifier; processes it does not know get no target at all.
 //
 // Thread: any, one call at a time (each object has a lock).
@@ -24,9 +25,11 @@ public:
         ScriptReference reference;
         for (const QString& step : text.split(QLatin1Char('.'))) {
             const qsizetype bracket = step.indexOf(QLatin1Char('['));
-            reference.push_back(bracket < 0 ? ScriptStep::property(step)
-                                            : ScriptStep::element(step.left(bracket),
-                                                                  step.mid(bracket + 1).chopped(1).toInt()));
+            const QString inside = bracket < 0 ? QString() : step.mid(bracket + 1).chopped(1);
+            if (bracket < 0) reference.push_back(ScriptStep::property(step));
+            else if (inside.startsWith(QLatin1Char('"')))
+                reference.push_back(ScriptStep::namedElement(step.left(bracket), inside.mid(1).chopped(1)));
+            else reference.push_back(ScriptStep::element(step.left(bracket), inside.toInt()));
         }
         return ScriptValue{ScriptObjectReference{reference}};
     }
@@ -51,9 +54,15 @@ public:
     ScriptValue get(const ScriptReference& reference) override {
         QStringList steps;
         for (const ScriptStep& step : reference) {
-            steps.append(step.kind == ScriptStep::Kind::Property
-                             ? step.code
-                             : QStringLiteral("%1[%2]").arg(step.code).arg(step.index));
+            switch (step.kind) {
+                case ScriptStep::Kind::Property: steps.append(step.code); break;
+                case ScriptStep::Kind::Element:
+                    steps.append(QStringLiteral("%1[%2]").arg(step.code).arg(step.index));
+                    break;
+                case ScriptStep::Kind::NamedElement:
+                    steps.append(QStringLiteral("%1[\"%2\"]").arg(step.code, step.name));
+                    break;
+            }
         }
         std::lock_guard guard(m_lock);
         if (m_unscriptable || !m_running) return ScriptValue{ScriptMissing{}};

@@ -25,6 +25,7 @@ public:
     bool isRunning(qint32 pid) override { return running.contains(pid); }
     QString executablePath(qint32) override { return {}; }
     QString workingDirectory(qint32) override { return {}; }
+    QStringList arguments(qint32) override { return {}; }
     QList<qint32> children(qint32) override { return {}; }
     qint32 foregroundProcess(qint32) override { return 0; }
     QList<qint32> running;

@@ -207,3 +207,19 @@ std::optional<QString> AtspiAccessibilityProvider::windowName(qint32 processIden
     AccessiblePtr window = query.windowAt(app, windowIndex);
     return window ? query.name(window.get()) : std::nullopt;
 }
+
+// File managers' location bars.
+std::optional<QString> AtspiAccessibilityProvider::locationText(qint32 processIdentifier,
+                                                                int windowIndex) {
+    d->assertThread();
+    if (processIdentifier <= 0 || !d->ensureStarted()) return std::nullopt;
+    d->drain();
+    AtspiAccessible* app = d->application(processIdentifier);
+    if (app == nullptr) return std::nullopt;
+    const std::shared_ptr<AtspiApplicationState> state = d->state(processIdentifier);
+    if (!state->checkNotStopped()) return std::nullopt;
+    atspi_accessible_clear_cache(app);
+    AtspiQuery query(*state);
+    AccessiblePtr window = query.windowAt(app, windowIndex);
+    return window ? query.toolBarText(window.get()) : std::nullopt;
+}

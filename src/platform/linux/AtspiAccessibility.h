@@ -13,8 +13,9 @@
 //   "AXDocument"          the "DocURL" (Firefox, document viewers) or "URI"
 //                         (Chromium) document attribute of the window's
 //                         document: the targets of its EMBEDS relation first,
-//                         else the first descendant implementing Document in a
-//                         bounded breadth-first walk
+//                         else the first descendant implementing Document:
+//                         one Collection request, or a bounded breadth-first
+//                         walk where the application offers no Collection
 //   "AXRole"              "AXApplication"; "AXWindow" for frames and windows;
 //                         "AXSheet" for a modal dialog or file chooser, or an
 //                         alert
@@ -45,10 +46,12 @@
 
 #include "platform/AccessibilityElement.h"
 #include "platform/WindowDocumentSource.h"
+#include "platform/WindowLocationSource.h"
 #include "platform/linux/DialogOwners.h"
 
 class AtspiAccessibilityProvider final : public AccessibilityProvider,
-                                         public WindowDocumentSource {
+                                         public WindowDocumentSource,
+                                         public WindowLocationSource {
 public:
     // `dialogOwners` (borrowed, may be null) tells which window a dialog
     // belongs to; it must outlive the provider.
@@ -68,6 +71,10 @@ public:
     // window's accessible name.
     std::optional<DocumentInfo> document(qint32 processIdentifier, int windowIndex) override;
     std::optional<QString> windowName(qint32 processIdentifier, int windowIndex) override;
+
+    // For file managers: the first showing text field of the window's tool
+    // bars (Thunar's and PCManFM's location bar).
+    std::optional<QString> locationText(qint32 processIdentifier, int windowIndex) override;
 
     struct Session;
 

@@ -231,11 +231,47 @@ std::optional<QString> AtspiQuery::documentAddress(AtspiAccessible* object) {
     return QString();
 }
 
+// The first descendant implementing Document, in one Collection request: a
+// call-by-call walk costs a round trip per node, hundreds of milliseconds in
+// a file manager's window full of icons. nullopt when the application offers
+// no Collection (the walk then runs); nullptr when it has no document.
+std::optional<AccessiblePtr> AtspiQuery::findDocumentByCollection(AtspiAccessible* window) {
+    if (!responsive()) return std::nullopt;
+    GRef<AtspiCollection> collection(atspi_accessible_get_collection_iface(window));
+    if (!collection) return std::nullopt;
+    GArray* interfaces = g_array_new(FALSE, FALSE, sizeof(gchar*));
+    const gchar* documentInterface = "Document";
+    g_array_append_val(interfaces, documentInterface);
+    GRef<AtspiMatchRule> rule(atspi_match_rule_new(nullptr, ATSPI_Collection_MATCH_NONE, nullptr,
+                                                   ATSPI_Collection_MATCH_NONE, nullptr,
+                                                   ATSPI_Collection_MATCH_NONE, interfaces,
+                                                   ATSPI_Collection_MATCH_ALL, FALSE));
+    g_array_free(interfaces, TRUE);
+    QElapsedTimer timer;
+    timer.start();
+    GError* error = nullptr;
+    GArray* matches = atspi_collection_get_matches(collection.get(), rule.get(),
+                                                   ATSPI_Collection_SORT_ORDER_CANONICAL, 1, TRUE, &error);
+    const bool failed = error != nullptr || matches == nullptr;
+    noteCall(timer, error, matches == nullptr);
+    if (failed) {
+        if (matches != nullptr) g_array_free(matches, TRUE);
+        return std::nullopt;
+    }
+    AccessiblePtr document(matches->len > 0 ? g_array_index(matches, AtspiAccessible*, 0) : nullptr);
+    for (guint i = 1; i < matches->len; ++i) g_object_unref(g_array_index(matches, AtspiAccessible*, i));
+    g_array_free(matches, TRUE);
+    return document;
+}
+
 // Browsers point from the window to the shown tab's document with EMBEDS;
 // everything else is found by a breadth-first walk that stops early.
 AccessiblePtr AtspiQuery::findDocument(AtspiAccessible* window) {
     for (AccessiblePtr& target : relationTargets(window, ATSPI_RELATION_EMBEDS)) {
         if (isDocument(target.get())) return std::move(target);
+    }
+    if (std::optional<AccessiblePtr> found = findDocumentByCollection(window)) {
+        return std::move(*found);
     }
     std::deque<std::pair<AccessiblePtr, int>> queue;
     queue.emplace_back(retainAccessible(window), 0);
@@ -271,4 +307,77 @@ std::optional<AXRect> AtspiQuery::extents(AtspiAccessible* object) {
     const AXRect result{double(rect->x), double(rect->y), double(rect->width), double(rect->height)};
     g_free(rect);
     return result;
+}
+
+// A file manager's location bar: a showing text field with a tool bar among
+// its ancestors. One Collection request finds the window's showing text
+// fields (walking the tree call by call costs a round trip per node, and a
+// file manager's window holds hundreds); a few parent steps each check for
+// the tool bar.
+std::optional<QString> AtspiQuery::toolBarText(AtspiAccessible* window) {
+    constexpr int kMaxFields = 8;
+    constexpr int kMaxAncestors = 8;
+    if (!responsive()) return std::nullopt;
+    GRef<AtspiCollection> collection(atspi_accessible_get_collection_iface(window));
+    if (!collection) return std::nullopt;
+
+    GArray* states = g_array_new(FALSE, FALSE, sizeof(AtspiStateType));
+    const AtspiStateType showing = ATSPI_STATE_SHOWING;
+    g_array_append_val(states, showing);
+    GRef<AtspiStateSet> stateSet(atspi_state_set_new(states));
+    g_array_free(states, TRUE);
+    GArray* roles = g_array_new(FALSE, FALSE, sizeof(AtspiRole));
+    for (const AtspiRole textRole : {ATSPI_ROLE_TEXT, ATSPI_ROLE_ENTRY}) g_array_append_val(roles, textRole);
+    GRef<AtspiMatchRule> rule(atspi_match_rule_new(stateSet.get(), ATSPI_Collection_MATCH_ALL, nullptr,
+                                                   ATSPI_Collection_MATCH_NONE, roles,
+                                                   ATSPI_Collection_MATCH_ANY, nullptr,
+                                                   ATSPI_Collection_MATCH_NONE, FALSE));
+    g_array_free(roles, TRUE);
+
+    QElapsedTimer timer;
+    timer.start();
+    GError* error = nullptr;
+    GArray* matches = atspi_collection_get_matches(collection.get(), rule.get(),
+                                                   ATSPI_Collection_SORT_ORDER_CANONICAL, kMaxFields,
+                                                   TRUE, &error);
+    noteCall(timer, error, matches == nullptr);
+    if (matches == nullptr) return std::nullopt;
+    std::vector<AccessiblePtr> fields;
+    for (guint i = 0; i < matches->len; ++i) {
+        fields.emplace_back(g_array_index(matches, AtspiAccessible*, i));  // takes the reference
+    }
+    g_array_free(matches, TRUE);
+
+    for (const AccessiblePtr& field : fields) {
+        bool inToolBar = false;
+        AccessiblePtr ancestor = retainAccessible(field.get());
+        for (int level = 0; level < kMaxAncestors && ancestor && responsive(); ++level) {
+            QElapsedTimer parentTimer;
+            parentTimer.start();
+            GError* parentError = nullptr;
+            AccessiblePtr parent(atspi_accessible_get_parent(ancestor.get(), &parentError));
+            noteCall(parentTimer, parentError);
+            if (!parent || parent.get() == window) break;
+            if (role(parent.get()) == ATSPI_ROLE_TOOL_BAR) {
+                inToolBar = true;
+                break;
+            }
+            ancestor = std::move(parent);
+        }
+        if (!inToolBar) continue;
+        GRef<AtspiText> text(atspi_accessible_get_text_iface(field.get()));
+        if (!text) continue;
+        QElapsedTimer textTimer;
+        textTimer.start();
+        GError* textError = nullptr;
+        gchar* contents = atspi_text_get_text(text.get(), 0, -1, &textError);
+        const bool failed = textError != nullptr || contents == nullptr;
+        noteCall(textTimer, textError);
+        if (failed) {
+            g_free(contents);
+            continue;
+        }
+        return takeString(contents);
+    }
+    return std::nullopt;
 }

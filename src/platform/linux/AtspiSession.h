@@ -70,6 +70,9 @@ public:
     bool isSheet(AtspiAccessible* window);
     // The document shown in a window, or nullptr; bounded in depth and count.
     AccessiblePtr findDocument(AtspiAccessible* window);
+    // The text of the first showing text field inside a tool bar of the
+    // window (one Collection request, then a few parent steps per field).
+    std::optional<QString> toolBarText(AtspiAccessible* window);
     // "DocURL", else "URI"; nullopt when the object is not a document.
     std::optional<QString> documentAddress(AtspiAccessible* document);
     // Position and size on the screen (the Component interface).
@@ -80,6 +83,7 @@ private:
     // the timeout marks the application silent. Frees `error`.
     void noteCall(const QElapsedTimer& timer, GError* error, bool failedWithoutError = false);
     bool isDocument(AtspiAccessible* object);
+    std::optional<AccessiblePtr> findDocumentByCollection(AtspiAccessible* window);
     AccessiblePtr firstTopLevel(AtspiAccessible* application, bool activeOnly);
 
     AtspiApplicationState& m_state;

@@ -37,6 +37,16 @@ QString LinuxProcessSource::workingDirectory(qint32 processIdentifier) {
     return target.isEmpty() ? QString() : target;
 }
 
+QStringList LinuxProcessSource::arguments(qint32 processIdentifier) {
+    QStringList words;
+    if (processIdentifier <= 0) return words;
+    QByteArray text = readSmallFile(path(processIdentifier, "cmdline"));
+    if (text.endsWith('\0')) text.chop(1);
+    if (text.isEmpty()) return words;
+    for (const QByteArray& word : text.split('\0')) words.append(QString::fromLocal8Bit(word));
+    return words;
+}
+
 QList<qint32> LinuxProcessSource::children(qint32 processIdentifier) {
     QList<qint32> found;
     if (processIdentifier <= 0) return found;

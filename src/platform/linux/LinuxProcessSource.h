@@ -13,6 +13,7 @@ public:
     bool isRunning(qint32 processIdentifier) override;
     QString executablePath(qint32 processIdentifier) override;
     QString workingDirectory(qint32 processIdentifier) override;
+    QStringList arguments(qint32 processIdentifier) override;
     QList<qint32> children(qint32 processIdentifier) override;
     qint32 foregroundProcess(qint32 processIdentifier) override;
 

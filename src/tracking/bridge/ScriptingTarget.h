@@ -21,13 +21,19 @@
 #include <vector>
 
 struct ScriptStep final {
-    enum class Kind { Property, Element };
+    enum class Kind { Property, Element, NamedElement };
     Kind kind = Kind::Property;
     QString code;   // four characters, e.g. "pADc"
     int index = 1;  // elements only: 1-based; -1 is the last one
+    QString name;   // named elements only ("the document named X")
 
-    static ScriptStep property(const QString& code) { return {Kind::Property, code, 1}; }
-    static ScriptStep element(const QString& code, int index) { return {Kind::Element, code, index}; }
+    static ScriptStep property(const QString& code) { return {Kind::Property, code, 1, {}}; }
+    static ScriptStep element(const QString& code, int index) {
+        return {Kind::Element, code, index, {}};
+    }
+    static ScriptStep namedElement(const QString& code, const QString& name) {
+        return {Kind::NamedElement, code, 1, name};
+    }
     friend bool operator==(const ScriptStep&, const ScriptStep&) = default;
 };
 

@@ -1,5 +1,8 @@
 #include "tracking/bridge/TRDesktopScriptingTargets.h"
 
+#include <QDir>
+#include <QFileInfo>
+
 namespace {
 
 const QString kCurrentDocument = QStringLiteral("pADc");
@@ -9,6 +12,56 @@ const QString kUrl = QStringLiteral("pURL");
 const QString kName = QStringLiteral("pnam");
 
 ScriptValue missing() { return ScriptValue{ScriptMissing{}}; }
+
+// What file managers put after the folder in their window titles: " - Thunar",
+// " — Dolphin", " – Nemo".
+constexpr const char16_t* kTitleSuffixSeparators[] = {u" - ", u" \u2014 ", u" \u2013 "};
+
+// A location bar's text: an existing local folder's file URL, another
+// scheme's URL as it is; null for anything else (a half-typed path).
+QString folderUrlFromLocation(const QString& text) {
+    const QUrl url(text.trimmed());
+    if (url.isLocalFile()) {
+        const QString path = url.toLocalFile();
+        return QFileInfo(path).isDir()
+                   ? QUrl::fromLocalFile(QDir::cleanPath(path)).toString(QUrl::FullyEncoded)
+                   : QString();
+    }
+    if (text.contains(QLatin1String("://")) && url.isValid() && !url.scheme().isEmpty()) {
+        return url.toString(QUrl::FullyEncoded);
+    }
+    return QString();
+}
+
+// The folder a file manager's window title names with a full path (or one
+// from the home folder, "~/..."): its file URL; null otherwise. A location
+// bar holds the same shapes.
+QString folderUrlFromTitle(const QString& title) {
+    QStringList candidates{title};
+    for (const char16_t* separator : kTitleSuffixSeparators) {
+        const qsizetype at = title.lastIndexOf(QString::fromUtf16(separator));
+        if (at > 0) candidates.append(title.left(at));
+    }
+    for (QString candidate : candidates) {
+        if (candidate == QLatin1String("~")) candidate = QDir::homePath();
+        if (candidate.startsWith(QLatin1String("~/"))) candidate = QDir::homePath() + candidate.mid(1);
+        if (QDir::isAbsolutePath(candidate) && QFileInfo(candidate).isDir()) {
+            return QUrl::fromLocalFile(QDir::cleanPath(candidate)).toString(QUrl::FullyEncoded);
+        }
+    }
+    return {};
+}
+
+// URL 'pURL' of the target 'fvtg' of file-manager window n 'brow': n, or 0.
+int fileManagerWindow(const ScriptReference& reference) {
+    if (reference.size() != 3 || reference[0].kind != ScriptStep::Kind::Element ||
+        reference[0].code != QLatin1String("brow")) {
+        return 0;
+    }
+    if (reference[1] != ScriptStep::property(QStringLiteral("fvtg"))) return 0;
+    if (reference[2] != ScriptStep::property(QStringLiteral("pURL"))) return 0;
+    return reference[0].index;
+}
 
 // Which window a document reference points into: 1 for the application's
 // current document and document 1, n for "document of window n"; 0 when
@@ -30,13 +83,27 @@ int documentWindow(const ScriptReference& reference) {
 class DesktopScriptingTarget final : public ScriptingTarget {
 public:
     DesktopScriptingTarget(WindowDocumentSource& provider, ProcessSource& processes,
-                           qint32 processIdentifier)
-        : m_provider(provider), m_processes(processes), m_pid(processIdentifier) {}
+                           WindowLocationSource* locations, qint32 processIdentifier)
+        : m_provider(provider), m_processes(processes), m_locations(locations),
+          m_pid(processIdentifier) {}
 
     bool isRunning() override { return m_pid > 0 && m_processes.isRunning(m_pid); }
 
     ScriptValue get(const ScriptReference& reference) override {
         if (reference.empty()) return missing();
+        if (const int window = fileManagerWindow(reference); window != 0) {
+            QString folder;
+            if (m_locations != nullptr) {
+                const std::optional<QString> location = m_locations->locationText(m_pid, window);
+                if (location) folder = folderUrlFromLocation(*location);
+                if (location && folder.isNull()) folder = folderUrlFromTitle(*location);
+            }
+            if (folder.isNull()) {
+                const std::optional<QString> name = m_provider.windowName(m_pid, window);
+                if (name) folder = folderUrlFromTitle(*name);
+            }
+            return folder.isNull() ? missing() : ScriptValue{folder};
+        }
         if (const int window = documentWindow(reference); window != 0) {
             if (!m_provider.document(m_pid, window)) return missing();
             return ScriptValue{ScriptObjectReference{reference}};
@@ -76,16 +143,19 @@ private:
 
     WindowDocumentSource& m_provider;
     ProcessSource& m_processes;
+    WindowLocationSource* m_locations;
     qint32 m_pid;
 };
 
 }  // namespace
 
 TRDesktopScriptingTargets::TRDesktopScriptingTargets(WindowDocumentSource& documents,
-                                                     ProcessSource& processes)
-    : m_documents(documents), m_processes(processes) {}
+                                                     ProcessSource& processes,
+                                                     WindowLocationSource* locations)
+    : m_documents(documents), m_processes(processes), m_locations(locations) {}
 
 std::unique_ptr<ScriptingTarget> TRDesktopScriptingTargets::targetForProcess(
     qint32 processIdentifier) {
-    return std::make_unique<DesktopScriptingTarget>(m_documents, m_processes, processIdentifier);
+    return std::make_unique<DesktopScriptingTarget>(m_documents, m_processes, m_locations,
+                                                    processIdentifier);
 }

@@ -15,7 +15,16 @@
 //   window n 'cwin'     -> a reference when the application has that many
 //                          top-level windows (1 = the active one, -1 = last)
 //   <window> 'pnam'     -> the window's accessible name
-//   anything else ('ppth', 'file', 'Dpth', 'url ', 'FTPc', ...) -> missing
+//   URL 'pURL' of the target 'fvtg' of file-manager window n 'brow'
+//                       -> the folder window n shows, from the best source:
+//                          its location bar (WindowLocationSource: an
+//                          existing folder's path or file URL, or another
+//                          scheme's URL such as "sftp://host/srv"), else its
+//                          name when that carries a full path ("/srv/www -
+//                          Thunar", "~/notes"); a local folder only when it
+//                          exists, as a file URL; else missing
+//   anything else ('ppth', 'file', 'Dpth', 'url ', 'FTPc', 'pins', a
+//   terminal's 'titl' and 'Cssn', mail selections, ...) -> missing
 // `isRunning` asks the process source: a process that is gone or has ended
 // is not running.
 //
@@ -28,16 +37,20 @@
 
 #include "platform/ProcessSource.h"
 #include "platform/WindowDocumentSource.h"
+#include "platform/WindowLocationSource.h"
 #include "tracking/bridge/ScriptingTarget.h"
 
 class TRDesktopScriptingTargets final : public ScriptingTargets {
 public:
     // Both sources must outlive every target made here.
-    TRDesktopScriptingTargets(WindowDocumentSource& documents, ProcessSource& processes);
+    // `locations` may be null (no location bars on this desktop).
+    TRDesktopScriptingTargets(WindowDocumentSource& documents, ProcessSource& processes,
+                              WindowLocationSource* locations = nullptr);
 
     std::unique_ptr<ScriptingTarget> targetForProcess(qint32 processIdentifier) override;
 
 private:
     WindowDocumentSource& m_documents;
     ProcessSource& m_processes;
+    WindowLocationSource* m_locations;
 };
