@@ -20,4 +20,7 @@ public:
     virtual std::optional<DocumentInfo> document(qint32 processIdentifier, int windowIndex) = 0;
     // nullopt when the process has no such window.
     virtual std::optional<QString> windowName(qint32 processIdentifier, int windowIndex) = 0;
+    // The name the application gives itself ("Chromium", "Firefox"); nullopt
+    // when it exposes none.
+    virtual std::optional<QString> applicationName(qint32 processIdentifier) = 0;
 };

@@ -1,7 +1,11 @@
 #include "tracking/TRExtractorRegistry.h"
 
 #include "tracking/TRApplicationInfoExtractor.h"
+#include "tracking/TRChromeInfoExtractor.h"
 #include "tracking/TRDummyInfoExtractor.h"
+#include "tracking/TRFirefoxInfoExtractor.h"
+#include "tracking/TROperaInfoExtractor.h"
+#include "tracking/TRSafariInfoExtractor.h"
 
 void TRExtractorRegistry::addApplicationInfoExtractor(const TRApplicationInfoExtractor* extractor,
                                                       const QString& bundleIdentifier) {
@@ -31,6 +35,8 @@ TRExtractorRegistry TRExtractorRegistry::withDefaultExtractors() {
 std::span<const TRApplicationInfoExtractor* const> TRExtractorRegistry::builtExtractors() {
     // A new extractor class joins here; its table entries then stop waiting.
     static const TRApplicationInfoExtractor* const kBuilt[] = {
+        &TRSafariInfoExtractor::instance(),  &TRChromeInfoExtractor::instance(),
+        &TROperaInfoExtractor::instance(),   &TRFirefoxInfoExtractor::instance(),
         &TRDummyInfoExtractor::instance(),
     };
     return kBuilt;

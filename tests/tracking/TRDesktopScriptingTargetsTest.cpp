@@ -21,7 +21,9 @@ public:
         if (found == windowNames.end()) return std::nullopt;
         return found->second;
     }
+    std::optional<QString> applicationName(qint32) override { return browserName; }
     std::map<int, DocumentInfo> documents;
+    std::optional<QString> browserName;
     std::map<int, QString> windowNames;
     int asked = 0;
 };
@@ -57,7 +59,10 @@ TEST(TRDesktopScriptingTargetsTest, AnswersTheGenericTermsFromTheShownDocumentAn
     documents.documents[1] = {QStringLiteral("https://example.org/a?b=c"), QStringLiteral("Page A")};
     documents.documents[2] = {QStringLiteral("file:///home/u/report.pdf"), QStringLiteral("report.pdf")};
     documents.documents[3] = {QString(), QString()};
-    documents.windowNames = {{1, QStringLiteral("Page A - Browser")}, {-1, QStringLiteral("Last window")}};
+    documents.windowNames = {{1, QStringLiteral("Page A - Browser")},
+                             {2, QStringLiteral("Page B - Browser (Incognito)")},
+                             {-1, QStringLiteral("Last window")}};
+    documents.browserName = QStringLiteral("Browser");
     FakeProcesses processes;
     processes.running = {42};
     TRDesktopScriptingTargets targets(documents, processes);
@@ -93,6 +98,18 @@ TEST(TRDesktopScriptingTargetsTest, AnswersTheGenericTermsFromTheShownDocumentAn
         {"last window name", {element("cwin", -1), property("pnam")}, Kind::String, QStringLiteral("Last window")},
         {"window 7 name", {element("cwin", 7), property("pnam")}, Kind::Missing, {}},
         {"window 1", {element("cwin", 1)}, Kind::Reference, {}},
+        {"window 1's mode", {element("cwin", 1), property("mode")}, Kind::String,
+         QStringLiteral("normal")},
+        {"window 2's mode", {element("cwin", 2), property("mode")}, Kind::String,
+         QStringLiteral("incognito")},
+        {"a window the browser does not name", {element("cwin", -1), property("mode")},
+         Kind::Missing, {}},
+        {"no such window, no mode", {element("cwin", 7), property("mode")}, Kind::Missing, {}},
+        {"the active tab's address as text",
+         {element("cwin", 1), property("acTa"), property("URL ")}, Kind::String,
+         QStringLiteral("https://example.org/a?b=c")},
+        {"a tab without an address", {element("cwin", 3), property("acTa"), property("URL ")},
+         Kind::Missing, {}},
         {"empty reference", {}, Kind::Missing, {}},
         {"unknown application property", {property("pisf")}, Kind::Missing, {}},
     };

@@ -81,6 +81,10 @@ TEST(TRInfoExtractorDispatch, GroupsTheSameApplicationsUnderOneExtractor) {
         {"com.google.Chrome", "org.chromium.Chromium"},
         {"com.google.Chrome", "chromium"},
         {"com.google.Chrome", "google-chrome"},
+        {"com.google.Chrome", "opera"},
+        {"com.google.Chrome", "com.brave.Browser"},
+        {"firefox", "firefox-esr"},
+        {"firefox", "org.mozilla.firefox"},
         {"com.apple.Terminal", "com.googlecode.iterm2"},
         {"com.apple.Terminal", "xterm"},
         {"com.apple.Terminal", "org.gnome.Terminal"},
@@ -99,7 +103,7 @@ TEST(TRInfoExtractorDispatch, GroupsTheSameApplicationsUnderOneExtractor) {
 TEST(TRInfoExtractorDispatch, SendsUnknownAndMissingIdsToTheGenericExtractor) {
     EXPECT_EQ(chosenFor(QStringLiteral("com.apple.frontrow")), q("TRDummyInfoExtractor"));
     const char* generic[] = {"org.example.Unknown", "com.apple.Frontrow", "COM.APPLE.FRONTROW",
-                             "firefox-esr", ""};
+                             "org.kde.falkon", "org.gnome.Epiphany", ""};
     for (const char* id : generic) {
         SCOPED_TRACE(id);
         EXPECT_EQ(chosenFor(q(id)), q(kGeneric));

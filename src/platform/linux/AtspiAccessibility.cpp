@@ -204,3 +204,17 @@ std::optional<QString> AtspiAccessibilityProvider::windowName(qint32 processIden
     AccessiblePtr window = query.windowAt(app, windowIndex);
     return window ? query.name(window.get()) : std::nullopt;
 }
+
+std::optional<QString> AtspiAccessibilityProvider::applicationName(qint32 processIdentifier) {
+    d->assertThread();
+    if (processIdentifier <= 0 || !d->ensureStarted()) return std::nullopt;
+    d->drain();
+    AtspiAccessible* app = d->application(processIdentifier);
+    if (app == nullptr) return std::nullopt;
+    const std::shared_ptr<AtspiApplicationState> state = d->state(processIdentifier);
+    if (!state->checkNotStopped()) return std::nullopt;
+    AtspiQuery query(*state);
+    std::optional<QString> name = query.name(app);
+    if (name && name->isEmpty()) return std::nullopt;
+    return name;
+}

@@ -63,6 +63,7 @@ public:
     // window's accessible name.
     std::optional<DocumentInfo> document(qint32 processIdentifier, int windowIndex) override;
     std::optional<QString> windowName(qint32 processIdentifier, int windowIndex) override;
+    std::optional<QString> applicationName(qint32 processIdentifier) override;
 
     struct Session;
 
