@@ -8,7 +8,10 @@
 // for the browser and nothing about the page is recorded. Otherwise the
 // active tab's address becomes the document path; with the developer tools
 // in front, the inspected page's address when the window title shows one.
-// Every failed request removes the details.
+// Today's tools show it without its scheme ("DevTools - 127.0.0.1/a.html"):
+// then the address of the one of the browser's other windows (2 to 8) whose
+// active tab reads the same is taken, else the tools' own address. Every
+// failed request removes the details.
 //
 // Where the terms come from on Linux (through ScriptingTargets, answered by
 // TRDesktopScriptingTargets from the accessibility tree):
@@ -20,6 +23,8 @@
 //                          incognito or guest window ("… - Chromium
 //                          (Incognito)", "… - Chromium (anonym)" in German),
 //                          which the window manager's title does not show;
+//                          undocked developer tools are named "DevTools - …"
+//                          with the same word for an incognito page's;
 //                          missing when the name does not carry the browser's
 //                          name where expected (tree not ready, timeout)
 //   active tab 'acTa'      the document the frame EMBEDS (the shown tab)

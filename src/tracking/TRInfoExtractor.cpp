@@ -110,6 +110,9 @@ void TRInfoExtractor::completeActivityFromAccessibility(TRActivity& activity) {
     const RunningApplication* application = activity.runningApplication();
     if (application == nullptr) return;
     const qint32 pid = application->processIdentifier;
+    if (m_context.accessibility != nullptr) {
+        m_context.accessibility->noteFrontWindowTitle(pid, activity.windowTitle());
+    }
     const std::optional<TRActivityDetails> found =
         TRInfoExtractorAccessibility::detailsOfFrontWindows(
             m_context.accessibility, pid);

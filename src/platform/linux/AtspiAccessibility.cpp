@@ -165,6 +165,13 @@ AccessibilityElementRef AtspiAccessibilityProvider::applicationElement(qint32 pr
     return makeAtspiApplicationElement(*d, d->state(processIdentifier), app);
 }
 
+void AtspiAccessibilityProvider::noteFrontWindowTitle(qint32 processIdentifier,
+                                                      const QString& title) {
+    d->assertThread();
+    if (processIdentifier <= 0) return;
+    d->state(processIdentifier)->frontWindowTitle = title;
+}
+
 void AtspiAccessibilityProvider::processPendingEvents() {
     d->assertThread();
     if (d->ensureStarted()) d->drain();

@@ -3,8 +3,10 @@
 //
 // What the extraction logic asks for, and where it comes from:
 //   application element   the AT-SPI application whose process id matches
-//   "AXMainWindow"        the application's top-level child with state ACTIVE,
-//                         else its first showing frame
+//   "AXMainWindow"        the application's top-level child whose name is the
+//                         title the window manager shows for the window in
+//                         front (noteFrontWindowTitle), else the one with state
+//                         ACTIVE, else its first showing frame
 //   "AXFocusedWindow"     the top-level child with state ACTIVE: the desktop
 //                         marks the top-level that holds keyboard focus active,
 //                         so this stands in for "the window holding the focused
@@ -55,6 +57,7 @@ public:
     bool isEnabled() override;
     bool enable() override;
     AccessibilityElementRef applicationElement(qint32 processIdentifier) override;
+    void noteFrontWindowTitle(qint32 processIdentifier, const QString& title) override;
 
     // Handles what the accessibility bus sent meanwhile; never blocks.
     void processPendingEvents();

@@ -1,4 +1,5 @@
 #include <QFile>
+#include <algorithm>
 #include <QLoggingCategory>
 #include <deque>
 
@@ -144,6 +145,18 @@ std::vector<AccessiblePtr> AtspiQuery::relationTargets(AtspiAccessible* object,
     return targets;
 }
 
+bool AtspiQuery::isFrontWindow(AtspiAccessible* window) {
+    const QString& title = m_state.frontWindowTitle;
+    if (title.isEmpty()) return false;
+    const std::optional<QString> windowName = name(window);
+    if (!windowName || !windowName->startsWith(title)) return false;
+    const QStringView rest = QStringView(*windowName).mid(title.size());
+    return rest.isEmpty() || rest.startsWith(QLatin1String(" ("));
+}
+
+// The window in front first (the one named as the window manager names it,
+// else the active one), then the other active and showing ones in the
+// application's order.
 std::vector<AccessiblePtr> AtspiQuery::topLevels(AtspiAccessible* application) {
     std::vector<AccessiblePtr> active;
     std::vector<AccessiblePtr> showing;
@@ -160,25 +173,43 @@ std::vector<AccessiblePtr> AtspiQuery::topLevels(AtspiAccessible* application) {
         }
     }
     for (AccessiblePtr& window : showing) active.push_back(std::move(window));
+    if (!m_state.frontWindowTitle.isEmpty()) {
+        const auto front = std::find_if(active.begin(), active.end(), [&](const AccessiblePtr& w) {
+            return isFrontWindow(w.get());
+        });
+        if (front != active.end()) std::rotate(active.begin(), front, front + 1);
+    }
     return active;
 }
 
-// Stops at the first active top-level: the usual answer costs a few calls
-// whatever the number of windows.
+// Usually the first active top-level is the one in front: a few calls
+// whatever the number of windows. Only when its name is not the window
+// manager's title are the others' names read.
 AccessiblePtr AtspiQuery::firstTopLevel(AtspiAccessible* application, bool activeOnly) {
+    const bool knowsFront = !m_state.frontWindowTitle.isEmpty();
+    AccessiblePtr firstActive;
     AccessiblePtr firstShowing;
+    std::vector<AccessiblePtr> others;
     const int count = childCount(application);
     for (int i = 0; i < count && responsive(); ++i) {
         AccessiblePtr window = child(application, i);
         if (!window) continue;
         const std::optional<AtspiRole> windowRole = role(window.get());
         if (!windowRole || !isTopLevelRole(*windowRole)) continue;
-        if (hasState(window.get(), ATSPI_STATE_ACTIVE)) return window;
-        if (!activeOnly && !firstShowing && hasState(window.get(), ATSPI_STATE_SHOWING)) {
-            firstShowing = std::move(window);
+        if (hasState(window.get(), ATSPI_STATE_ACTIVE)) {
+            if (!knowsFront || isFrontWindow(window.get())) return window;
+            if (!firstActive) firstActive = retainAccessible(window.get());
+            others.push_back(std::move(window));
+        } else if (hasState(window.get(), ATSPI_STATE_SHOWING)) {
+            if (!firstShowing) firstShowing = retainAccessible(window.get());
+            if (knowsFront) others.push_back(std::move(window));
         }
     }
-    return firstShowing;
+    for (AccessiblePtr& window : others) {
+        if (window.get() != firstActive.get() && isFrontWindow(window.get())) return std::move(window);
+    }
+    if (firstActive) return firstActive;
+    return activeOnly ? nullptr : std::move(firstShowing);
 }
 
 AccessiblePtr AtspiQuery::activeTopLevel(AtspiAccessible* application) {
@@ -189,9 +220,15 @@ AccessiblePtr AtspiQuery::mainWindow(AtspiAccessible* application) {
     return firstTopLevel(application, false);
 }
 
+// Window 1 is the window in front only: when the window manager's title
+// names none of the application's windows (its tree is behind, or the title
+// changed in between), there is no window 1, rather than another window.
 AccessiblePtr AtspiQuery::windowAt(AtspiAccessible* application, int index) {
     std::vector<AccessiblePtr> windows = topLevels(application);
     if (windows.empty()) return nullptr;
+    if (index == 1 && !m_state.frontWindowTitle.isEmpty() && !isFrontWindow(windows.front().get())) {
+        return nullptr;
+    }
     if (index == -1) return std::move(windows.back());
     if (index < 1 || size_t(index) > windows.size()) return nullptr;
     return std::move(windows[size_t(index - 1)]);

@@ -40,6 +40,9 @@ struct AtspiApplicationState final {
     static constexpr qint64 kPauseMs = 5000;
     qint32 processIdentifier = 0;
     QElapsedTimer silentSince;  // invalid while the application answers
+    // The window manager's title of the process's window in front; empty
+    // when unknown.
+    QString frontWindowTitle;
 
     bool responsive() const { return !silentSince.isValid() || silentSince.elapsed() > kPauseMs; }
     // A stopped process (SIGSTOP, a debugger) cannot answer: it is marked
@@ -76,6 +79,9 @@ public:
     std::optional<AXRect> extents(AtspiAccessible* object);
 
 private:
+    // Whether a top-level's accessible name is the window manager's title
+    // of the window in front (or that title and a parenthesised word).
+    bool isFrontWindow(AtspiAccessible* window);
     // Takes the outcome of one libatspi call; a failure that took most of
     // the timeout marks the application silent. Frees `error`.
     void noteCall(const QElapsedTimer& timer, GError* error, bool failedWithoutError = false);

@@ -13,6 +13,18 @@ bool precededBySeparator(const QString& windowName, qsizetype at) {
            before.endsWith(QLatin1Char(' '));
 }
 
+// A closing parenthesis, ASCII or full-width, perhaps followed by a
+// direction mark (right-to-left languages).
+bool endsWithParenthesis(QStringView text) {
+    while (text.endsWith(QChar(0x200E)) || text.endsWith(QChar(0x200F))) text.chop(1);
+    return text.endsWith(QLatin1Char(')')) || text.endsWith(QChar(0xFF09));
+}
+
+std::optional<QString> modeOfDeveloperTools(const QString& windowName) {
+    if (!windowName.startsWith(QLatin1String("DevTools - "))) return std::nullopt;
+    return QString::fromLatin1(endsWithParenthesis(windowName) ? kIncognito : kNormal);
+}
+
 }  // namespace
 
 std::optional<QString> modeOfWindow(const QString& windowName, const QString& browserName) {
@@ -22,11 +34,11 @@ std::optional<QString> modeOfWindow(const QString& windowName, const QString& br
     while (at >= 0 && !precededBySeparator(windowName, at)) {
         at = at == 0 ? -1 : windowName.lastIndexOf(browserName, at - 1);
     }
-    if (at < 0) return std::nullopt;
+    if (at < 0) return modeOfDeveloperTools(windowName);
     const QStringView tail = QStringView(windowName).mid(at + browserName.size());
     if (tail.isEmpty()) return QString::fromLatin1(kNormal);
     // Another profile's window: "<page> - Chromium - Work".
-    if (tail.startsWith(QLatin1String(" - ")) && !tail.endsWith(QLatin1Char(')'))) {
+    if (tail.startsWith(QLatin1String(" - ")) && !endsWithParenthesis(tail)) {
         return QString::fromLatin1(kNormal);
     }
     return QString::fromLatin1(kIncognito);

@@ -15,6 +15,11 @@
 //   a closing parenthesis                             -> "normal"
 //   the browser's name, then anything else            -> "incognito"
 //   the browser's name not in it (tree not ready)     -> nullopt
+// The Chromium family's undocked developer tools are named after the page
+// they inspect, without the browser's name ("DevTools - 127.0.0.1/a.html"),
+// and an incognito page's tools carry the same parenthesised word:
+//   "DevTools - …" ending in a parenthesis            -> "incognito"
+//   any other "DevTools - …"                          -> "normal"
 //
 // Pure; any thread.
 
