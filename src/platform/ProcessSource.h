@@ -10,6 +10,7 @@
 
 #include <QList>
 #include <QString>
+#include <optional>
 
 class ProcessSource {
 public:
@@ -26,4 +27,10 @@ public:
     // The foreground process group of the terminal the process is attached
     // to (a shell's running command, or the shell itself); 0 when none.
     virtual qint32 foregroundProcess(qint32 processIdentifier) = 0;
+    // How long the process has been running, in seconds; nullopt when
+    // unreadable.
+    virtual std::optional<double> secondsRunning(qint32 processIdentifier) {
+        (void)processIdentifier;
+        return std::nullopt;
+    }
 };

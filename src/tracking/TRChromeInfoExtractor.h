@@ -39,6 +39,7 @@ public:
     void writeDetailsForActivity(TRActivity& activity,
                                  const TRExtractionContext& context) const override;
     QString name() const override;
+    bool needsAccessibilityTree() const override { return true; }
 
     static const TRChromeInfoExtractor& instance();
 };

@@ -31,6 +31,7 @@ public:
     void writeDetailsForActivity(TRActivity& activity,
                                  const TRExtractionContext& context) const override;
     QString name() const override;
+    bool needsAccessibilityTree() const override { return true; }
 
     static const TRFirefoxInfoExtractor& instance();
 };

@@ -185,7 +185,10 @@ std::optional<WindowDocumentSource::DocumentInfo> AtspiAccessibilityProvider::do
     AtspiAccessible* app = d->application(processIdentifier);
     if (app == nullptr) return std::nullopt;
     const std::shared_ptr<AtspiApplicationState> state = d->state(processIdentifier);
-    if (!state->checkNotStopped()) return std::nullopt;
+    if (!state->checkNotStopped()) {
+        const auto* remembered = windowIndex == 1 ? state->rememberedFront() : nullptr;
+        return remembered ? remembered->document : std::nullopt;
+    }
     atspi_accessible_clear_cache(app);
     AtspiQuery query(*state);
     AccessiblePtr window = query.windowAt(app, windowIndex);
@@ -194,6 +197,7 @@ std::optional<WindowDocumentSource::DocumentInfo> AtspiAccessibilityProvider::do
     DocumentInfo info;
     info.address = query.documentAddress(document.get()).value_or(QString());
     info.name = query.name(document.get()).value_or(QString());
+    if (windowIndex == 1 && query.responsive()) state->frontToRemember().document = info;
     return info;
 }
 
@@ -205,11 +209,16 @@ std::optional<QString> AtspiAccessibilityProvider::windowName(qint32 processIden
     AtspiAccessible* app = d->application(processIdentifier);
     if (app == nullptr) return std::nullopt;
     const std::shared_ptr<AtspiApplicationState> state = d->state(processIdentifier);
-    if (!state->checkNotStopped()) return std::nullopt;
+    if (!state->checkNotStopped()) {
+        const auto* remembered = windowIndex == 1 ? state->rememberedFront() : nullptr;
+        return remembered ? remembered->windowName : std::nullopt;
+    }
     atspi_accessible_clear_cache(app);
     AtspiQuery query(*state);
     AccessiblePtr window = query.windowAt(app, windowIndex);
-    return window ? query.name(window.get()) : std::nullopt;
+    std::optional<QString> name = window ? query.name(window.get()) : std::nullopt;
+    if (windowIndex == 1 && name && query.responsive()) state->frontToRemember().windowName = name;
+    return name;
 }
 
 std::optional<QString> AtspiAccessibilityProvider::applicationName(qint32 processIdentifier) {
@@ -219,9 +228,12 @@ std::optional<QString> AtspiAccessibilityProvider::applicationName(qint32 proces
     AtspiAccessible* app = d->application(processIdentifier);
     if (app == nullptr) return std::nullopt;
     const std::shared_ptr<AtspiApplicationState> state = d->state(processIdentifier);
+    // The name an application gives itself does not change: asked once.
+    if (state->applicationName) return state->applicationName;
     if (!state->checkNotStopped()) return std::nullopt;
     AtspiQuery query(*state);
     std::optional<QString> name = query.name(app);
-    if (name && name->isEmpty()) return std::nullopt;
+    if (!name || name->isEmpty()) return std::nullopt;
+    state->applicationName = name;
     return name;
 }

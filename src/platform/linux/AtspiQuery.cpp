@@ -145,13 +145,14 @@ std::vector<AccessiblePtr> AtspiQuery::relationTargets(AtspiAccessible* object,
     return targets;
 }
 
-bool AtspiQuery::isFrontWindow(AtspiAccessible* window) {
+AtspiQuery::FrontMatch AtspiQuery::frontMatch(AtspiAccessible* window) {
     const QString& title = m_state.frontWindowTitle;
-    if (title.isEmpty()) return false;
+    if (title.isEmpty()) return FrontMatch::None;
     const std::optional<QString> windowName = name(window);
-    if (!windowName || !windowName->startsWith(title)) return false;
+    if (!windowName || !windowName->startsWith(title)) return FrontMatch::None;
     const QStringView rest = QStringView(*windowName).mid(title.size());
-    return rest.isEmpty() || rest.startsWith(QLatin1String(" ("));
+    if (rest.isEmpty()) return FrontMatch::Exact;
+    return rest.startsWith(QLatin1String(" (")) ? FrontMatch::Marked : FrontMatch::None;
 }
 
 // The window in front first (the one named as the window manager names it,
@@ -173,12 +174,20 @@ std::vector<AccessiblePtr> AtspiQuery::topLevels(AtspiAccessible* application) {
         }
     }
     for (AccessiblePtr& window : showing) active.push_back(std::move(window));
-    if (!m_state.frontWindowTitle.isEmpty()) {
-        const auto front = std::find_if(active.begin(), active.end(), [&](const AccessiblePtr& w) {
-            return isFrontWindow(w.get());
-        });
-        if (front != active.end()) std::rotate(active.begin(), front, front + 1);
+    if (m_state.frontWindowTitle.isEmpty()) return active;
+    // A normal and a private window may show the same title (the window
+    // manager's titles do not tell them apart): the private one wins then,
+    // so a page in front is never taken for another's.
+    auto front = active.end();
+    for (auto it = active.begin(); it != active.end() && responsive(); ++it) {
+        const FrontMatch match = frontMatch(it->get());
+        if (match == FrontMatch::Marked) {
+            front = it;
+            break;
+        }
+        if (match == FrontMatch::Exact && front == active.end()) front = it;
     }
+    if (front != active.end()) std::rotate(active.begin(), front, front + 1);
     return active;
 }
 

@@ -35,20 +35,50 @@ inline AccessiblePtr retainAccessible(AtspiAccessible* accessible) {
 }
 
 // Whether an application answered lately. After a call that timed out the
-// application is skipped for kPause, so a stopped program costs one timeout.
+// application is skipped for the rest of the tick; after a second one soon
+// after, for kPause, so a hung program costs two timeouts and a busy one
+// (a browser drawing a window it just brought up) only one tick.
 struct AtspiApplicationState final {
+    static constexpr qint64 kShortPauseMs = 900;
     static constexpr qint64 kPauseMs = 5000;
+    static constexpr qint64 kAgainWithinMs = 15000;
     qint32 processIdentifier = 0;
     QElapsedTimer silentSince;  // invalid while the application answers
+    qint64 pauseMs = kShortPauseMs;
     // The window manager's title of the process's window in front; empty
     // when unknown.
     QString frontWindowTitle;
+    // What window 1 answered last, for the title it was in front with:
+    // while the application is left alone, the same window in front gives
+    // the same answer instead of none. A different title forgets it.
+    struct FrontAnswer final {
+        QString title;
+        std::optional<QString> windowName;
+        std::optional<WindowDocumentSource::DocumentInfo> document;
+    };
+    std::optional<FrontAnswer> lastFront;
+    std::optional<QString> applicationName;
 
-    bool responsive() const { return !silentSince.isValid() || silentSince.elapsed() > kPauseMs; }
+    bool responsive() const { return !silentSince.isValid() || silentSince.elapsed() > pauseMs; }
     // A stopped process (SIGSTOP, a debugger) cannot answer: it is marked
     // silent without waiting for a timeout. Reads /proc/PID/stat.
     bool checkNotStopped();
-    void markSilent() { silentSince.start(); }
+    void markSilent() {
+        const bool again = silentSince.isValid() && silentSince.elapsed() < kAgainWithinMs;
+        pauseMs = again ? kPauseMs : kShortPauseMs;
+        silentSince.start();
+    }
+    // The remembered answer for the window now in front, or null.
+    FrontAnswer* rememberedFront() {
+        if (!lastFront || frontWindowTitle.isEmpty() || lastFront->title != frontWindowTitle) {
+            return nullptr;
+        }
+        return &*lastFront;
+    }
+    FrontAnswer& frontToRemember() {
+        if (!lastFront || lastFront->title != frontWindowTitle) lastFront = FrontAnswer{frontWindowTitle, {}, {}};
+        return *lastFront;
+    }
 };
 
 class AtspiQuery final {
@@ -79,9 +109,12 @@ public:
     std::optional<AXRect> extents(AtspiAccessible* object);
 
 private:
-    // Whether a top-level's accessible name is the window manager's title
-    // of the window in front (or that title and a parenthesised word).
-    bool isFrontWindow(AtspiAccessible* window);
+    // How a top-level's accessible name relates to the window manager's
+    // title of the window in front: the title itself, or the title and a
+    // parenthesised word (a private window's mark).
+    enum class FrontMatch { None, Exact, Marked };
+    FrontMatch frontMatch(AtspiAccessible* window);
+    bool isFrontWindow(AtspiAccessible* window) { return frontMatch(window) != FrontMatch::None; }
     // Takes the outcome of one libatspi call; a failure that took most of
     // the timeout marks the application silent. Frees `error`.
     void noteCall(const QElapsedTimer& timer, GError* error, bool failedWithoutError = false);
