@@ -21,10 +21,13 @@ struct Chromium final {
     QString profile;
     QString language;
     qint64 pid = -1;
+    // Off: the browser asks the desktop at its start, as it does for users.
+    bool forceAccessibility = true;
 
     QStringList command(const QStringList& more) const {
         QStringList arguments{QStringLiteral("LANGUAGE=") + language,
-                              QStringLiteral("ACCESSIBILITY_ENABLED=1"),
+                              QStringLiteral("ACCESSIBILITY_ENABLED=") +
+                                  QLatin1String(forceAccessibility ? "1" : "0"),
                               QStringLiteral("chromium"),
                               QStringLiteral("--no-sandbox"),
                               QStringLiteral("--disable-gpu"),
@@ -33,8 +36,8 @@ struct Chromium final {
                               QStringLiteral("--disable-component-update"),
                               QStringLiteral("--disable-sync"),
                               QStringLiteral("--proxy-server=127.0.0.1:9"),
-                              QStringLiteral("--force-renderer-accessibility"),
                               QStringLiteral("--user-data-dir=") + profile};
+        if (forceAccessibility) arguments.append(QStringLiteral("--force-renderer-accessibility"));
         return arguments + more;
     }
     bool start(const QStringList& more) {
@@ -113,6 +116,9 @@ void checkIncognitoInFrontOfNormal(const char* language) {
     EXPECT_TRUE(waitForTick([&](const Tick& t) { return showsPage(t, browser.pid, page("one")); },
                             kPageTimeoutMs, &last))
         << qPrintable(describe(last));
+    bool restartNeeded = true;
+    runOnWorker([&] { restartNeeded = g_extractor->startedBeforeAccessibility(*last.front); });
+    EXPECT_FALSE(restartNeeded) << "a browser that shows its tree needs no restart";
     ASSERT_TRUE(browser.open({QStringLiteral("--incognito"), page("two")}));
     expectPrivateWindowKeepsOnlyTheBrowser(browser.pid, QStringLiteral("page two"));
     // The normal window is read again as soon as it is back in front.
@@ -175,4 +181,42 @@ TEST(BrowserPrivacy, UndockedDeveloperToolsStandForTheInspectedPage) {
         },
         kPageTimeoutMs, &last))
         << qPrintable(describe(last));
+}
+
+// Chromium reads the accessibility switch once, at its start: one started
+// while it was off never shows its tree. Its time is still the browser's,
+// and the dispatch says that it must be restarted.
+TEST(BrowserPrivacy, ChromiumStartedBeforeAccessibilityKeepsItsTimeAndSaysSo) {
+    REQUIRE_DESKTOP();
+    REQUIRE_TOOL("chromium");
+    REQUIRE_TOOL("gdbus");
+    ASSERT_FALSE(site().isEmpty());
+    const auto switchAccessibility = [](bool on) {
+        return g_desktop->run(
+            QStringLiteral("gdbus"),
+            {QStringLiteral("call"), QStringLiteral("--session"), QStringLiteral("--dest"),
+             QStringLiteral("org.a11y.Bus"), QStringLiteral("--object-path"),
+             QStringLiteral("/org/a11y/bus"), QStringLiteral("--method"),
+             QStringLiteral("org.freedesktop.DBus.Properties.Set"),
+             QStringLiteral("org.a11y.Status"), QStringLiteral("IsEnabled"),
+             QLatin1String(on ? "<true>" : "<false>")});
+    };
+    ASSERT_TRUE(switchAccessibility(false));
+    Chromium browser{freshProfile("late"), QStringLiteral("en")};
+    browser.forceAccessibility = false;
+    const bool started = browser.start({page("one")});
+    ASSERT_TRUE(switchAccessibility(true));
+    ASSERT_TRUE(started);
+    Tick last;
+    bool said = false;
+    EXPECT_TRUE(waitForTick(
+        [&](const Tick& t) {
+            if (!isProcess(t, browser.pid) || !t.completed) return false;
+            runOnWorker([&] { said = g_extractor->startedBeforeAccessibility(t.completed->activity); });
+            return said;
+        },
+        kPageTimeoutMs, &last))
+        << qPrintable(describe(last));
+    ASSERT_TRUE(last.completed.has_value());
+    EXPECT_FALSE(last.completed->activity.details().has_value()) << qPrintable(describe(last));
 }
