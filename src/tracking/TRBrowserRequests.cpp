@@ -2,6 +2,7 @@
 
 #include "core/TRActivity.h"
 #include "tracking/TRExtractionContext.h"
+#include "tracking/TRTrackingLog.h"
 
 namespace TRBrowserRequests {
 
@@ -26,7 +27,11 @@ ScriptValue activeTabURL(ScriptingTarget& target) {
                        ScriptStep::property(QStringLiteral("URL "))});
 }
 
-void removeDetails(TRActivity& activity) {
+void removeDetails(TRActivity& activity, const char* why) {
+    const RunningApplication* application = activity.runningApplication();
+    qCDebug(lcTracking) << "details removed for process"
+                        << (application != nullptr ? application->processIdentifier : 0) << ":"
+                        << why;
     activity.setDetails(std::nullopt);
 }
 

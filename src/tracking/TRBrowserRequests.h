@@ -25,7 +25,8 @@ ScriptValue frontWindowMode(ScriptingTarget& target);
 // The URL of window 1's active tab ('cwin' 1, 'acTa', 'URL ').
 ScriptValue activeTabURL(ScriptingTarget& target);
 
-// "this application is in front, but nothing about it may be recorded"
-void removeDetails(TRActivity& activity);
+// "this application is in front, but nothing about it may be recorded";
+// `why` names the step (never the page) for the debug log.
+void removeDetails(TRActivity& activity, const char* why);
 
 }  // namespace TRBrowserRequests

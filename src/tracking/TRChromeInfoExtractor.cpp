@@ -61,17 +61,18 @@ void TRChromeInfoExtractor::writeDetailsForActivity(TRActivity& activity,
                                                     const TRExtractionContext& context) const {
     using namespace TRBrowserRequests;
     const std::unique_ptr<ScriptingTarget> target = runningTarget(activity, context);
-    if (!target) return removeDetails(activity);
+    if (!target) return removeDetails(activity, "not running");
     // A mode that cannot be read may be an incognito window's: nothing about
     // the page is recorded then either.
     const ScriptValue mode = frontWindowMode(*target);
     const QString* modeName = mode.string();
-    if (modeName == nullptr || *modeName == QLatin1String("incognito")) {
-        return removeDetails(activity);
+    if (modeName == nullptr) return removeDetails(activity, "window mode unreadable");
+    if (*modeName == QLatin1String("incognito")) {
+        return removeDetails(activity, "incognito window");
     }
     const ScriptValue url = activeTabURL(*target);
     const QString* address = url.string();
-    if (address == nullptr) return removeDetails(activity);
+    if (address == nullptr) return removeDetails(activity, "no active tab address");
     // The developer tools in front: their window title names the page they
     // inspect, from its first "http" to the end.
     const QString title = activity.windowTitle();

@@ -23,5 +23,5 @@ void TROperaInfoExtractor::writeDetailsForActivity(TRActivity& activity,
             return;
         }
     }
-    removeDetails(activity);
+    removeDetails(activity, "no alternative URL");
 }

@@ -37,16 +37,16 @@ bool TRSafariInfoExtractor::privateBrowsingEnabled() {
 void TRSafariInfoExtractor::writeDetailsForActivity(TRActivity& activity,
                                                     const TRExtractionContext& context) const {
     using namespace TRBrowserRequests;
-    if (privateBrowsingEnabled()) return removeDetails(activity);
+    if (privateBrowsingEnabled()) return removeDetails(activity, "private browsing");
     const std::unique_ptr<ScriptingTarget> target = runningTarget(activity, context);
-    if (!target) return removeDetails(activity);
+    if (!target) return removeDetails(activity, "not running");
     const ScriptValue document = target->get({ScriptStep::element(QStringLiteral("docu"), 1)});
     const ScriptObjectReference* reference = document.objectReference();
-    if (reference == nullptr) return removeDetails(activity);
+    if (reference == nullptr) return removeDetails(activity, "no document");
     ScriptReference urlReference = reference->reference;
     urlReference.push_back(ScriptStep::property(QStringLiteral("pURL")));
     QString storage;
     const QString* address = addressText(target->get(urlReference), storage);
-    if (address == nullptr) return removeDetails(activity);
+    if (address == nullptr) return removeDetails(activity, "no document address");
     activity.setDocumentPath(*address);
 }

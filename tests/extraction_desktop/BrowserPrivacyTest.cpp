@@ -1,7 +1,8 @@
 // Private windows on real browsers: with an incognito or private window in
-// front, the time is the browser's and nothing about the page is kept, in
-// English and in German; the normal window behind it still gives its page,
-// and undocked developer tools stand for the page they inspect.
+// front the time is the browser's and nothing about the page is kept, in
+// English and in German, while the normal window behind still gives its
+// page; undocked developer tools stand for the page they inspect; a browser
+// started before accessibility was on keeps its time and says so.
 
 #include <QDir>
 #include <QFile>
@@ -13,95 +14,85 @@
 
 namespace {
 
-constexpr int kPrivateTicks = 6;
-
-// A Chromium of its own (profile, language and flags), so the test can open
-// windows in it and choose the language of its interface.
+// A Chromium of its own, so a test can choose its language, open windows in
+// it, and leave the accessibility switch to the desktop.
 struct Chromium final {
     QString profile;
-    QString language;
+    QString language = QStringLiteral("en");
+    bool forceAccessibility = true;  // off: asks the desktop at its start
     qint64 pid = -1;
-    // Off: the browser asks the desktop at its start, as it does for users.
-    bool forceAccessibility = true;
 
     QStringList command(const QStringList& more) const {
-        QStringList arguments{QStringLiteral("LANGUAGE=") + language,
-                              QStringLiteral("ACCESSIBILITY_ENABLED=") +
-                                  QLatin1String(forceAccessibility ? "1" : "0"),
-                              QStringLiteral("chromium"),
-                              QStringLiteral("--no-sandbox"),
-                              QStringLiteral("--disable-gpu"),
-                              QStringLiteral("--no-first-run"),
-                              QStringLiteral("--disable-background-networking"),
-                              QStringLiteral("--disable-component-update"),
-                              QStringLiteral("--disable-sync"),
-                              QStringLiteral("--proxy-server=127.0.0.1:9"),
-                              QStringLiteral("--user-data-dir=") + profile};
-        if (forceAccessibility) arguments.append(QStringLiteral("--force-renderer-accessibility"));
-        return arguments + more;
+        return QStringList{QStringLiteral("LANGUAGE=") + language,
+                           QStringLiteral("ACCESSIBILITY_ENABLED=%1").arg(int(forceAccessibility)),
+                           QStringLiteral("chromium"),
+                           QStringLiteral("--user-data-dir=") + profile} +
+               QStringLiteral(
+                   "--no-sandbox --disable-gpu --no-first-run --disable-sync "
+                   "--disable-background-networking --disable-component-update "
+                   "--proxy-server=127.0.0.1:9")
+                   .split(QLatin1Char(' ')) +
+               (forceAccessibility ? QStringList{QStringLiteral("--force-renderer-accessibility")}
+                                   : QStringList{}) +
+               more;
     }
     bool start(const QStringList& more) {
+        QDir().mkpath(profile + QStringLiteral("/Default"));
         pid = startInFront(
             [&] { return g_desktop->startProgram(QStringLiteral("env"), command(more)); });
         return pid > 0;
     }
-    // Another window of the running browser.
-    bool open(const QStringList& more) const {
+    bool open(const QStringList& more) const {  // another window of the running browser
         return g_desktop->run(QStringLiteral("env"), command(more), nullptr, 15000);
     }
-    ~Chromium() {
-        if (pid > 0) g_desktop->stopProgram(pid);
-    }
+    ~Chromium() { g_desktop->stopProgram(pid); }
 };
 
-QString freshProfile(const char* name) {
-    const QString profile = g_desktop->stateDir() + QStringLiteral("/privacy-") + QLatin1String(name);
-    QDir().mkpath(profile + QStringLiteral("/Default"));
-    return profile;
+QString profile(const char* name) {
+    return g_desktop->stateDir() + QStringLiteral("/privacy-") + QLatin1String(name);
 }
 
 bool isProcess(const Tick& t, qint64 pid) {
-    const RunningApplication* application =
-        t.front ? t.front->runningApplication() : nullptr;
-    return application != nullptr && application->processIdentifier == pid;
+    const RunningApplication* application = t.front ? t.front->runningApplication() : nullptr;
+    return application != nullptr && application->processIdentifier == pid && t.completed;
 }
 
 bool showsPage(const Tick& t, qint64 pid, const QString& address) {
-    return isProcess(t, pid) && t.completed && t.completed->activity.documentPath() == address;
+    return isProcess(t, pid) && t.completed->activity.documentPath() == address;
 }
 
-// The mode the browser's front window reads as: the details must have gone
-// because the window is private, not because nothing could be read.
+void expectPage(qint64 pid, const QString& address) {
+    Tick last;
+    EXPECT_TRUE(waitForTick([&](const Tick& t) { return showsPage(t, pid, address); },
+                            kPageTimeoutMs, &last))
+        << qPrintable(describe(last));
+}
+
+// What the front window's mode reads as: the details must be gone because
+// the window is private, not because nothing could be read.
 QString frontWindowMode(qint64 pid) {
     QString mode;
     runOnWorker([&] {
-        const auto target = g_context.scriptingTargets->targetForProcess(qint32(pid));
-        const ScriptValue value = target->get({ScriptStep::element(QStringLiteral("cwin"), 1),
-                                               ScriptStep::property(QStringLiteral("mode"))});
+        const ScriptValue value = g_context.scriptingTargets->targetForProcess(qint32(pid))
+                                      ->get({ScriptStep::element(QStringLiteral("cwin"), 1),
+                                             ScriptStep::property(QStringLiteral("mode"))});
         if (const QString* text = value.string()) mode = *text;
     });
     return mode;
 }
 
-// Brings the window named `title` to the front, then expects every tick for
-// a while to keep the browser's time and nothing about the page: not its
-// address and not its title.
+// Brings the window named `title` to the front; every tick for a while then
+// keeps the browser's time and nothing of the page, neither address nor title.
 void expectPrivateWindowKeepsOnlyTheBrowser(qint64 pid, const QString& title) {
     const auto window = g_desktop->waitForWindowNamed(title, kWindowTimeoutMs);
-    ASSERT_TRUE(window.has_value()) << "no window " << title.toStdString();
-    ASSERT_TRUE(g_desktop->activateWindow(*window));
-    Tick last;
+    ASSERT_TRUE(window && g_desktop->activateWindow(*window));
+    Tick t;
     ASSERT_TRUE(waitForTick(
-        [&](const Tick& t) { return isProcess(t, pid) && t.front->windowTitle().contains(title); },
-        kPageTimeoutMs, &last))
-        << qPrintable(describe(last));
-    for (int i = 0; i < kPrivateTicks; ++i) {
-        SCOPED_TRACE(i);
-        const Tick t = i == 0 ? last : tick();
+        [&](const Tick& x) { return isProcess(x, pid) && x.front->windowTitle().contains(title); },
+        kPageTimeoutMs, &t));
+    for (int i = 0; i < 6; ++i, QThread::msleep(kTickSpacingMs), t = tick()) {
         ASSERT_TRUE(isProcess(t, pid)) << qPrintable(describe(t));
-        ASSERT_TRUE(t.completed.has_value());
         EXPECT_FALSE(t.completed->activity.details().has_value()) << qPrintable(describe(t));
-        QThread::msleep(kTickSpacingMs);
     }
     EXPECT_EQ(frontWindowMode(pid), QStringLiteral("incognito"));
 }
@@ -110,23 +101,24 @@ void checkIncognitoInFrontOfNormal(const char* language) {
     REQUIRE_DESKTOP();
     REQUIRE_TOOL("chromium");
     ASSERT_FALSE(site().isEmpty());
-    Chromium browser{freshProfile(language), QLatin1String(language)};
+    Chromium browser{profile(language), QLatin1String(language)};
     ASSERT_TRUE(browser.start({page("one")}));
-    Tick last;
-    EXPECT_TRUE(waitForTick([&](const Tick& t) { return showsPage(t, browser.pid, page("one")); },
-                            kPageTimeoutMs, &last))
-        << qPrintable(describe(last));
-    bool restartNeeded = true;
-    runOnWorker([&] { restartNeeded = g_extractor->startedBeforeAccessibility(*last.front); });
-    EXPECT_FALSE(restartNeeded) << "a browser that shows its tree needs no restart";
+    expectPage(browser.pid, page("one"));
     ASSERT_TRUE(browser.open({QStringLiteral("--incognito"), page("two")}));
     expectPrivateWindowKeepsOnlyTheBrowser(browser.pid, QStringLiteral("page two"));
-    // The normal window is read again as soon as it is back in front.
     const auto normal = g_desktop->waitForWindowNamed(QStringLiteral("page one"), kWindowTimeoutMs);
     ASSERT_TRUE(normal && g_desktop->activateWindow(*normal));
-    EXPECT_TRUE(waitForTick([&](const Tick& t) { return showsPage(t, browser.pid, page("one")); },
-                            kPageTimeoutMs, &last))
-        << qPrintable(describe(last));
+    expectPage(browser.pid, page("one"));
+}
+
+bool switchAccessibility(bool on) {
+    return g_desktop->run(QStringLiteral("gdbus"),
+                          QStringLiteral("call --session --dest org.a11y.Bus --object-path "
+                                         "/org/a11y/bus --method "
+                                         "org.freedesktop.DBus.Properties.Set org.a11y.Status "
+                                         "IsEnabled")
+                                  .split(QLatin1Char(' ')) +
+                              QStringList{QLatin1String(on ? "<true>" : "<false>")});
 }
 
 }  // namespace
@@ -145,16 +137,12 @@ TEST(BrowserPrivacy, FirefoxPrivateWindowKeepsOnlyTheBrowser) {
     ASSERT_FALSE(site().isEmpty());
     const qint64 pid = startInFront([] { return g_desktop->startFirefox({page("three")}); });
     ASSERT_GT(pid, 0);
-    Tick last;
-    EXPECT_TRUE(waitForTick([&](const Tick& t) { return showsPage(t, pid, page("three")); },
-                            kPageTimeoutMs, &last))
-        << qPrintable(describe(last));
-    // The running browser opens the private window.
-    ASSERT_TRUE(g_desktop->run(QStringLiteral("firefox-esr"),
-                               {QStringLiteral("--profile"),
-                                g_desktop->stateDir() + QStringLiteral("/firefox-profile"),
-                                QStringLiteral("--private-window"), page("four")},
-                               nullptr, 15000));
+    expectPage(pid, page("three"));
+    ASSERT_TRUE(g_desktop->run(
+        QStringLiteral("firefox-esr"),
+        {QStringLiteral("--profile"), g_desktop->stateDir() + QStringLiteral("/firefox-profile"),
+         QStringLiteral("--private-window"), page("four")},
+        nullptr, 15000));
     expectPrivateWindowKeepsOnlyTheBrowser(pid, QStringLiteral("page four"));
     g_desktop->stopProgram(pid);
 }
@@ -163,13 +151,12 @@ TEST(BrowserPrivacy, UndockedDeveloperToolsStandForTheInspectedPage) {
     REQUIRE_DESKTOP();
     REQUIRE_TOOL("chromium");
     ASSERT_FALSE(site().isEmpty());
-    const QString profile = freshProfile("tools");
-    {
-        QFile preferences(profile + QStringLiteral("/Default/Preferences"));
-        ASSERT_TRUE(preferences.open(QIODevice::WriteOnly));
-        preferences.write(R"({"devtools":{"preferences":{"currentDockState":"\"undocked\""}}})");
-    }
-    Chromium browser{profile, QStringLiteral("en")};
+    Chromium browser{profile("tools")};
+    QDir().mkpath(browser.profile + QStringLiteral("/Default"));
+    QFile preferences(browser.profile + QStringLiteral("/Default/Preferences"));
+    ASSERT_TRUE(preferences.open(QIODevice::WriteOnly));
+    preferences.write(R"({"devtools":{"preferences":{"currentDockState":"\"undocked\""}}})");
+    preferences.close();
     ASSERT_TRUE(browser.start({QStringLiteral("--auto-open-devtools-for-tabs"), page("one")}));
     const auto tools = g_desktop->waitForWindowNamed(QStringLiteral("DevTools"), kWindowTimeoutMs);
     ASSERT_TRUE(tools && g_desktop->activateWindow(*tools));
@@ -183,26 +170,14 @@ TEST(BrowserPrivacy, UndockedDeveloperToolsStandForTheInspectedPage) {
         << qPrintable(describe(last));
 }
 
-// Chromium reads the accessibility switch once, at its start: one started
-// while it was off never shows its tree. Its time is still the browser's,
-// and the dispatch says that it must be restarted.
+// Chromium reads the accessibility switch once, at its start.
 TEST(BrowserPrivacy, ChromiumStartedBeforeAccessibilityKeepsItsTimeAndSaysSo) {
     REQUIRE_DESKTOP();
     REQUIRE_TOOL("chromium");
     REQUIRE_TOOL("gdbus");
     ASSERT_FALSE(site().isEmpty());
-    const auto switchAccessibility = [](bool on) {
-        return g_desktop->run(
-            QStringLiteral("gdbus"),
-            {QStringLiteral("call"), QStringLiteral("--session"), QStringLiteral("--dest"),
-             QStringLiteral("org.a11y.Bus"), QStringLiteral("--object-path"),
-             QStringLiteral("/org/a11y/bus"), QStringLiteral("--method"),
-             QStringLiteral("org.freedesktop.DBus.Properties.Set"),
-             QStringLiteral("org.a11y.Status"), QStringLiteral("IsEnabled"),
-             QLatin1String(on ? "<true>" : "<false>")});
-    };
     ASSERT_TRUE(switchAccessibility(false));
-    Chromium browser{freshProfile("late"), QStringLiteral("en")};
+    Chromium browser{profile("late")};
     browser.forceAccessibility = false;
     const bool started = browser.start({page("one")});
     ASSERT_TRUE(switchAccessibility(true));
@@ -211,8 +186,10 @@ TEST(BrowserPrivacy, ChromiumStartedBeforeAccessibilityKeepsItsTimeAndSaysSo) {
     bool said = false;
     EXPECT_TRUE(waitForTick(
         [&](const Tick& t) {
-            if (!isProcess(t, browser.pid) || !t.completed) return false;
-            runOnWorker([&] { said = g_extractor->startedBeforeAccessibility(t.completed->activity); });
+            if (isProcess(t, browser.pid)) {
+                runOnWorker(
+                    [&] { said = g_extractor->startedBeforeAccessibility(t.completed->activity); });
+            }
             return said;
         },
         kPageTimeoutMs, &last))

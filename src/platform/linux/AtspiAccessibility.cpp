@@ -193,7 +193,12 @@ std::optional<WindowDocumentSource::DocumentInfo> AtspiAccessibilityProvider::do
     AtspiQuery query(*state);
     AccessiblePtr window = query.windowAt(app, windowIndex);
     AccessiblePtr document = window ? query.findDocument(window.get()) : nullptr;
-    if (!document) return std::nullopt;
+    if (!document) {
+        // A question that failed on the way: the same window in front keeps
+        // its last answer.
+        const auto* remembered = windowIndex == 1 ? state->rememberedFront() : nullptr;
+        return remembered ? remembered->document : std::nullopt;
+    }
     DocumentInfo info;
     info.address = query.documentAddress(document.get()).value_or(QString());
     info.name = query.name(document.get()).value_or(QString());
@@ -217,7 +222,11 @@ std::optional<QString> AtspiAccessibilityProvider::windowName(qint32 processIden
     AtspiQuery query(*state);
     AccessiblePtr window = query.windowAt(app, windowIndex);
     std::optional<QString> name = window ? query.name(window.get()) : std::nullopt;
-    if (windowIndex == 1 && name && query.responsive()) state->frontToRemember().windowName = name;
+    if (windowIndex != 1) return name;
+    if (name && query.responsive()) state->frontToRemember().windowName = name;
+    if (!name) {
+        if (const auto* remembered = state->rememberedFront()) return remembered->windowName;
+    }
     return name;
 }
 

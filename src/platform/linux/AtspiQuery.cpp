@@ -215,7 +215,9 @@ AccessiblePtr AtspiQuery::firstTopLevel(AtspiAccessible* application, bool activ
         }
     }
     for (AccessiblePtr& window : others) {
-        if (window.get() != firstActive.get() && isFrontWindow(window.get())) return std::move(window);
+        if (window.get() != firstActive.get() && isFrontWindow(window.get())) {
+            return std::move(window);
+        }
     }
     if (firstActive) return firstActive;
     return activeOnly ? nullptr : std::move(firstShowing);

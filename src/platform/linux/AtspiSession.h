@@ -76,7 +76,9 @@ struct AtspiApplicationState final {
         return &*lastFront;
     }
     FrontAnswer& frontToRemember() {
-        if (!lastFront || lastFront->title != frontWindowTitle) lastFront = FrontAnswer{frontWindowTitle, {}, {}};
+        if (!lastFront || lastFront->title != frontWindowTitle) {
+            lastFront = FrontAnswer{frontWindowTitle, {}, {}};
+        }
         return *lastFront;
     }
 };
