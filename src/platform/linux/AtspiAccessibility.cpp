@@ -160,9 +160,10 @@ AccessibilityElementRef AtspiAccessibilityProvider::applicationElement(qint32 pr
     if (app == nullptr) return nullptr;
     // Applications report changes only to registered listeners, so what
     // libatspi cached may be stale: each new application element (one a
-    // tick) starts from an empty cache.
-    atspi_accessible_clear_cache(app);
-    return makeAtspiApplicationElement(*d, d->state(processIdentifier), app);
+    // tick) starts a new tick, whose first question clears the cache.
+    const std::shared_ptr<AtspiApplicationState> state = d->state(processIdentifier);
+    state->tickFront = AtspiApplicationState::TickFront{};
+    return makeAtspiApplicationElement(*d, state, app);
 }
 
 void AtspiAccessibilityProvider::noteFrontWindowTitle(qint32 processIdentifier,
@@ -189,19 +190,20 @@ std::optional<WindowDocumentSource::DocumentInfo> AtspiAccessibilityProvider::do
         const auto* remembered = windowIndex == 1 ? state->rememberedFront() : nullptr;
         return remembered ? remembered->document : std::nullopt;
     }
-    atspi_accessible_clear_cache(app);
+    if (windowIndex != 1) atspi_accessible_clear_cache(app);
     AtspiQuery query(*state);
     AccessiblePtr window = query.windowAt(app, windowIndex);
-    AccessiblePtr document = window ? query.findDocument(window.get()) : nullptr;
-    if (!document) {
+    const AtspiQuery::DocumentFacts facts =
+        window ? query.documentOf(window.get()) : AtspiQuery::DocumentFacts{};
+    if (!facts.document) {
         // A question that failed on the way: the same window in front keeps
         // its last answer.
         const auto* remembered = windowIndex == 1 ? state->rememberedFront() : nullptr;
         return remembered ? remembered->document : std::nullopt;
     }
     DocumentInfo info;
-    info.address = query.documentAddress(document.get()).value_or(QString());
-    info.name = query.name(document.get()).value_or(QString());
+    info.address = facts.address.value_or(QString());
+    info.name = facts.name.value_or(QString());
     if (windowIndex == 1 && query.responsive()) state->frontToRemember().document = info;
     return info;
 }
@@ -218,7 +220,7 @@ std::optional<QString> AtspiAccessibilityProvider::windowName(qint32 processIden
         const auto* remembered = windowIndex == 1 ? state->rememberedFront() : nullptr;
         return remembered ? remembered->windowName : std::nullopt;
     }
-    atspi_accessible_clear_cache(app);
+    if (windowIndex != 1) atspi_accessible_clear_cache(app);
     AtspiQuery query(*state);
     AccessiblePtr window = query.windowAt(app, windowIndex);
     std::optional<QString> name = window ? query.name(window.get()) : std::nullopt;

@@ -44,6 +44,7 @@ struct AtspiApplicationState final {
     static constexpr qint64 kAgainWithinMs = 15000;
     qint32 processIdentifier = 0;
     QElapsedTimer silentSince;  // invalid while the application answers
+    QElapsedTimer stopCheckedAt;
     qint64 pauseMs = kShortPauseMs;
     // The window manager's title of the process's window in front; empty
     // when unknown.
@@ -58,6 +59,28 @@ struct AtspiApplicationState final {
     };
     std::optional<FrontAnswer> lastFront;
     std::optional<QString> applicationName;
+    // The window in front as found in this tick, with what was read of it:
+    // the accessibility step and the extractor ask about the same window
+    // several times within one tick, and every question is a round trip to
+    // the application. Started afresh (with the application's cache
+    // cleared) by the first question of a tick.
+    struct TickFront final {
+        static constexpr qint64 kLifetimeMs = 500;
+        QElapsedTimer foundAt;  // invalid: nothing found yet this tick
+        QString title;          // the window manager's title it was found for
+        AccessiblePtr window;   // null: the application shows no window
+        bool named = false;     // its name is the window manager's title
+        std::optional<QString> name;
+        bool documentRead = false;
+        AccessiblePtr document;
+        std::optional<QString> documentAddress;
+        std::optional<QString> documentName;
+    };
+    TickFront tickFront;
+    bool tickFrontFresh() const {
+        return tickFront.foundAt.isValid() && tickFront.foundAt.elapsed() < TickFront::kLifetimeMs &&
+               tickFront.title == frontWindowTitle;
+    }
 
     bool responsive() const { return !silentSince.isValid() || silentSince.elapsed() > pauseMs; }
     // A stopped process (SIGSTOP, a debugger) cannot answer: it is marked
@@ -102,6 +125,19 @@ public:
     AccessiblePtr activeTopLevel(AtspiAccessible* application);
     AccessiblePtr mainWindow(AtspiAccessible* application);
     AccessiblePtr windowAt(AtspiAccessible* application, int index);  // 1-based, -1 last
+    // The window in front, found once a tick (AtspiApplicationState::TickFront):
+    // the top-level named as the window manager names the window in front,
+    // else the active one, else the first showing one. Clears the
+    // application's cache when it starts a new tick.
+    AtspiApplicationState::TickFront& front(AtspiAccessible* application);
+    // The document shown in a window and its address and name; read once a
+    // tick for the window in front.
+    struct DocumentFacts final {
+        AccessiblePtr document;
+        std::optional<QString> address;
+        std::optional<QString> name;
+    };
+    DocumentFacts documentOf(AtspiAccessible* window);
     bool isSheet(AtspiAccessible* window);
     // The document shown in a window, or nullptr; bounded in depth and count.
     AccessiblePtr findDocument(AtspiAccessible* window);
@@ -124,6 +160,9 @@ private:
     AccessiblePtr firstTopLevel(AtspiAccessible* application, bool activeOnly);
 
     AtspiApplicationState& m_state;
+    // The last name read, so finding the window in front and naming it cost
+    // one question. Borrowed pointer: compared, never used.
+    std::pair<AtspiAccessible*, QString> m_lastName{nullptr, {}};
 };
 
 struct AtspiAccessibilityProvider::Session final {
