@@ -13,7 +13,8 @@
 //                         descendant" without walking the tree for it
 //   "AXTitle"             the window's accessible name
 //   "AXDocument"          the "DocURL" (Firefox, document viewers) or "URI"
-//                         (Chromium) document attribute of the window's
+//                         (Chromium) document attribute (all attributes read
+//                         in one call) of the window's
 //                         document: the targets of its EMBEDS relation first,
 //                         else the first descendant implementing Document in a
 //                         bounded breadth-first walk
@@ -32,9 +33,14 @@
 // GLib main context which `processPendingEvents` drains without blocking,
 // so the Qt main loop never dispatches AT-SPI traffic. libatspi is one per
 // process: so is this provider. Elements must not outlive it. Every call is bounded
-// by a 250 ms timeout; an application that times out is left alone for a
-// few seconds, so a stopped program delays one query by about a quarter of
-// a second, not every call in it. `isEnabled` and `enable` use the session
+// by a 250 ms timeout; an application that times out is left alone for the
+// rest of the tick, and for a few seconds after a second timeout, so a
+// stopped program delays one query by about a quarter of a second, not every
+// call in it. Meanwhile window 1 of `document` and `windowName` answers what
+// it answered last for the same window-manager title. The window in front
+// and what was read of it are kept for one tick (a new application element
+// starts the next), so the accessibility step and the extractor ask the
+// application each thing once. `isEnabled` and `enable` use the session
 // bus and may be called from any thread.
 
 #include <QString>

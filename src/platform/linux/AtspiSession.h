@@ -35,13 +35,14 @@ inline AccessiblePtr retainAccessible(AtspiAccessible* accessible) {
 }
 
 // Whether an application answered lately. After a call that timed out the
-// application is skipped for the rest of the tick; after a second one soon
-// after, for kPause, so a hung program costs two timeouts and a busy one
-// (a browser drawing a window it just brought up) only one tick.
+// application is skipped for the rest of the tick; after a timeout in the
+// next tick too, for kPause. So a hung program costs two timeouts, and a
+// busy one (a browser on a loaded machine that was just brought to the
+// front and answers in half a second) only the tick it was busy in.
 struct AtspiApplicationState final {
     static constexpr qint64 kShortPauseMs = 900;
     static constexpr qint64 kPauseMs = 5000;
-    static constexpr qint64 kAgainWithinMs = 15000;
+    static constexpr qint64 kAgainWithinMs = 2500;
     qint32 processIdentifier = 0;
     QElapsedTimer silentSince;  // invalid while the application answers
     QElapsedTimer stopCheckedAt;
