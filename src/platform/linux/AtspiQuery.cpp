@@ -272,6 +272,7 @@ AtspiQuery::DocumentFacts AtspiQuery::documentOf(AtspiAccessible* window) {
         if (!facts.address || facts.address->isEmpty()) facts.name = name(facts.document.get());
     }
     if (isFront && responsive()) {
+        tick.foundAt.start();  // the walk may have taken a while: fresh from now
         tick.documentRead = true;
         tick.document = retainAccessible(facts.document.get());
         tick.documentAddress = facts.address;

@@ -66,7 +66,10 @@ struct AtspiApplicationState final {
     // the application. Started afresh (with the application's cache
     // cleared) by the first question of a tick.
     struct TickFront final {
-        static constexpr qint64 kLifetimeMs = 500;
+        // Longer than the slowest walk of one tick (a large tree without a
+        // document takes seconds on a loaded machine); a new tick starts
+        // afresh anyway.
+        static constexpr qint64 kLifetimeMs = 3000;
         QElapsedTimer foundAt;  // invalid: nothing found yet this tick
         QString title;          // the window manager's title it was found for
         AccessiblePtr window;   // null: the application shows no window
