@@ -14,6 +14,8 @@ public:
 
     struct DocumentInfo final {
         QString address;  // DocURL / URI; may be empty
+        // The document's accessible name, read only when the address is
+        // empty (it stands in for one; asking costs a round trip).
         QString name;
     };
     // `windowIndex` counts from 1 (the active window first); -1 is the last.
