@@ -4,8 +4,9 @@
 // accessibility tree, then the extractor) on one worker thread, as the
 // tracking loop runs them. Starts its own disposable desktop; measures with
 // an xterm in front (no accessibility tree; its folder from /proc), Thunar on
-// a folder (the location bar from the tree) and Chromium on a local page in
-// front (the page address comes from the tree).
+// a folder (the location bar from the tree), then Chromium and Firefox on a
+// local page in front (the page address and the window's private mode come
+// from the tree, through the browsers' own extractors).
 //
 // Prints "name: value unit" lines, medians over `--samples` ticks (default
 // 30) spaced `--spacing-ms` apart (default 1000, as the helper ticks): back
@@ -21,6 +22,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <ctime>
+#include <functional>
 #include <vector>
 
 #include "platform/AccessibilityElement.h"
@@ -148,13 +150,25 @@ int runBench(DisposableDesktop& desktop, TRSerialQueue& worker, const Options& o
     }
 
     const QString url = servePage(desktop);
-    const qint64 chromium = desktop.startChromium(url);
-    if (url.isEmpty() || !bringToFront(desktop, chromium)) return 1;
-    if (!DisposableDesktop::waitUntil([&] { return documentPathNow(worker) == url; }, 30000, 200)) {
-        std::fprintf(stderr, "the page address never arrived\n");
-        return 1;
+    if (url.isEmpty()) return 1;
+    const struct {
+        const char* name;
+        std::function<qint64()> start;
+    } browsers[] = {
+        {"chromium", [&] { return desktop.startChromium(url); }},
+        {"firefox", [&] { return desktop.startFirefox({url}); }},
+    };
+    for (const auto& browser : browsers) {
+        const qint64 pid = browser.start();
+        if (!bringToFront(desktop, pid)) return 1;
+        if (!DisposableDesktop::waitUntil([&] { return documentPathNow(worker) == url; }, 30000,
+                                          200)) {
+            std::fprintf(stderr, "%s: the page address never arrived\n", browser.name);
+            return 1;
+        }
+        measureTicks(QLatin1String(browser.name), worker, options);
+        desktop.stopProgram(pid);
     }
-    measureTicks(QStringLiteral("chromium"), worker, options);
     return 0;
 }
 

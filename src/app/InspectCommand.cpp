@@ -45,7 +45,8 @@ QString describeExcluded(const TRExtractionContext& context) {
     return text + line("pid", QString::number(*pid));
 }
 
-QString describe(const TRActivity& activity, const TRApplicationInfoExtractor& extractor) {
+QString describe(const TRActivity& activity, const TRApplicationInfoExtractor& extractor,
+                 bool startedBeforeAccessibility) {
     QString text;
     if (const RunningApplication* application = activity.runningApplication()) {
         text += line("application", shown(application->localizedName));
@@ -68,7 +69,13 @@ QString describe(const TRActivity& activity, const TRApplicationInfoExtractor& e
             text += line("path components", components->join(QStringLiteral(" | ")));
         }
     }
-    return text + line("extractor", extractor.name());
+    text += line("extractor", extractor.name());
+    if (startedBeforeAccessibility) {
+        text += line("note", QStringLiteral("this browser started before accessibility was "
+                                            "switched on: its time is recorded, but no page "
+                                            "until it is restarted"));
+    }
+    return text;
 }
 
 void printUsage(QTextStream& stream) {
@@ -107,7 +114,7 @@ QString inspectFrontActivity(TRInfoExtractor& dispatch) {
     std::optional<TRActivity> activity = dispatch.currentActivity();
     if (!activity) return describeExcluded(dispatch.context());
     const TRApplicationInfoExtractor& extractor = dispatch.callInfoExtractorForActivity(*activity);
-    return describe(*activity, extractor);
+    return describe(*activity, extractor, dispatch.startedBeforeAccessibility(*activity));
 }
 
 int runInspectCommand(const QStringList& arguments, const TRExtractionContext& platform,

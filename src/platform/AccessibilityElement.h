@@ -62,4 +62,15 @@ public:
     // The application element of a process, or nullptr when the process does
     // not expose one.
     virtual AccessibilityElementRef applicationElement(qint32 processIdentifier) = 0;
+
+    // The title the window manager shows for the process's window in front,
+    // before that process's windows are asked about. An application's own
+    // "active" marks can lag behind (a browser's new private window stays
+    // unmarked while the old one keeps the mark), so the window whose
+    // accessible name is this title, or this title and a parenthesised
+    // word, stands for the window in front; an empty title forgets it.
+    virtual void noteFrontWindowTitle(qint32 processIdentifier, const QString& title) {
+        (void)processIdentifier;
+        (void)title;
+    }
 };

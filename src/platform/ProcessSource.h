@@ -11,6 +11,7 @@
 #include <QList>
 #include <QString>
 #include <QStringList>
+#include <optional>
 
 class ProcessSource {
 public:
@@ -30,4 +31,10 @@ public:
     // The foreground process group of the terminal the process is attached
     // to (a shell's running command, or the shell itself); 0 when none.
     virtual qint32 foregroundProcess(qint32 processIdentifier) = 0;
+    // How long the process has been running, in seconds; nullopt when
+    // unreadable.
+    virtual std::optional<double> secondsRunning(qint32 processIdentifier) {
+        (void)processIdentifier;
+        return std::nullopt;
+    }
 };

@@ -28,4 +28,9 @@ public:
 
     // The class name ("TRGenericInfoExtractor"), shown by `inspect`.
     virtual QString name() const = 0;
+
+    // Whether what it records comes only from the application's
+    // accessibility tree (the browsers'): without the tree it can record the
+    // application's time alone.
+    virtual bool needsAccessibilityTree() const { return false; }
 };

@@ -1,6 +1,7 @@
 #include "tracking/TRExtractorRegistry.h"
 
 #include "tracking/TRApplicationInfoExtractor.h"
+#include "tracking/TRChromeInfoExtractor.h"
 #include "tracking/TRDummyInfoExtractor.h"
 // Mail, file managers, terminals, editors and notes.
 #include "tracking/TRCodaInfoExtractor.h"
@@ -12,6 +13,10 @@
 #include "tracking/TRTerminalInfoExtractor.h"
 #include "tracking/TRTitledEditorInfoExtractor.h"
 #include "tracking/TRXcodeInfoExtractor.h"
+// Browsers.
+#include "tracking/TRFirefoxInfoExtractor.h"
+#include "tracking/TROperaInfoExtractor.h"
+#include "tracking/TRSafariInfoExtractor.h"
 
 void TRExtractorRegistry::addApplicationInfoExtractor(const TRApplicationInfoExtractor* extractor,
                                                       const QString& bundleIdentifier) {
@@ -41,6 +46,8 @@ TRExtractorRegistry TRExtractorRegistry::withDefaultExtractors() {
 std::span<const TRApplicationInfoExtractor* const> TRExtractorRegistry::builtExtractors() {
     // A new extractor class joins here; its table entries then stop waiting.
     static const TRApplicationInfoExtractor* const kBuilt[] = {
+        &TRSafariInfoExtractor::instance(),  &TRChromeInfoExtractor::instance(),
+        &TROperaInfoExtractor::instance(),   &TRFirefoxInfoExtractor::instance(),
         &TRDummyInfoExtractor::instance(),
         // Mail, file managers, terminals, editors and notes.
         &TRMailInfoExtractor::instance(),

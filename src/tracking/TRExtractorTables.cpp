@@ -13,6 +13,7 @@ constexpr Origin L = Origin::Linux;
 constexpr char kSafari[] = "TRSafariInfoExtractor";
 constexpr char kChrome[] = "TRChromeInfoExtractor";
 constexpr char kOpera[] = "TROperaInfoExtractor";
+constexpr char kFirefox[] = "TRFirefoxInfoExtractor";
 constexpr char kMail[] = "TRMailInfoExtractor";
 constexpr char kPostbox[] = "TRPostboxInfoExtractor";
 constexpr char kFinder[] = "TRFinderInfoExtractor";
@@ -42,16 +43,41 @@ constexpr RegistryEntry kRegistry[] = {
     {"com.panic.Coda", kCoda, O},
     {"com.apple.frontrow", kDummy, O},
 
-    // Linux: the same browsers under their desktop entry and Flatpak ids; the
-    // desktop's WebKit browser stands with the WebKit one.
+    // Linux: the same browsers under their desktop entry and Flatpak ids,
+    // and the browsers built on Chromium, which expose the same tree (Opera
+    // on Linux among them: it goes to the Chromium extractor, so that its
+    // private windows stay out too).
     {"chromium", kChrome, L},
     {"chromium-browser", kChrome, L},
     {"google-chrome", kChrome, L},
     {"google-chrome-beta", kChrome, L},
     {"google-chrome-unstable", kChrome, L},
-    {"opera", kOpera, L},
-    {"com.opera.Opera", kOpera, L},
-    {"org.gnome.Epiphany", kSafari, L},
+    {"brave-browser", kChrome, L},
+    {"brave-browser-beta", kChrome, L},
+    {"brave-browser-nightly", kChrome, L},
+    {"com.brave.Browser", kChrome, L},
+    {"vivaldi-stable", kChrome, L},
+    {"vivaldi-snapshot", kChrome, L},
+    {"com.vivaldi.Vivaldi", kChrome, L},
+    {"microsoft-edge", kChrome, L},
+    {"microsoft-edge-beta", kChrome, L},
+    {"microsoft-edge-dev", kChrome, L},
+    {"com.microsoft.Edge", kChrome, L},
+    {"opera", kChrome, L},
+    {"opera-beta", kChrome, L},
+    {"opera-developer", kChrome, L},
+    {"com.opera.Opera", kChrome, L},
+    // Firefox and the browsers built on it; the mail client on the same
+    // engine is not among them.
+    {"firefox", kFirefox, L},
+    {"firefox-esr", kFirefox, L},
+    {"org.mozilla.firefox", kFirefox, L},
+    {"librewolf", kFirefox, L},
+    {"io.gitlab.librewolf-community", kFirefox, L},
+    {"waterfox", kFirefox, L},
+    {"net.waterfox.waterfox", kFirefox, L},
+    {"floorp", kFirefox, L},
+    {"one.ablaze.floorp", kFirefox, L},
     // Mail: the desktop's mail client, and the family Postbox is built on.
     {"org.gnome.Evolution", kMail, L},
     {"thunderbird", kPostbox, L},

@@ -5,6 +5,7 @@
 #include <QCoreApplication>
 #include <QFileInfo>
 
+#include "platform/ProcessSource.h"
 #include "platform/RunningApplications.h"
 #include "core/StringAdditions.h"
 #include "tracking/TRExtractionContext.h"
@@ -16,6 +17,10 @@
 #include "platform/WindowSystem.h"
 
 namespace {
+
+// A browser joins the accessibility tree within a second or two of its
+// start; one that has run longer without joining never will.
+constexpr double kSecondsToJoinTheTree = 10.0;
 
 // Auxiliary windows named this way never stand for what the user works on;
 // the process's next window does.
@@ -110,6 +115,9 @@ void TRInfoExtractor::completeActivityFromAccessibility(TRActivity& activity) {
     const RunningApplication* application = activity.runningApplication();
     if (application == nullptr) return;
     const qint32 pid = application->processIdentifier;
+    if (m_context.accessibility != nullptr) {
+        m_context.accessibility->noteFrontWindowTitle(pid, activity.windowTitle());
+    }
     const std::optional<TRActivityDetails> found =
         TRInfoExtractorAccessibility::detailsOfFrontWindows(
             m_context.accessibility, pid);
@@ -164,4 +172,18 @@ const TRApplicationInfoExtractor& TRInfoExtractor::extractorForActivity(
     const QString id = application != nullptr ? application->bundleIdentifier : QString();
     if (const auto* registered = m_registry.extractorForBundleIdentifier(id)) return *registered;
     return TRGenericInfoExtractor::instance();
+}
+
+bool TRInfoExtractor::startedBeforeAccessibility(const TRActivity& activity) const {
+    const RunningApplication* application = activity.runningApplication();
+    AccessibilityProvider* provider = m_context.accessibility;
+    if (application == nullptr || provider == nullptr || m_context.processes == nullptr) {
+        return false;
+    }
+    if (!extractorForActivity(activity).needsAccessibilityTree()) return false;
+    if (!provider->isEnabled()) return false;
+    const std::optional<double> running =
+        m_context.processes->secondsRunning(application->processIdentifier);
+    if (!running || *running < kSecondsToJoinTheTree) return false;
+    return provider->applicationElement(application->processIdentifier) == nullptr;
 }

@@ -70,6 +70,14 @@ public:
     // generic extractor.
     const TRApplicationInfoExtractor& extractorForActivity(const TRActivity& activity) const;
 
+    // Worker. Whether the application in front records its pages from the
+    // accessibility tree, accessibility is on, and yet the application, in
+    // front and running for a while, has never joined the tree: a browser
+    // started before accessibility was switched on (Chromium reads the
+    // switch once, at its start). Its time is recorded without its pages
+    // until it is restarted.
+    bool startedBeforeAccessibility(const TRActivity& activity) const;
+
     const TRExtractionContext& context() const { return m_context; }
 
     // Whether an application is one that is never tracked.

@@ -28,14 +28,14 @@ void submitWorkerStep(WorkerStep& step) {
     });
 }
 
+}  // namespace
+
 WorkerStep runWorkerStep(const TRActivity& activity) {
     WorkerStep step{activity, {}, 0};
     submitWorkerStep(step);
     g_worker->sync();
     return step;
 }
-
-}  // namespace
 
 void runOnWorker(const std::function<void()>& task) {
     g_worker->async(task);

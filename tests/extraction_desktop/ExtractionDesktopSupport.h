@@ -30,6 +30,9 @@ struct WorkerStep final {
 // Any work that must run on the worker, waited for.
 void runOnWorker(const std::function<void()>& task);
 
+// The worker step for `activity`, waited for.
+WorkerStep runWorkerStep(const TRActivity& activity);
+
 // One tick: currentActivity() here, then the worker step when there is an
 // activity.
 struct Tick final {

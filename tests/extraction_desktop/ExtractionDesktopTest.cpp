@@ -117,7 +117,7 @@ TEST(ExtractionOnDesktop, ChromiumPageAddressIsTheDocumentPathAndFollowsTabs) {
             << qPrintable(describe(last));
         ASSERT_TRUE(frontIs(last, pid));
         EXPECT_EQ(applicationOf(last)->bundleIdentifier, QStringLiteral("chromium"));
-        EXPECT_EQ(last.completed->extractor, kGeneric);
+        EXPECT_EQ(last.completed->extractor, QStringLiteral("TRChromeInfoExtractor"));
     }
     g_desktop->stopProgram(pid);
 }

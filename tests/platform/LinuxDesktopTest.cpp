@@ -174,7 +174,7 @@ TEST(AtspiAccessibilityTest, FirefoxPageAddressFollowsTabsAndAStoppedFirefoxCost
     const auto document = accessibility().document(qint32(pid), 1);
     ASSERT_TRUE(document.has_value());
     EXPECT_EQ(QUrl(document->address), QUrl(four));
-    EXPECT_EQ(document->name, QStringLiteral("page four"));
+    EXPECT_TRUE(document->name.isEmpty()) << "with an address, the name is not asked for";
     EXPECT_TRUE(accessibility().windowName(qint32(pid), 1).value_or(QString()).contains(
         QStringLiteral("page four")));
 

@@ -16,7 +16,9 @@ public:
     std::optional<QString> windowName(qint32, int windowIndex) override {
         return windowNames.count(windowIndex) ? std::optional(windowNames[windowIndex]) : std::nullopt;
     }
+    std::optional<QString> applicationName(qint32) override { return browserName; }
     std::map<int, DocumentInfo> documents;
+    std::optional<QString> browserName;
     std::map<int, QString> windowNames;
 };
 
@@ -52,7 +54,10 @@ TEST(TRDesktopScriptingTargetsTest, AnswersTheGenericTermsFromTheShownDocumentAn
     documents.documents[1] = {QStringLiteral("https://example.org/a?b=c"), QStringLiteral("Page A")};
     documents.documents[2] = {QStringLiteral("file:///home/u/report.pdf"), QStringLiteral("report.pdf")};
     documents.documents[3] = {QString(), QString()};
-    documents.windowNames = {{1, QStringLiteral("Page A - Browser")}, {-1, QStringLiteral("Last window")}};
+    documents.windowNames = {{1, QStringLiteral("Page A - Browser")},
+                             {2, QStringLiteral("Page B - Browser (Incognito)")},
+                             {-1, QStringLiteral("Last window")}};
+    documents.browserName = QStringLiteral("Browser");
     FakeProcesses processes;
     processes.running = {42};
     TRDesktopScriptingTargets targets(documents, processes);
@@ -83,6 +88,18 @@ TEST(TRDesktopScriptingTargetsTest, AnswersTheGenericTermsFromTheShownDocumentAn
         {"window 1 name", {element("cwin", 1), property("pnam")}, Kind::String,
          QStringLiteral("Page A - Browser")},
         {"last window name", {element("cwin", -1), property("pnam")}, Kind::String, QStringLiteral("Last window")},
+        {"window 1's mode", {element("cwin", 1), property("mode")}, Kind::String,
+         QStringLiteral("normal")},
+        {"window 2's mode", {element("cwin", 2), property("mode")}, Kind::String,
+         QStringLiteral("incognito")},
+        {"a window the browser does not name", {element("cwin", -1), property("mode")},
+         Kind::Missing, {}},
+        {"no such window, no mode", {element("cwin", 7), property("mode")}, Kind::Missing, {}},
+        {"the active tab's address as text",
+         {element("cwin", 1), property("acTa"), property("URL ")}, Kind::String,
+         QStringLiteral("https://example.org/a?b=c")},
+        {"a tab without an address", {element("cwin", 3), property("acTa"), property("URL ")},
+         Kind::Missing, {}},
         {"unknown application property", {property("pisf")}, Kind::Missing, {}},
     };
     for (const auto& c : cases) {

@@ -26,7 +26,7 @@ TEST_F(TRInfoExtractorCallTest, SendsUnknownAndMissingIdsToTheGenericExtractor) 
     };
     EXPECT_EQ(chosenFor(makeActivity(makeApplication(7, QStringLiteral("com.apple.frontrow")))),
               QStringLiteral("TRDummyInfoExtractor"));
-    for (const char* id : {"org.example.Unknown", "COM.APPLE.FRONTROW", "firefox-esr", "",
+    for (const char* id : {"org.example.Unknown", "COM.APPLE.FRONTROW", "org.kde.falkon", "",
                            static_cast<const char*>(nullptr)}) {
         SCOPED_TRACE(id ? id : "(null)");
         EXPECT_EQ(chosenFor(makeActivity(makeApplication(7, QString::fromUtf8(id)))),

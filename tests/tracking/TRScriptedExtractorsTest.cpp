@@ -205,6 +205,7 @@ TEST(TRScriptedExtractorsTest, BridgeReadsAFileManagersFolderFromLocationBarOrTi
         std::optional<QString> windowName(qint32, int index) override {
             return index == 1 ? std::optional<QString>(title) : std::nullopt;
         }
+        std::optional<QString> applicationName(qint32) override { return std::nullopt; }
         std::optional<QString> locationText(qint32, int index) override {
             return index == 1 ? location : std::nullopt;
         }

@@ -163,9 +163,17 @@ AccessibilityElementRef AtspiAccessibilityProvider::applicationElement(qint32 pr
     if (app == nullptr) return nullptr;
     // Applications report changes only to registered listeners, so what
     // libatspi cached may be stale: each new application element (one a
-    // tick) starts from an empty cache.
-    atspi_accessible_clear_cache(app);
-    return makeAtspiApplicationElement(*d, d->state(processIdentifier), app);
+    // tick) starts a new tick, whose first question clears the cache.
+    const std::shared_ptr<AtspiApplicationState> state = d->state(processIdentifier);
+    state->tickFront = AtspiApplicationState::TickFront{};
+    return makeAtspiApplicationElement(*d, state, app);
+}
+
+void AtspiAccessibilityProvider::noteFrontWindowTitle(qint32 processIdentifier,
+                                                      const QString& title) {
+    d->assertThread();
+    if (processIdentifier <= 0) return;
+    d->state(processIdentifier)->frontWindowTitle = title;
 }
 
 void AtspiAccessibilityProvider::processPendingEvents() {
@@ -181,15 +189,25 @@ std::optional<WindowDocumentSource::DocumentInfo> AtspiAccessibilityProvider::do
     AtspiAccessible* app = d->application(processIdentifier);
     if (app == nullptr) return std::nullopt;
     const std::shared_ptr<AtspiApplicationState> state = d->state(processIdentifier);
-    if (!state->checkNotStopped()) return std::nullopt;
-    atspi_accessible_clear_cache(app);
+    if (!state->checkNotStopped()) {
+        const auto* remembered = windowIndex == 1 ? state->rememberedFront() : nullptr;
+        return remembered ? remembered->document : std::nullopt;
+    }
+    if (windowIndex != 1) atspi_accessible_clear_cache(app);
     AtspiQuery query(*state);
     AccessiblePtr window = query.windowAt(app, windowIndex);
-    AccessiblePtr document = window ? query.findDocument(window.get()) : nullptr;
-    if (!document) return std::nullopt;
+    const AtspiQuery::DocumentFacts facts =
+        window ? query.documentOf(window.get()) : AtspiQuery::DocumentFacts{};
+    if (!facts.document) {
+        // A question that failed on the way: the same window in front keeps
+        // its last answer.
+        const auto* remembered = windowIndex == 1 ? state->rememberedFront() : nullptr;
+        return remembered ? remembered->document : std::nullopt;
+    }
     DocumentInfo info;
-    info.address = query.documentAddress(document.get()).value_or(QString());
-    info.name = query.name(document.get()).value_or(QString());
+    info.address = facts.address.value_or(QString());
+    info.name = facts.name.value_or(QString());
+    if (windowIndex == 1 && query.responsive()) state->frontToRemember().document = info;
     return info;
 }
 
@@ -201,11 +219,37 @@ std::optional<QString> AtspiAccessibilityProvider::windowName(qint32 processIden
     AtspiAccessible* app = d->application(processIdentifier);
     if (app == nullptr) return std::nullopt;
     const std::shared_ptr<AtspiApplicationState> state = d->state(processIdentifier);
-    if (!state->checkNotStopped()) return std::nullopt;
-    atspi_accessible_clear_cache(app);
+    if (!state->checkNotStopped()) {
+        const auto* remembered = windowIndex == 1 ? state->rememberedFront() : nullptr;
+        return remembered ? remembered->windowName : std::nullopt;
+    }
+    if (windowIndex != 1) atspi_accessible_clear_cache(app);
     AtspiQuery query(*state);
     AccessiblePtr window = query.windowAt(app, windowIndex);
-    return window ? query.name(window.get()) : std::nullopt;
+    std::optional<QString> name = window ? query.name(window.get()) : std::nullopt;
+    if (windowIndex != 1) return name;
+    if (name && query.responsive()) state->frontToRemember().windowName = name;
+    if (!name) {
+        if (const auto* remembered = state->rememberedFront()) return remembered->windowName;
+    }
+    return name;
+}
+
+std::optional<QString> AtspiAccessibilityProvider::applicationName(qint32 processIdentifier) {
+    d->assertThread();
+    if (processIdentifier <= 0 || !d->ensureStarted()) return std::nullopt;
+    d->drain();
+    AtspiAccessible* app = d->application(processIdentifier);
+    if (app == nullptr) return std::nullopt;
+    const std::shared_ptr<AtspiApplicationState> state = d->state(processIdentifier);
+    // The name an application gives itself does not change: asked once.
+    if (state->applicationName) return state->applicationName;
+    if (!state->checkNotStopped()) return std::nullopt;
+    AtspiQuery query(*state);
+    std::optional<QString> name = query.name(app);
+    if (!name || name->isEmpty()) return std::nullopt;
+    state->applicationName = name;
+    return name;
 }
 
 // File managers' location bars.

@@ -3,15 +3,18 @@
 //
 // What the extraction logic asks for, and where it comes from:
 //   application element   the AT-SPI application whose process id matches
-//   "AXMainWindow"        the application's top-level child with state ACTIVE,
-//                         else its first showing frame
+//   "AXMainWindow"        the application's top-level child whose name is the
+//                         title the window manager shows for the window in
+//                         front (noteFrontWindowTitle), else the one with state
+//                         ACTIVE, else its first showing frame
 //   "AXFocusedWindow"     the top-level child with state ACTIVE: the desktop
 //                         marks the top-level that holds keyboard focus active,
 //                         so this stands in for "the window holding the focused
 //                         descendant" without walking the tree for it
 //   "AXTitle"             the window's accessible name
 //   "AXDocument"          the "DocURL" (Firefox, document viewers) or "URI"
-//                         (Chromium) document attribute of the window's
+//                         (Chromium) document attribute (all attributes read
+//                         in one call) of the window's
 //                         document: the targets of its EMBEDS relation first,
 //                         else the first descendant implementing Document:
 //                         one Collection request, or a bounded breadth-first
@@ -33,9 +36,14 @@
 // GLib main context which `processPendingEvents` drains without blocking,
 // so the Qt main loop never dispatches AT-SPI traffic. libatspi is one per
 // process: so is this provider. Elements must not outlive it. Every call is bounded
-// by a 250 ms timeout; an application that times out is left alone for a
-// few seconds, so a stopped program delays one query by about a quarter of
-// a second, not every call in it. `isEnabled` and `enable` use the session
+// by a 250 ms timeout; an application that times out is left alone for the
+// rest of the tick, and for a few seconds after a second timeout, so a
+// stopped program delays one query by about a quarter of a second, not every
+// call in it. Meanwhile window 1 of `document` and `windowName` answers what
+// it answered last for the same window-manager title. The window in front
+// and what was read of it are kept for one tick (a new application element
+// starts the next), so the accessibility step and the extractor ask the
+// application each thing once. `isEnabled` and `enable` use the session
 // bus and may be called from any thread.
 
 #include <QString>
@@ -63,6 +71,7 @@ public:
     bool isEnabled() override;
     bool enable() override;
     AccessibilityElementRef applicationElement(qint32 processIdentifier) override;
+    void noteFrontWindowTitle(qint32 processIdentifier, const QString& title) override;
 
     // Handles what the accessibility bus sent meanwhile; never blocks.
     void processPendingEvents();
@@ -71,6 +80,7 @@ public:
     // window's accessible name.
     std::optional<DocumentInfo> document(qint32 processIdentifier, int windowIndex) override;
     std::optional<QString> windowName(qint32 processIdentifier, int windowIndex) override;
+    std::optional<QString> applicationName(qint32 processIdentifier) override;
 
     // For file managers: the first showing text field of the window's tool
     // bars (Thunar's and PCManFM's location bar).

@@ -89,11 +89,11 @@ private:
         if (attribute == kTitle) return toValue(query.name(window));
         if (attribute == kDescription) return toValue(query.description(window));
         if (attribute == kDocument) {
-            AccessiblePtr document = query.findDocument(window);
+            const AtspiQuery::DocumentFacts facts = query.documentOf(window);
             qCDebug(lcAtspi) << "process" << m_state->processIdentifier
-                             << (document ? "shows a document" : "shows no document");
-            if (!document) return std::nullopt;
-            return toValue(query.documentAddress(document.get()));
+                             << (facts.document ? "shows a document" : "shows no document");
+            if (!facts.document) return std::nullopt;
+            return toValue(facts.address);
         }
         if (attribute == kParent) return parentOf(query);
         if (attribute == kPosition || attribute == kSize) {

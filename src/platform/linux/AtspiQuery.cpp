@@ -1,4 +1,5 @@
 #include <QFile>
+#include <algorithm>
 #include <QLoggingCategory>
 #include <deque>
 
@@ -30,6 +31,11 @@ bool isTopLevelRole(AtspiRole role) {
 }  // namespace
 
 bool AtspiApplicationState::checkNotStopped() {
+    // Asked before every question; the process table is read at most every
+    // few tens of milliseconds, so one tick reads it about once.
+    constexpr qint64 kRecheckAfterMs = 50;
+    if (stopCheckedAt.isValid() && stopCheckedAt.elapsed() < kRecheckAfterMs) return responsive();
+    stopCheckedAt.start();
     QFile stat(QStringLiteral("/proc/%1/stat").arg(processIdentifier));
     if (stat.open(QIODevice::ReadOnly)) {
         const QByteArray text = stat.read(512);
@@ -98,6 +104,8 @@ bool AtspiQuery::hasState(AtspiAccessible* object, AtspiStateType state) {
 }
 
 std::optional<QString> AtspiQuery::name(AtspiAccessible* object) {
+    AtspiApplicationState::TickFront& tick = m_state.tickFront;
+    if (tick.name && object == tick.window.get() && m_state.tickFrontFresh()) return tick.name;
     if (!responsive()) return std::nullopt;
     QElapsedTimer timer;
     timer.start();
@@ -106,7 +114,8 @@ std::optional<QString> AtspiQuery::name(AtspiAccessible* object) {
     const bool failed = error != nullptr || text == nullptr;
     noteCall(timer, error);
     if (failed) return std::nullopt;
-    return takeString(text);
+    m_lastName = {object, takeString(text)};
+    return m_lastName.second;
 }
 
 std::optional<QString> AtspiQuery::description(AtspiAccessible* object) {
@@ -144,6 +153,19 @@ std::vector<AccessiblePtr> AtspiQuery::relationTargets(AtspiAccessible* object,
     return targets;
 }
 
+AtspiQuery::FrontMatch AtspiQuery::frontMatch(AtspiAccessible* window) {
+    const QString& title = m_state.frontWindowTitle;
+    if (title.isEmpty()) return FrontMatch::None;
+    const std::optional<QString> windowName = name(window);
+    if (!windowName || !windowName->startsWith(title)) return FrontMatch::None;
+    const QStringView rest = QStringView(*windowName).mid(title.size());
+    if (rest.isEmpty()) return FrontMatch::Exact;
+    return rest.startsWith(QLatin1String(" (")) ? FrontMatch::Marked : FrontMatch::None;
+}
+
+// The window in front first (the one named as the window manager names it,
+// else the active one), then the other active and showing ones in the
+// application's order.
 std::vector<AccessiblePtr> AtspiQuery::topLevels(AtspiAccessible* application) {
     std::vector<AccessiblePtr> active;
     std::vector<AccessiblePtr> showing;
@@ -160,25 +182,53 @@ std::vector<AccessiblePtr> AtspiQuery::topLevels(AtspiAccessible* application) {
         }
     }
     for (AccessiblePtr& window : showing) active.push_back(std::move(window));
+    if (m_state.frontWindowTitle.isEmpty()) return active;
+    // A normal and a private window may show the same title (the window
+    // manager's titles do not tell them apart): the private one wins then,
+    // so a page in front is never taken for another's.
+    auto front = active.end();
+    for (auto it = active.begin(); it != active.end() && responsive(); ++it) {
+        const FrontMatch match = frontMatch(it->get());
+        if (match == FrontMatch::Marked) {
+            front = it;
+            break;
+        }
+        if (match == FrontMatch::Exact && front == active.end()) front = it;
+    }
+    if (front != active.end()) std::rotate(active.begin(), front, front + 1);
     return active;
 }
 
-// Stops at the first active top-level: the usual answer costs a few calls
-// whatever the number of windows.
+// Usually the first active top-level is the one in front: a few calls
+// whatever the number of windows. Only when its name is not the window
+// manager's title are the others' names read.
 AccessiblePtr AtspiQuery::firstTopLevel(AtspiAccessible* application, bool activeOnly) {
+    const bool knowsFront = !m_state.frontWindowTitle.isEmpty();
+    AccessiblePtr firstActive;
     AccessiblePtr firstShowing;
+    std::vector<AccessiblePtr> others;
     const int count = childCount(application);
     for (int i = 0; i < count && responsive(); ++i) {
         AccessiblePtr window = child(application, i);
         if (!window) continue;
         const std::optional<AtspiRole> windowRole = role(window.get());
         if (!windowRole || !isTopLevelRole(*windowRole)) continue;
-        if (hasState(window.get(), ATSPI_STATE_ACTIVE)) return window;
-        if (!activeOnly && !firstShowing && hasState(window.get(), ATSPI_STATE_SHOWING)) {
-            firstShowing = std::move(window);
+        if (hasState(window.get(), ATSPI_STATE_ACTIVE)) {
+            if (!knowsFront || isFrontWindow(window.get())) return window;
+            if (!firstActive) firstActive = retainAccessible(window.get());
+            others.push_back(std::move(window));
+        } else if (hasState(window.get(), ATSPI_STATE_SHOWING)) {
+            if (!firstShowing) firstShowing = retainAccessible(window.get());
+            if (knowsFront) others.push_back(std::move(window));
         }
     }
-    return firstShowing;
+    for (AccessiblePtr& window : others) {
+        if (window.get() != firstActive.get() && isFrontWindow(window.get())) {
+            return std::move(window);
+        }
+    }
+    if (firstActive) return firstActive;
+    return activeOnly ? nullptr : std::move(firstShowing);
 }
 
 AccessiblePtr AtspiQuery::activeTopLevel(AtspiAccessible* application) {
@@ -186,12 +236,65 @@ AccessiblePtr AtspiQuery::activeTopLevel(AtspiAccessible* application) {
 }
 
 AccessiblePtr AtspiQuery::mainWindow(AtspiAccessible* application) {
-    return firstTopLevel(application, false);
+    return retainAccessible(front(application).window.get());
 }
 
+AtspiApplicationState::TickFront& AtspiQuery::front(AtspiAccessible* application) {
+    AtspiApplicationState::TickFront& tick = m_state.tickFront;
+    if (m_state.tickFrontFresh()) return tick;
+    atspi_accessible_clear_cache(application);
+    tick = AtspiApplicationState::TickFront{};
+    tick.title = m_state.frontWindowTitle;
+    tick.window = firstTopLevel(application, false);
+    if (tick.window) {
+        tick.name = m_lastName.first == tick.window.get() ? m_lastName.second
+                                                          : name(tick.window.get());
+        tick.named = !tick.title.isEmpty() && tick.name && tick.name->startsWith(tick.title) &&
+                     (tick.name->size() == tick.title.size() ||
+                      QStringView(*tick.name).mid(tick.title.size()).startsWith(QLatin1String(" (")));
+    }
+    // Only a complete answer is kept for the tick.
+    if (responsive()) tick.foundAt.start();
+    return tick;
+}
+
+AtspiQuery::DocumentFacts AtspiQuery::documentOf(AtspiAccessible* window) {
+    AtspiApplicationState::TickFront& tick = m_state.tickFront;
+    const bool isFront = window == tick.window.get() && m_state.tickFrontFresh();
+    if (isFront && tick.documentRead) {
+        return {retainAccessible(tick.document.get()), tick.documentAddress, tick.documentName};
+    }
+    DocumentFacts facts;
+    facts.document = findDocument(window);
+    if (facts.document) {
+        facts.address = documentAddress(facts.document.get());
+        // The name stands in for an address only: not asked when there is one.
+        if (!facts.address || facts.address->isEmpty()) facts.name = name(facts.document.get());
+    }
+    if (isFront && responsive()) {
+        tick.foundAt.start();  // the walk may have taken a while: fresh from now
+        tick.documentRead = true;
+        tick.document = retainAccessible(facts.document.get());
+        tick.documentAddress = facts.address;
+        tick.documentName = facts.name;
+    }
+    return facts;
+}
+
+// Window 1 is the window in front only: when the window manager's title
+// names none of the application's windows (its tree is behind, or the title
+// changed in between), there is no window 1, rather than another window.
 AccessiblePtr AtspiQuery::windowAt(AtspiAccessible* application, int index) {
+    if (index == 1) {
+        const AtspiApplicationState::TickFront& tick = front(application);
+        if (!m_state.frontWindowTitle.isEmpty() && !tick.named) return nullptr;
+        return retainAccessible(tick.window.get());
+    }
     std::vector<AccessiblePtr> windows = topLevels(application);
     if (windows.empty()) return nullptr;
+    if (index == 1 && !m_state.frontWindowTitle.isEmpty() && !isFrontWindow(windows.front().get())) {
+        return nullptr;
+    }
     if (index == -1) return std::move(windows.back());
     if (index < 1 || size_t(index) > windows.size()) return nullptr;
     return std::move(windows[size_t(index - 1)]);
@@ -217,18 +320,22 @@ std::optional<QString> AtspiQuery::documentAddress(AtspiAccessible* object) {
     if (!isDocument(object)) return std::nullopt;
     GRef<AtspiDocument> document(atspi_accessible_get_document_iface(object));
     if (!document) return std::nullopt;
-    for (const char* attribute : {"DocURL", "URI"}) {
-        QElapsedTimer timer;
-        timer.start();
-        GError* error = nullptr;
-        gchar* value = atspi_document_get_document_attribute_value(
-            document.get(), const_cast<gchar*>(attribute), &error);
-        noteCall(timer, error);
-        const QString address = takeString(value);
-        if (!address.isEmpty()) return address;
-        if (!responsive()) return std::nullopt;
+    // All attributes in one round trip: "DocURL" (Firefox, viewers), else
+    // "URI" (Chromium).
+    QElapsedTimer timer;
+    timer.start();
+    GError* error = nullptr;
+    GHashTable* attributes = atspi_document_get_document_attributes(document.get(), &error);
+    noteCall(timer, error, attributes == nullptr);
+    if (attributes == nullptr) return responsive() ? std::optional<QString>(QString()) : std::nullopt;
+    QString address;
+    for (const char* key : {"DocURL", "URI"}) {
+        const auto* value = static_cast<const char*>(g_hash_table_lookup(attributes, key));
+        address = QString::fromUtf8(value);
+        if (!address.isEmpty()) break;
     }
-    return QString();
+    g_hash_table_unref(attributes);
+    return address;
 }
 
 // The first descendant implementing Document, in one Collection request: a

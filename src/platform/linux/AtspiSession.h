@@ -35,17 +35,79 @@ inline AccessiblePtr retainAccessible(AtspiAccessible* accessible) {
 }
 
 // Whether an application answered lately. After a call that timed out the
-// application is skipped for kPause, so a stopped program costs one timeout.
+// application is skipped for the rest of the tick; after a timeout in the
+// next tick too, for kPause. So a hung program costs two timeouts, and a
+// busy one (a browser on a loaded machine that was just brought to the
+// front and answers in half a second) only the tick it was busy in.
 struct AtspiApplicationState final {
+    static constexpr qint64 kShortPauseMs = 900;
     static constexpr qint64 kPauseMs = 5000;
+    static constexpr qint64 kAgainWithinMs = 2500;
     qint32 processIdentifier = 0;
     QElapsedTimer silentSince;  // invalid while the application answers
+    QElapsedTimer stopCheckedAt;
+    qint64 pauseMs = kShortPauseMs;
+    // The window manager's title of the process's window in front; empty
+    // when unknown.
+    QString frontWindowTitle;
+    // What window 1 answered last, for the title it was in front with:
+    // while the application is left alone, the same window in front gives
+    // the same answer instead of none. A different title forgets it.
+    struct FrontAnswer final {
+        QString title;
+        std::optional<QString> windowName;
+        std::optional<WindowDocumentSource::DocumentInfo> document;
+    };
+    std::optional<FrontAnswer> lastFront;
+    std::optional<QString> applicationName;
+    // The window in front as found in this tick, with what was read of it:
+    // the accessibility step and the extractor ask about the same window
+    // several times within one tick, and every question is a round trip to
+    // the application. Started afresh (with the application's cache
+    // cleared) by the first question of a tick.
+    struct TickFront final {
+        // Longer than the slowest walk of one tick (a large tree without a
+        // document takes seconds on a loaded machine); a new tick starts
+        // afresh anyway.
+        static constexpr qint64 kLifetimeMs = 3000;
+        QElapsedTimer foundAt;  // invalid: nothing found yet this tick
+        QString title;          // the window manager's title it was found for
+        AccessiblePtr window;   // null: the application shows no window
+        bool named = false;     // its name is the window manager's title
+        std::optional<QString> name;
+        bool documentRead = false;
+        AccessiblePtr document;
+        std::optional<QString> documentAddress;
+        std::optional<QString> documentName;
+    };
+    TickFront tickFront;
+    bool tickFrontFresh() const {
+        return tickFront.foundAt.isValid() && tickFront.foundAt.elapsed() < TickFront::kLifetimeMs &&
+               tickFront.title == frontWindowTitle;
+    }
 
-    bool responsive() const { return !silentSince.isValid() || silentSince.elapsed() > kPauseMs; }
+    bool responsive() const { return !silentSince.isValid() || silentSince.elapsed() > pauseMs; }
     // A stopped process (SIGSTOP, a debugger) cannot answer: it is marked
     // silent without waiting for a timeout. Reads /proc/PID/stat.
     bool checkNotStopped();
-    void markSilent() { silentSince.start(); }
+    void markSilent() {
+        const bool again = silentSince.isValid() && silentSince.elapsed() < kAgainWithinMs;
+        pauseMs = again ? kPauseMs : kShortPauseMs;
+        silentSince.start();
+    }
+    // The remembered answer for the window now in front, or null.
+    FrontAnswer* rememberedFront() {
+        if (!lastFront || frontWindowTitle.isEmpty() || lastFront->title != frontWindowTitle) {
+            return nullptr;
+        }
+        return &*lastFront;
+    }
+    FrontAnswer& frontToRemember() {
+        if (!lastFront || lastFront->title != frontWindowTitle) {
+            lastFront = FrontAnswer{frontWindowTitle, {}, {}};
+        }
+        return *lastFront;
+    }
 };
 
 class AtspiQuery final {
@@ -67,6 +129,19 @@ public:
     AccessiblePtr activeTopLevel(AtspiAccessible* application);
     AccessiblePtr mainWindow(AtspiAccessible* application);
     AccessiblePtr windowAt(AtspiAccessible* application, int index);  // 1-based, -1 last
+    // The window in front, found once a tick (AtspiApplicationState::TickFront):
+    // the top-level named as the window manager names the window in front,
+    // else the active one, else the first showing one. Clears the
+    // application's cache when it starts a new tick.
+    AtspiApplicationState::TickFront& front(AtspiAccessible* application);
+    // The document shown in a window and its address and name; read once a
+    // tick for the window in front.
+    struct DocumentFacts final {
+        AccessiblePtr document;
+        std::optional<QString> address;
+        std::optional<QString> name;
+    };
+    DocumentFacts documentOf(AtspiAccessible* window);
     bool isSheet(AtspiAccessible* window);
     // The document shown in a window, or nullptr; bounded in depth and count.
     AccessiblePtr findDocument(AtspiAccessible* window);
@@ -79,6 +154,12 @@ public:
     std::optional<AXRect> extents(AtspiAccessible* object);
 
 private:
+    // How a top-level's accessible name relates to the window manager's
+    // title of the window in front: the title itself, or the title and a
+    // parenthesised word (a private window's mark).
+    enum class FrontMatch { None, Exact, Marked };
+    FrontMatch frontMatch(AtspiAccessible* window);
+    bool isFrontWindow(AtspiAccessible* window) { return frontMatch(window) != FrontMatch::None; }
     // Takes the outcome of one libatspi call; a failure that took most of
     // the timeout marks the application silent. Frees `error`.
     void noteCall(const QElapsedTimer& timer, GError* error, bool failedWithoutError = false);
@@ -87,6 +168,9 @@ private:
     AccessiblePtr firstTopLevel(AtspiAccessible* application, bool activeOnly);
 
     AtspiApplicationState& m_state;
+    // The last name read, so finding the window in front and naming it cost
+    // one question. Borrowed pointer: compared, never used.
+    std::pair<AtspiAccessible*, QString> m_lastName{nullptr, {}};
 };
 
 struct AtspiAccessibilityProvider::Session final {

@@ -1,5 +1,9 @@
 #include "platform/linux/LinuxProcessSource.h"
 
+#include <unistd.h>
+
+#include <algorithm>
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -76,4 +80,23 @@ qint32 LinuxProcessSource::foregroundProcess(qint32 processIdentifier) {
     bool ok = false;
     const qint32 group = fields[5].toInt(&ok);
     return ok && group > 0 ? group : 0;
+}
+
+// The start time is field 22 of stat, in clock ticks since boot; the
+// machine's time since boot is the first figure of uptime.
+std::optional<double> LinuxProcessSource::secondsRunning(qint32 processIdentifier) {
+    if (processIdentifier <= 0) return std::nullopt;
+    const QByteArray stat = readSmallFile(path(processIdentifier, "stat"));
+    const qsizetype close = stat.lastIndexOf(')');
+    if (close < 0) return std::nullopt;
+    const QList<QByteArray> fields = stat.mid(close + 2).split(' ');
+    if (fields.size() < 20) return std::nullopt;
+    bool ok = false;
+    const double startTicks = fields[19].toDouble(&ok);
+    const long ticksPerSecond = sysconf(_SC_CLK_TCK);
+    if (!ok || ticksPerSecond <= 0) return std::nullopt;
+    const QByteArray uptime = readSmallFile(m_procRoot + QStringLiteral("/uptime"));
+    const double sinceBoot = uptime.split(' ').value(0).toDouble(&ok);
+    if (!ok) return std::nullopt;
+    return std::max(0.0, sinceBoot - startTicks / double(ticksPerSecond));
 }

@@ -16,6 +16,7 @@ public:
     QStringList arguments(qint32 processIdentifier) override;
     QList<qint32> children(qint32 processIdentifier) override;
     qint32 foregroundProcess(qint32 processIdentifier) override;
+    std::optional<double> secondsRunning(qint32 processIdentifier) override;
 
 private:
     QString path(qint32 processIdentifier, const char* entry) const;

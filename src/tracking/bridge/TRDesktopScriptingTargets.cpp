@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include "tracking/bridge/TRBrowserWindowMode.h"
 
 namespace {
 
@@ -10,6 +11,13 @@ const QString kDocument = QStringLiteral("docu");
 const QString kWindow = QStringLiteral("cwin");
 const QString kUrl = QStringLiteral("pURL");
 const QString kName = QStringLiteral("pnam");
+const QString kMode = QStringLiteral("mode");
+const QString kActiveTab = QStringLiteral("acTa");
+const QString kTabURL = QStringLiteral("URL ");
+
+bool isWindow(const ScriptStep& step) {
+    return step.kind == ScriptStep::Kind::Element && step.code == kWindow;
+}
 
 ScriptValue missing() { return ScriptValue{ScriptMissing{}}; }
 
@@ -113,10 +121,12 @@ public:
         if (const int window = documentWindow(owner); window != 0) {
             return documentProperty(window, last);
         }
-        if (owner.size() == 1 && owner[0].kind == ScriptStep::Kind::Element &&
-            owner[0].code == kWindow && last == ScriptStep::property(kName)) {
-            const std::optional<QString> name = m_provider.windowName(m_pid, owner[0].index);
-            return name ? ScriptValue{*name} : missing();
+        if (owner.size() == 1 && isWindow(owner[0])) return windowProperty(owner[0].index, last);
+        if (owner.size() == 2 && isWindow(owner[0]) &&
+            owner[1] == ScriptStep::property(kActiveTab) && last == ScriptStep::property(kTabURL)) {
+            const auto document = m_provider.document(m_pid, owner[0].index);
+            if (!document || document->address.isEmpty()) return missing();
+            return ScriptValue{document->address};
         }
         if (reference.size() == 1 && last.kind == ScriptStep::Kind::Element && last.code == kWindow) {
             if (!m_provider.windowName(m_pid, last.index)) return missing();
@@ -126,6 +136,28 @@ public:
     }
 
 private:
+    // A window's name, its mode (private or not) and its active tab.
+    ScriptValue windowProperty(int window, const ScriptStep& property) {
+        if (property == ScriptStep::property(kName)) {
+            const std::optional<QString> name = m_provider.windowName(m_pid, window);
+            return name ? ScriptValue{*name} : missing();
+        }
+        if (property == ScriptStep::property(kMode)) {
+            const std::optional<QString> name = m_provider.windowName(m_pid, window);
+            if (!name) return missing();
+            const std::optional<QString> browser = m_provider.applicationName(m_pid);
+            if (!browser) return missing();
+            const std::optional<QString> mode = TRBrowserWindowMode::modeOfWindow(*name, *browser);
+            return mode ? ScriptValue{*mode} : missing();
+        }
+        if (property == ScriptStep::property(kActiveTab)) {
+            if (!m_provider.document(m_pid, window)) return missing();
+            return ScriptValue{ScriptObjectReference{
+                {ScriptStep::element(kWindow, window), ScriptStep::property(kActiveTab)}}};
+        }
+        return missing();
+    }
+
     ScriptValue documentProperty(int window, const ScriptStep& property) {
         if (property != ScriptStep::property(kUrl) && property != ScriptStep::property(kName)) {
             return missing();

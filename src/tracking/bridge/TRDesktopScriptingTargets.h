@@ -15,6 +15,13 @@
 //   window n 'cwin'     -> a reference when the application has that many
 //                          top-level windows (1 = the active one, -1 = last)
 //   <window> 'pnam'     -> the window's accessible name
+//   <window> 'mode'     -> "incognito" or "normal", from the window's
+//                          accessible name and the application's own name
+//                          (TRBrowserWindowMode); missing when unreadable
+//   <window> 'acTa'     -> a reference to the window's shown document (a
+//                          browser's active tab); missing when none
+//   <window>.acTa 'URL ' -> that document's address as a string; missing
+//                          when empty
 //   URL 'pURL' of the target 'fvtg' of file-manager window n 'brow'
 //                       -> the folder window n shows, from the best source:
 //                          its location bar (WindowLocationSource: an

@@ -1,0 +1,149 @@
+// The browser extractors against a fake scriptable browser: every failure
+// removes the details (the time stays the browser's, nothing about the page
+// is kept), a private window is never read further, and the developer
+// tools stand for the page they inspect.
+
+#include <gtest/gtest.h>
+
+#include "ExtractionFixture.h"
+#include "tracking/TRChromeInfoExtractor.h"
+#include "tracking/TRFirefoxInfoExtractor.h"
+#include "tracking/TROperaInfoExtractor.h"
+#include "tracking/TRSafariInfoExtractor.h"
+#include "tracking/bridge/TRBrowserWindowMode.h"
+
+namespace {
+
+constexpr char kPage[] = "http://127.0.0.1:8080/a.html";
+constexpr char kTools[] = "devtools://devtools/bundled/devtools_app.html";
+
+ScriptValue str(const char* s) {
+    return ScriptValue{QString::fromUtf8(s)};
+}
+ScriptValue url(const char* s) {
+    return ScriptValue{QUrl(QString::fromUtf8(s))};
+}
+ScriptValue ref(const char* s) {
+    return FakeScriptedApplication::referenceTo(QString::fromUtf8(s));
+}
+
+enum class Fault { None, NotRunning, StopsAnswering };
+
+struct BrowserCase {
+    const TRApplicationInfoExtractor& extractor;
+    const char* name;
+    std::vector<std::pair<const char*, ScriptValue>> answers;
+    const char* wantDocumentPath = nullptr;  // nullptr: the details are removed
+    Fault fault = Fault::None;
+    const char* windowTitle = "page - Chromium";
+};
+
+const std::pair<const char*, ScriptValue> kNormal{"cwin[1].mode", str("normal")};
+const std::pair<const char*, ScriptValue> kIncognito{"cwin[1].mode", str("incognito")};
+const std::pair<const char*, ScriptValue> kTab{"cwin[1].acTa.URL ", str(kPage)};
+const std::pair<const char*, ScriptValue> kToolsTab{"cwin[1].acTa.URL ", str(kTools)};
+const std::pair<const char*, ScriptValue> kDocument{"docu[1]", ref("docu[1]")};
+
+}  // namespace
+
+TEST(TRBrowserInfoExtractorsTest, RemoveTheDetailsOnEveryFailureAndInPrivateWindows) {
+    const auto& chrome = TRChromeInfoExtractor::instance();
+    const auto& firefox = TRFirefoxInfoExtractor::instance();
+    const auto& safari = TRSafariInfoExtractor::instance();
+    const auto& opera = TROperaInfoExtractor::instance();
+    const BrowserCase cases[] = {
+        {chrome, "normal window: the active tab", {kNormal, kTab}, kPage},
+        {chrome, "incognito window", {kIncognito, kTab}},
+        {chrome, "quit", {kNormal, kTab}, nullptr, Fault::NotRunning},
+        {chrome, "stops answering (timeout)", {kNormal, kTab}, nullptr, Fault::StopsAnswering},
+        {chrome, "no window: mode unreadable", {kTab}},
+        {chrome, "mode of the wrong kind", {{"cwin[1].mode", ScriptValue{1.0}}, kTab}},
+        {chrome, "address of the wrong kind", {kNormal, {"cwin[1].acTa.URL ", url(kPage)}}},
+        {chrome,
+         "tools, the page after a label",
+         {kNormal, kToolsTab},
+         "http://x/a b",
+         Fault::None,
+         "DevTools - http://x/a b"},
+        {chrome,
+         "today's tools: the window showing the page",
+         {kNormal, kToolsTab, {"cwin[3].acTa.URL ", str("https://127.0.0.1:8080/a.html")}},
+         "https://127.0.0.1:8080/a.html",
+         Fault::None,
+         "DevTools - 127.0.0.1:8080/a.html"},
+        {chrome,
+         "tools whose page is nowhere: their own address",
+         {kNormal, kToolsTab},
+         kTools,
+         Fault::None,
+         "DevTools - 127.0.0.1:8080/a.html"},
+        {chrome,
+         "incognito tools",
+         {kIncognito, kToolsTab},
+         nullptr,
+         Fault::None,
+         "DevTools - http://x/"},
+        {firefox, "normal window", {kNormal, kTab}, kPage},
+        {firefox, "private window", {kIncognito, kTab}},
+        {firefox, "stops answering (timeout)", {kNormal, kTab}, nullptr, Fault::StopsAnswering},
+        {firefox, "no active tab", {kNormal}},
+        {safari, "document 1's address", {kDocument, {"docu[1].pURL", str(kPage)}}, kPage},
+        {safari, "the address as a URL value", {kDocument, {"docu[1].pURL", url(kPage)}}, kPage},
+        {safari, "no document", {{"docu[1].pURL", str(kPage)}}},
+        {safari, "stops answering (timeout)", {kDocument}, nullptr, Fault::StopsAnswering},
+        {opera, "the alternative URL", {{"cwin[1].url ", str(kPage)}}, kPage},
+        {opera, "none", {}},
+        {opera, "quit", {{"cwin[1].url ", str(kPage)}}, nullptr, Fault::NotRunning},
+    };
+    for (const BrowserCase& c : cases) {
+        SCOPED_TRACE(c.extractor.name().toStdString() + ": " + c.name);
+        FakeScriptingTargets scripting;
+        auto browser = scripting.application(300);
+        for (const auto& [reference, value] : c.answers) {
+            browser->answer(QString::fromUtf8(reference), value);
+        }
+        browser->setRunning(c.fault != Fault::NotRunning);
+        browser->setUnscriptable(c.fault == Fault::StopsAnswering);
+        TRExtractionContext context;
+        context.scriptingTargets = &scripting;
+        TRActivity activity = makeActivity(makeApplication(300, QStringLiteral("chromium")));
+        activity.setWindowTitle(QString::fromUtf8(c.windowTitle));
+        activity.setDocumentPath(QStringLiteral("http://from.the.tree/"));
+        c.extractor.writeDetailsForActivity(activity, context);
+        ASSERT_NE(activity.runningApplication(), nullptr) << "the time stays the browser's";
+        if (c.wantDocumentPath == nullptr) {
+            EXPECT_FALSE(activity.details().has_value()) << activity.documentPath().toStdString();
+        } else {
+            EXPECT_EQ(activity.documentPath(), QString::fromUtf8(c.wantDocumentPath));
+        }
+    }
+}
+
+// What browsers really call their windows, in English and German.
+TEST(TRBrowserInfoExtractorsTest, AWordAfterTheBrowsersNameMarksAPrivateWindow) {
+    const struct {
+        const char* window;
+        const char* browser;
+        const char* mode;  // nullptr: unreadable
+    } cases[] = {
+        {"page - Chromium", "Chromium", "normal"},
+        {"page - Chromium (Incognito)", "Chromium", "incognito"},
+        {"Seite - Chromium (anonym)", "Chromium", "incognito"},
+        {"Why Chromium (review) - Chromium", "Chromium", "normal"},
+        {"page - Google Chrome - Work", "Google Chrome", "normal"},
+        {"page - Google Chrome - Work (Guest)", "Google Chrome", "incognito"},
+        {"page \u2014 Mozilla Firefox", "Firefox", "normal"},
+        {"page \u2014 Mozilla Firefox Private Browsing", "Firefox", "incognito"},
+        {"DevTools - 127.0.0.1/a.html", "Chromium", "normal"},
+        {"DevTools - 127.0.0.1/a.html (anonym)\u200f", "Chromium", "incognito"},
+        {"", "Chromium", nullptr},
+        {"MyChromium fans - Other", "Chromium", nullptr},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.window);
+        const auto mode = TRBrowserWindowMode::modeOfWindow(QString::fromUtf8(c.window),
+                                                            QString::fromUtf8(c.browser));
+        EXPECT_EQ(mode.value_or(QStringLiteral("unreadable")),
+                  c.mode ? QString::fromUtf8(c.mode) : QStringLiteral("unreadable"));
+    }
+}
