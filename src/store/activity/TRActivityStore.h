@@ -114,6 +114,9 @@ public:
     const std::unordered_map<TRASPathComponent*, std::vector<TRASPathComponent*>>&
     allPathComponentsGroupedByPathParent();
     void invalidateAllPathComponentsSortedByPathLevelCache();
+    // Increases whenever the node caches are dropped: node pointers taken
+    // from them before may be gone (the project store's subtrees check it).
+    quint64 pathComponentGeneration() const { return m_pathComponentGeneration; }
 
     // Range queries over hourly events (an event belongs to a range when its
     // hour begins inside it). Unsaved changes are included.
@@ -160,6 +163,7 @@ private:
     std::unique_ptr<TRObjectContext> m_context;
     int m_observerToken = -1;
 
+    quint64 m_pathComponentGeneration = 1;
     std::optional<std::vector<TRASPathComponent*>> m_sortedCache;
     std::optional<std::vector<std::vector<TRASPathComponent*>>> m_byLevelCache;
     std::optional<std::unordered_map<TRASPathComponent*, std::vector<TRASPathComponent*>>>

@@ -76,6 +76,7 @@ TRActivityStore::allPathComponentsGroupedByPathParent() {
 }
 
 void TRActivityStore::invalidateAllPathComponentsSortedByPathLevelCache() {
+    ++m_pathComponentGeneration;
     m_sortedCache.reset();
     m_byLevelCache.reset();
     m_byParentCache.reset();

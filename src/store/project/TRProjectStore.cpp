@@ -1,0 +1,342 @@
+#include "store/project/TRProjectStore.h"
+
+#include <sys/stat.h>
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+#include "core/DateCalculations.h"
+#include "core/TRLocations.h"
+#include "store/activity/TRActivityStore.h"
+#include "store/activity/TRStoreReporter.h"
+#include "store/project/ProjectStoreSchema.h"
+#include "store/project/TRPSApplication.h"
+#include "store/project/TRPSEntities.h"
+#include "store/project/TRPSPath.h"
+
+namespace {
+
+std::optional<TRProjectStore::Options>& configuredOptions() {
+    static std::optional<TRProjectStore::Options> options;
+    return options;
+}
+
+// Object URIs of this store never leave the process (its saves are not
+// announced), so its context needs no stored UUID.
+const QString kStoreName = QStringLiteral("ProjectStore");
+
+bool contains(const std::vector<TRPSProject*>& projects, const TRPSProject* project) {
+    return project && std::find(projects.begin(), projects.end(), project) != projects.end();
+}
+
+// The key under which the look-up of an application is remembered: the
+// criterion the look-up uses and its value.
+QString lookupKey(const RunningApplication& app) {
+    if (!app.bundleIdentifier.isNull()) return QLatin1Char('b') + app.bundleIdentifier;
+    if (!app.executablePath.isNull())
+        return QLatin1Char('e') + TRPSApplication::lastPathComponent(app.executablePath);
+    return QLatin1Char('t') + app.localizedName;
+}
+
+}  // namespace
+
+// What the blacklist test remembers between two changes of the file.
+struct TRProjectStore::BlacklistMemory final {
+    quint64 saves = 0;
+    std::vector<TRPSApplication*> applications;
+    QStringList paths;
+    QHash<QString, bool> answers;  // by lookupKey()
+};
+
+TRProjectStore::TRProjectStore(Options options, QObject* parent)
+    : QObject(parent), m_options(std::move(options)) {
+    if (m_options.dataFolder.isEmpty()) m_options.dataFolder = TRLocations::dataFolderPath();
+    m_options.dataFolder = QDir::cleanPath(m_options.dataFolder);
+    if (!m_options.activityStore) m_options.activityStore = &TRActivityStore::sharedInstance();
+    if (!m_options.reporter) m_options.reporter = std::make_shared<TRLoggingStoreReporter>();
+    if (!m_options.installedApplications)
+        m_options.installedApplications = std::make_shared<TRNoInstalledApplications>();
+    if (!m_options.abortProcess) m_options.abortProcess = [] { std::abort(); };
+}
+
+TRProjectStore::~TRProjectStore() {
+    m_blacklist.reset();
+    m_context.reset();
+    m_db.close();
+}
+
+void TRProjectStore::configureSharedInstance(Options options) {
+    configuredOptions() = std::move(options);
+}
+
+TRProjectStore& TRProjectStore::sharedInstance() {
+    // Kept for the process's lifetime, like the activity store.
+    static TRProjectStore* instance = new TRProjectStore(configuredOptions().value_or(Options()));
+    return *instance;
+}
+
+TRObjectContext* TRProjectStore::managedObjectContext() {
+    if (!m_openAttempted) open();
+    return m_context.get();
+}
+
+bool TRProjectStore::createDataFolder() {
+    const QString folder = m_options.dataFolder;
+    if (QFileInfo::exists(folder)) return true;
+    const QByteArray path = QFile::encodeName(folder);
+    if (::mkdir(path.constData(), 0700) == 0) {
+        ::chmod(path.constData(), 0700);
+        return true;
+    }
+    const QString reason = QString::fromLocal8Bit(std::strerror(errno));
+    m_options.reporter->logLine(
+        QStringLiteral("Failed to create App Support directory %1 : %2").arg(folder, reason));
+    m_options.reporter->logLine(
+        QStringLiteral("Error creating application support directory at %1 : %2")
+            .arg(folder, reason));
+    return false;
+}
+
+bool TRProjectStore::open() {
+    m_openAttempted = true;
+    if (!createDataFolder()) {
+        m_options.reporter->presentError(
+            TRError{QStringLiteral("YOUR_ERROR_DOMAIN"), 9999,
+                    QStringLiteral("Failed to initialize the store"),
+                    QStringLiteral("There was an error building up the data file.")});
+        return false;
+    }
+    const QString file = QDir(m_options.dataFolder).filePath(QStringLiteral("ProjectStore.db"));
+    if (!QFileInfo::exists(file)) {
+        // SQLite gives its -wal and -shm files the database file's mode.
+        QFile create(file);
+        if (create.open(QIODevice::WriteOnly | QIODevice::NewOnly,
+                        QFileDevice::ReadOwner | QFileDevice::WriteOwner))
+            create.close();
+    }
+    std::optional<TRError> error = m_db.open(file);
+    if (!error) error = ProjectStoreSchema::prepare(m_db);
+    if (error) {
+        m_options.reporter->presentError(*error);
+        m_db.close();
+        m_options.abortProcess();
+        return false;
+    }
+    m_context = std::make_unique<TRObjectContext>(m_db, kStoreName, projectStoreEntities());
+    m_seenDataVersion = dataVersion();
+    return true;
+}
+
+bool TRProjectStore::save() {
+    TRObjectContext* context = managedObjectContext();
+    if (!context) return false;
+    TRSaveResult result;
+    if (auto error = context->save(&result)) {
+        m_options.reporter->presentError(*error);
+        m_options.reporter->logLine(QStringLiteral("%1:%2 unable to save: %3")
+                                        .arg(QStringLiteral("TRProjectStore"),
+                                             QStringLiteral("-[TRProjectStore save]"),
+                                             error->toString()));
+        return false;
+    }
+    ++m_saves;
+    return true;
+}
+
+void TRProjectStore::prepareForTermination() {
+    if (m_context) save();
+}
+
+void TRProjectStore::reset() {
+    if (!m_context) return;
+    m_blacklist.reset();
+    m_selectedProjects.clear();
+    m_context = std::make_unique<TRObjectContext>(m_db, kStoreName, projectStoreEntities());
+}
+
+QString TRProjectStore::localizedName() const {
+    return QCoreApplication::translate("TRProjectStore", "All Activities");
+}
+
+TRPSProject* TRProjectStore::existingProjectOfType(qint16 type) {
+    TRObjectContext* context = managedObjectContext();
+    return context ? TRPSProject::existingProjectOfType(*context, type) : nullptr;
+}
+
+std::vector<TRPSProject*> TRProjectStore::childElements() {
+    TRObjectContext* context = managedObjectContext();
+    if (!context) return {};
+    std::vector<TRPSProject*> children{TRPSProject::unassignedProject(*context)};
+    for (TRPSProject* project : TRPSProject::regularProjects(*context)) children.push_back(project);
+    children.push_back(TRPSProject::blacklistProject(*context));
+    return children;
+}
+
+TRPSNodeSet TRProjectStore::treesOf(const std::vector<TRPSProject*>& projects) {
+    TRPSNodeSet trees;
+    for (TRPSProject* project : projects) {
+        const TRPSNodeSet more = project->associatedActivityStorePathComponentTrees(activityStore());
+        TRPSNodeSet united;
+        std::set_union(trees.begin(), trees.end(), more.begin(), more.end(),
+                       std::back_inserter(united));
+        trees = std::move(united);
+    }
+    return trees;
+}
+
+std::optional<TRPSNodeSet> TRProjectStore::pathComponentTreesToIncludeForProjects(
+    const std::vector<TRPSProject*>& projects) {
+    if (projects.empty()) return std::nullopt;
+    if (contains(projects, existingProjectOfType(TRPSProject::kUnassigned))) return std::nullopt;
+    return treesOf(projects);
+}
+
+std::optional<TRPSNodeSet> TRProjectStore::pathComponentTreesToExcludeForProjects(
+    const std::vector<TRPSProject*>& projects) {
+    TRObjectContext* context = managedObjectContext();
+    if (!context) return std::nullopt;
+    TRPSProject* blacklist = TRPSProject::blacklistProject(*context);
+    if (contains(projects, blacklist)) return std::nullopt;
+    const TRPSNodeSet blacklisted = blacklist->associatedActivityStorePathComponentTrees(activityStore());
+    if (!contains(projects, existingProjectOfType(TRPSProject::kUnassigned))) return blacklisted;
+    // Unassigned: what the regular projects outside the selection claim, and
+    // the blacklisted.
+    const TRPSNodeSet claimed = treesOf(TRPSProject::regularProjects(*context));
+    const TRPSNodeSet selected = treesOf(projects);
+    TRPSNodeSet outside;
+    std::set_difference(claimed.begin(), claimed.end(), selected.begin(), selected.end(),
+                        std::back_inserter(outside));
+    TRPSNodeSet excluded;
+    std::set_union(outside.begin(), outside.end(), blacklisted.begin(), blacklisted.end(),
+                   std::back_inserter(excluded));
+    return excluded;
+}
+
+std::optional<TRPSNodeSet> TRProjectStore::pathComponentTreesToIncludeForSelectedProjects() {
+    return pathComponentTreesToIncludeForProjects(m_selectedProjects);
+}
+
+std::optional<TRPSNodeSet> TRProjectStore::pathComponentTreesToExcludeForSelectedProjects() {
+    return pathComponentTreesToExcludeForProjects(m_selectedProjects);
+}
+
+double TRProjectStore::sum(const std::optional<TRPSNodeSet>& include,
+                           const std::optional<TRPSNodeSet>& exclude) {
+    TRActivityStore& activities = activityStore();
+    TRASEventFilter filter;
+    filter.start = activities.firstFilterDay();
+    if (activities.lastFilterDay().isValid())
+        filter.stop = Calculations::endOfDay(activities.lastFilterDay());
+    filter.include = include;
+    filter.exclude = exclude;
+    return activities.sumOfDurationsOfEventsBetweenDate(filter);
+}
+
+double TRProjectStore::sumForProjects(const std::vector<TRPSProject*>& projects) {
+    return sum(pathComponentTreesToIncludeForProjects(projects),
+               pathComponentTreesToExcludeForProjects(projects));
+}
+
+void TRProjectStore::refreshProjectDurations() {
+    TRObjectContext* context = managedObjectContext();
+    if (!context) return;
+    TRPSProject* blacklist = TRPSProject::blacklistProject(*context);
+    const TRPSNodeSet blacklisted =
+        blacklist->associatedActivityStorePathComponentTrees(activityStore());
+    blacklist->setTotalDurationWithFilterValue(sum(blacklisted, std::nullopt));
+    for (TRPSProject* project : TRPSProject::regularProjects(*context)) {
+        project->setTotalDurationWithFilterValue(
+            sum(project->associatedActivityStorePathComponentTrees(activityStore()), blacklisted));
+    }
+    TRPSProject* unassigned = TRPSProject::unassignedProject(*context);
+    unassigned->setTotalDurationWithFilterValue(sumForProjects({unassigned}));
+    m_totalDurationWithFilter = sum(std::nullopt, blacklisted);
+    Q_EMIT childElementsDidChange();
+}
+
+TRPSProject* TRProjectStore::createProjectWithName(const QString& name,
+                                                   const QStringList& bundleIdentifiers,
+                                                   const std::optional<TRPSColor>& color) {
+    TRObjectContext* context = managedObjectContext();
+    if (!context) return nullptr;
+    std::vector<TRPSApplication*> applications;
+    for (const QString& id : bundleIdentifiers) {
+        const auto installed = m_options.installedApplications->applicationWithIdentifier(id);
+        if (!installed) continue;
+        TRPSApplication* app = TRPSApplication::applicationWithBundleIdentifier(
+            *context, id, installed->executablePath, installed->localizedName, true);
+        if (std::find(applications.begin(), applications.end(), app) == applications.end())
+            applications.push_back(app);
+    }
+    if (applications.empty()) return nullptr;
+    auto* project = context->insert<TRPSProject>();
+    project->setName(name);
+    project->setApplications(*this, applications);
+    if (color) project->setColor(*color);
+    return project;
+}
+
+qint64 TRProjectStore::dataVersion() {
+    SqliteStatement* stmt = m_db.cached("PRAGMA data_version");
+    if (!stmt || !stmt->step()) return -1;
+    const qint64 version = stmt->int64(0);
+    stmt->reset();
+    return version;
+}
+
+void TRProjectStore::rememberBlacklist() {
+    auto memory = std::make_unique<BlacklistMemory>();
+    memory->saves = m_saves;
+    if (TRPSProject* blacklist = existingProjectOfType(TRPSProject::kBlacklist)) {
+        memory->applications = blacklist->applications();
+        for (TRPSPath* path : blacklist->paths()) {
+            // As a prefix test, an empty string would match everything; the
+            // main application's prefix test matches nothing with it.
+            if (!path->pathString().isEmpty()) memory->paths.append(path->pathString());
+        }
+    }
+    m_blacklist = std::move(memory);
+}
+
+bool TRProjectStore::isBlacklisted(const RunningApplication* application,
+                                   const QString& pathString) {
+    TRObjectContext* context = managedObjectContext();
+    if (!context) return false;
+    const qint64 version = dataVersion();
+    if (version != m_seenDataVersion) {
+        // Another program saved: read everything afresh.
+        m_seenDataVersion = version;
+        reset();
+        context = m_context.get();
+    }
+    // Edits of this process not saved yet: the memory cannot know them.
+    if (context->hasChanges() || (m_blacklist && m_blacklist->saves != m_saves))
+        m_blacklist.reset();
+    if (!m_blacklist) rememberBlacklist();
+    BlacklistMemory& memory = *m_blacklist;
+    if (application && !memory.applications.empty()) {
+        const QString key = lookupKey(*application);
+        auto answer = memory.answers.find(key);
+        if (answer == memory.answers.end()) {
+            TRPSApplication* app =
+                TRPSApplication::applicationWithRunningApplication(*context, *application, false);
+            const bool listed = app && std::find(memory.applications.begin(),
+                                                 memory.applications.end(),
+                                                 app) != memory.applications.end();
+            answer = memory.answers.insert(key, listed);
+        }
+        if (*answer) return true;
+    }
+    if (memory.paths.isEmpty()) return false;
+    const QString withDelimiter = pathString + kPathComponentDelimiter;
+    for (const QString& path : memory.paths) {
+        // A plain prefix test: "/Users" also keeps out "/Usersfoo".
+        if (pathString == path || withDelimiter.startsWith(path)) return true;
+    }
+    return false;
+}
