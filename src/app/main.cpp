@@ -18,8 +18,10 @@
 #include "core/TRPathMigrator.h"
 #include "app/InspectCommand.h"
 #include "app/PlatformObjects.h"
+#include "app/ProjectsCommand.h"
 #include "app/SingleInstance.h"
 #include "store/activity/TRActivityStore.h"
+#include "store/project/TRProjectStore.h"
 #include "tracking/TRInfoLogger.h"
 #include "app/TrackingWiring.h"
 #include "app/Translations.h"
@@ -41,6 +43,10 @@ void parseCommandLine(QCoreApplication& app) {
         QStringLiteral("inspect"),
         QStringLiteral("Print what would be recorded, once a second (--once: one look), and exit."),
         QStringLiteral("[inspect [--once]]"));
+    parser.addPositionalArgument(
+        QStringLiteral("projects"),
+        QStringLiteral("List, create and change projects and the blacklist (projects --help)."),
+        QStringLiteral("[projects ...]"));
     parser.process(app);
     if (!parser.positionalArguments().isEmpty()) {
         std::fprintf(stderr, "vorlix-helper: unknown command '%s'\nTry 'vorlix-helper --help'.\n",
@@ -54,6 +60,7 @@ void parseCommandLine(QCoreApplication& app) {
 void applicationShouldTerminate(TrackingWiring& wiring) {
     wiring.logger->endTracking();
     TRActivityStore::sharedInstance().prepareForTermination();
+    TRProjectStore::sharedInstance().prepareForTermination();
     qCInfo(lcApp) << "terminating";
 }
 
@@ -70,6 +77,9 @@ int main(int argc, char* argv[]) {
         const PlatformObjects platform = createPlatformObjects();
         return runInspectCommand(QCoreApplication::arguments().mid(2), platform.context());
     }
+
+    if (argc > 1 && std::strcmp(argv[1], "projects") == 0)
+        return runProjectsCommand(QCoreApplication::arguments().mid(2));
 
     parseCommandLine(app);
     // Before anything opens a store: an upgrading user's older folder first.
