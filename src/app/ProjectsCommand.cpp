@@ -1,6 +1,7 @@
 #include "app/ProjectsCommand.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QStandardPaths>
 #include <cstdio>
@@ -350,6 +351,12 @@ std::shared_ptr<TRInstalledApplications> desktopInstalledApplications() {
 }
 
 int runProjectsCommand(const QStringList& arguments, QTextStream& out, QTextStream& err) {
+    // As for the helper: a bare account may not have its data folder yet,
+    // and the stores create only their own folder inside it.
+    const QString base = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    if (!base.isEmpty() && !QFileInfo::exists(base) && QDir().mkpath(base))
+        QFile::setPermissions(base, QFileDevice::ReadOwner | QFileDevice::WriteOwner |
+                                        QFileDevice::ExeOwner);
     TRActivityStore::Options activityOptions;
     activityOptions.reporter = std::make_shared<TerminalReporter>(err);
     activityOptions.abortProcess = [] { std::exit(kFailed); };
