@@ -9,9 +9,13 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
+#include <unordered_map>
 
 #include "core/DateCalculations.h"
 #include "core/TRLocations.h"
+#include "store/activity/TRASHourlyEvent.h"
+#include "store/activity/TRASPathComponent.h"
 #include "store/activity/TRActivityStore.h"
 #include "store/activity/TRStoreReporter.h"
 #include "store/project/ProjectStoreSchema.h"
@@ -225,13 +229,19 @@ std::optional<TRPSNodeSet> TRProjectStore::pathComponentTreesToExcludeForSelecte
     return pathComponentTreesToExcludeForProjects(m_selectedProjects);
 }
 
-double TRProjectStore::sum(const std::optional<TRPSNodeSet>& include,
-                           const std::optional<TRPSNodeSet>& exclude) {
+TRASEventFilter TRProjectStore::filterDays() const {
     TRActivityStore& activities = activityStore();
     TRASEventFilter filter;
     filter.start = activities.firstFilterDay();
     if (activities.lastFilterDay().isValid())
         filter.stop = Calculations::endOfDay(activities.lastFilterDay());
+    return filter;
+}
+
+double TRProjectStore::sum(const std::optional<TRPSNodeSet>& include,
+                           const std::optional<TRPSNodeSet>& exclude) {
+    TRActivityStore& activities = activityStore();
+    TRASEventFilter filter = filterDays();
     filter.include = include;
     filter.exclude = exclude;
     return activities.sumOfDurationsOfEventsBetweenDate(filter);
@@ -242,20 +252,94 @@ double TRProjectStore::sumForProjects(const std::vector<TRPSProject*>& projects)
                pathComponentTreesToExcludeForProjects(projects));
 }
 
+// Each node's own seconds within the filter days, read in one pass: the
+// totals are then sums over the projects' node sets in memory, instead of one
+// query per project over the events. Unsaved events count as well.
+struct TRProjectStore::NodeDurations final {
+    std::unordered_map<qint64, double> byKey;                  // saved nodes
+    std::unordered_map<const TRASPathComponent*, double> byNode;  // unsaved nodes
+    double all = 0;  // every event in range, also those of no node
+
+    double of(const TRASPathComponent* node) const {
+        if (node->primaryKey() != 0) {
+            auto it = byKey.find(node->primaryKey());
+            return it == byKey.end() ? 0 : it->second;
+        }
+        auto it = byNode.find(node);
+        return it == byNode.end() ? 0 : it->second;
+    }
+    double of(const TRPSNodeSet& nodes) const {
+        double seconds = 0;
+        for (const TRASPathComponent* node : nodes) seconds += of(node);
+        return seconds;
+    }
+};
+
+TRProjectStore::NodeDurations TRProjectStore::durationsWithinFilterDays() {
+    NodeDurations durations;
+    TRObjectContext* events = activityStore().managedObjectContext();
+    if (!events) return durations;
+    const TRASEventFilter filter = filterDays();
+    const double start = filter.start.isValid() ? double(filter.start.toMSecsSinceEpoch()) / 1000.0
+                                                : -std::numeric_limits<double>::infinity();
+    const double stop = filter.stop.isValid() ? double(filter.stop.toMSecsSinceEpoch()) / 1000.0
+                                              : std::numeric_limits<double>::infinity();
+    QString range;
+    if (filter.start.isValid()) range += QStringLiteral(" AND startDate >= ?1");
+    if (filter.stop.isValid()) range += QStringLiteral(" AND startDate < ?2");
+    auto stmt = events->database().prepare(
+        QStringLiteral("SELECT lastPathComponent, TOTAL(duration) FROM HourlyEvent WHERE 1") +
+        range + events->changedRowExclusion(TRASHourlyEvent::kEntity) +
+        QStringLiteral(" GROUP BY lastPathComponent"));
+    if (stmt) {
+        if (filter.start.isValid()) stmt->bind(1, start);
+        if (filter.stop.isValid()) stmt->bind(2, stop);
+        while (stmt->step()) {
+            const double seconds = stmt->real(1);
+            durations.all += seconds;
+            if (!stmt->isNull(0)) durations.byKey[stmt->int64(0)] += seconds;
+        }
+    }
+    for (TRASHourlyEvent* event : events->liveChangedObjects<TRASHourlyEvent>()) {
+        const double begins = event->startDateSeconds();
+        if (!(begins >= start && begins < stop)) continue;
+        const double seconds = event->durationValue();
+        if (seconds != seconds) continue;  // NaN counts as nothing, as in SQL
+        durations.all += seconds;
+        if (TRASPathComponent* node = event->lastPathComponent()) {
+            if (node->primaryKey() != 0)
+                durations.byKey[node->primaryKey()] += seconds;
+            else
+                durations.byNode[node] += seconds;
+        }
+    }
+    return durations;
+}
+
 void TRProjectStore::refreshProjectDurations() {
     TRObjectContext* context = managedObjectContext();
     if (!context) return;
+    const NodeDurations durations = durationsWithinFilterDays();
+    TRActivityStore& activities = activityStore();
     TRPSProject* blacklist = TRPSProject::blacklistProject(*context);
-    const TRPSNodeSet blacklisted =
-        blacklist->associatedActivityStorePathComponentTrees(activityStore());
-    blacklist->setTotalDurationWithFilterValue(sum(blacklisted, std::nullopt));
+    const TRPSNodeSet blacklisted = blacklist->associatedActivityStorePathComponentTrees(activities);
+    blacklist->setTotalDurationWithFilterValue(durations.of(blacklisted));
+    TRPSNodeSet claimed = blacklisted;
     for (TRPSProject* project : TRPSProject::regularProjects(*context)) {
-        project->setTotalDurationWithFilterValue(
-            sum(project->associatedActivityStorePathComponentTrees(activityStore()), blacklisted));
+        const TRPSNodeSet trees = project->associatedActivityStorePathComponentTrees(activities);
+        TRPSNodeSet counted;
+        std::set_difference(trees.begin(), trees.end(), blacklisted.begin(), blacklisted.end(),
+                            std::back_inserter(counted));
+        project->setTotalDurationWithFilterValue(durations.of(counted));
+        TRPSNodeSet united;
+        std::set_union(claimed.begin(), claimed.end(), trees.begin(), trees.end(),
+                       std::back_inserter(united));
+        claimed = std::move(united);
     }
-    TRPSProject* unassigned = TRPSProject::unassignedProject(*context);
-    unassigned->setTotalDurationWithFilterValue(sumForProjects({unassigned}));
-    m_totalDurationWithFilter = sum(std::nullopt, blacklisted);
+    // Unassigned: everything but what a regular project claims or the blacklist holds.
+    TRPSProject::unassignedProject(*context)->setTotalDurationWithFilterValue(
+        durations.all - durations.of(claimed));
+    m_totalDurationWithFilter = durations.all - durations.of(blacklisted);
     Q_EMIT childElementsDidChange();
 }
 

@@ -30,6 +30,7 @@
 #include <vector>
 
 #include "core/RunningApplication.h"
+#include "store/activity/TRActivityStore.h"
 #include "store/activity/TRBlacklist.h"
 #include "store/graph/SqliteDatabase.h"
 #include "store/graph/TRObjectContext.h"
@@ -136,12 +137,15 @@ Q_SIGNALS:
 
 private:
     struct BlacklistMemory;
+    struct NodeDurations;
 
     bool open();
     bool createDataFolder();
     qint64 dataVersion();
     void rememberBlacklist();
     double sum(const std::optional<TRPSNodeSet>& include, const std::optional<TRPSNodeSet>& exclude);
+    TRASEventFilter filterDays() const;
+    NodeDurations durationsWithinFilterDays();
     TRPSNodeSet treesOf(const std::vector<TRPSProject*>& projects);
 
     Options m_options;
