@@ -78,8 +78,11 @@ int main(int argc, char* argv[]) {
         return runInspectCommand(QCoreApplication::arguments().mid(2), platform.context());
     }
 
-    if (argc > 1 && std::strcmp(argv[1], "projects") == 0)
+    if (argc > 1 && std::strcmp(argv[1], "projects") == 0) {
+        // It opens the stores: an upgrading user's older folder comes first.
+        TRPathMigrator::migrateApplicationSupportPaths();
         return runProjectsCommand(QCoreApplication::arguments().mid(2));
+    }
 
     parseCommandLine(app);
     // Before anything opens a store: an upgrading user's older folder first.
