@@ -186,6 +186,61 @@ TEST_F(ProjectStoreTest, FileOfAnotherSchemaVersionIsRefusedNotMigrated) {
     EXPECT_EQ(rows("Project"), 0) << "left as it was";
 }
 
+TEST_F(ProjectStoreTest, FolderThatCannotBeMadeLeavesTheStoreClosed) {
+    TRProjectStore::Options o = projectOptions();
+    o.dataFolder = m_dir.filePath(QStringLiteral("missing/parent/info.mallowby.Vorlix"));
+    TRProjectStore store(o);
+    EXPECT_EQ(store.managedObjectContext(), nullptr);
+    ASSERT_EQ(m_reporter->presented.size(), 1u);
+    EXPECT_EQ(m_reporter->presented[0].code, 9999);
+    EXPECT_TRUE(m_reporter->lines.value(1).startsWith(
+        QStringLiteral("Error creating application support directory at ")));
+    EXPECT_TRUE(store.childElements().empty());
+    EXPECT_FALSE(store.isBlacklisted(nullptr, QStringLiteral("/a")));
+}
+
+TEST_F(ProjectStoreTest, FailedSaveIsShownAndLoggedAndKeptForTheNext) {
+    ASSERT_NE(projects().managedObjectContext(), nullptr);
+    {
+        SqliteDatabase db;
+        db.open(dataFolder() + QStringLiteral("/ProjectStore.db"));
+        db.exec(QStringLiteral("ALTER TABLE Project RENAME TO Moved"));
+    }
+    project("Kept");
+    EXPECT_FALSE(projects().save());
+    ASSERT_EQ(m_reporter->presented.size(), 1u);
+    ASSERT_EQ(m_reporter->lines.size(), 1);
+    EXPECT_TRUE(m_reporter->lines[0].startsWith(
+        QStringLiteral("TRProjectStore:-[TRProjectStore save] unable to save: SQLite")))
+        << m_reporter->lines[0].toStdString();
+    EXPECT_TRUE(context().hasChanges());
+    {
+        SqliteDatabase db;
+        db.open(dataFolder() + QStringLiteral("/ProjectStore.db"));
+        db.exec(QStringLiteral("ALTER TABLE Moved RENAME TO Project"));
+    }
+    EXPECT_TRUE(projects().save());
+    EXPECT_EQ(rows("Project"), 1);
+}
+
+TEST_F(ProjectStoreTest, RecordedNodesKnowTheirProjectsByName) {
+    record("org.example.Editor", {QStringLiteral("/w"), QStringLiteral("/1")}, 60);
+    TRPSProject* b = project("B");
+    TRPSProject* a = project("A");
+    a->addApplications(projects(), {app("org.example.Editor")});
+    b->addApplications(projects(), {app("org.example.Editor")});
+    b->addPaths(projects(), {path(joined({"/w", "/1"}))});
+    a->setColor(TRPSColor::greenColor());
+    TRActivity activity = activityWith(
+        [](TRActivity& x) { x.setPathComponents(QStringList{QStringLiteral("/w"), QStringLiteral("/1")}); });
+    TRASPathComponent* node = store().lastPathComponentForActivity(activity);
+    TRASPathComponent* root = node->pathParent()->pathParent();
+    EXPECT_EQ(projects().associatedProjects(*root), (std::vector<TRPSProject*>{a, b}));
+    EXPECT_EQ(projects().tintColors(*root).front(), TRPSColor::greenColor());
+    EXPECT_EQ(projects().associatedProjects(*node), (std::vector<TRPSProject*>{b}));
+    EXPECT_TRUE(projects().associatedProjects(*node->pathParent()).empty());
+}
+
 TEST_F(ProjectStoreTest, NewFileIsOwnerOnly) {
     ASSERT_NE(projects().managedObjectContext(), nullptr);
     const auto permissions = QFile::permissions(dataFolder() + QStringLiteral("/ProjectStore.db"));

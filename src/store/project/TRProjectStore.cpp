@@ -14,6 +14,7 @@
 
 #include "core/DateCalculations.h"
 #include "core/TRLocations.h"
+#include "store/activity/TRASApplication.h"
 #include "store/activity/TRASHourlyEvent.h"
 #include "store/activity/TRASPathComponent.h"
 #include "store/activity/TRActivityStore.h"
@@ -363,6 +364,36 @@ TRPSProject* TRProjectStore::createProjectWithName(const QString& name,
     project->setApplications(*this, applications);
     if (color) project->setColor(*color);
     return project;
+}
+
+TRPSApplication* TRProjectStore::associatedProjectStoreApplication(
+    const TRASApplication& application) {
+    TRObjectContext* context = managedObjectContext();
+    if (!context) return nullptr;
+    return TRPSApplication::applicationWithBundleIdentifier(*context, application.bundleIdentifier(),
+                                                            application.executableName(),
+                                                            application.title(), false);
+}
+
+std::vector<TRPSProject*> TRProjectStore::associatedProjects(TRASPathComponent& node) {
+    TRObjectContext* context = managedObjectContext();
+    if (!context) return {};
+    if (TRASApplication* app = node.isRoot() ? node.application() : nullptr) {
+        TRPSApplication* member = associatedProjectStoreApplication(*app);
+        return member ? member->sortedParentProjects() : std::vector<TRPSProject*>();
+    }
+    QStringList components;
+    for (TRASPathComponent* level : node.fullPathAsComponents()) components.append(level->value());
+    TRPSPath* path = TRPSPath::pathForPathComponents(*context, components, false);
+    return path ? path->sortedParentProjects() : std::vector<TRPSProject*>();
+}
+
+std::vector<TRPSColor> TRProjectStore::tintColors(TRASPathComponent& node) {
+    std::vector<TRPSColor> colors;
+    for (TRPSProject* project : associatedProjects(node)) {
+        if (auto color = project->color()) colors.push_back(*color);
+    }
+    return colors;
 }
 
 qint64 TRProjectStore::dataVersion() {

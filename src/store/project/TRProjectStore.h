@@ -38,6 +38,8 @@
 #include "store/project/TRPSProject.h"
 
 class TRActivityStore;
+class TRASApplication;
+class TRASPathComponent;
 class TRPSApplication;
 class TRStoreReporter;
 
@@ -127,6 +129,14 @@ public:
     // The default categories, each only when one of its applications is
     // installed. Not saved.
     void createSampleProjects();
+
+    // From the activity store's side: the project-store application of a
+    // recorded one (never created); the projects a node belongs to by name
+    // (a root: its application's projects; another node: those of the path
+    // of its components), and their colours in the same order.
+    TRPSApplication* associatedProjectStoreApplication(const TRASApplication& application);
+    std::vector<TRPSProject*> associatedProjects(TRASPathComponent& node);
+    std::vector<TRPSColor> tintColors(TRASPathComponent& node);
 
     // The blacklist test before a recording (TRBlacklist).
     bool isBlacklisted(const RunningApplication* application, const QString& pathString);
