@@ -119,6 +119,28 @@ TEST_F(ProjectTotalsTest, PathMatchesUnderEveryApplicationButOnlyAtItsDepth) {
         context().insert<TRPSPath>()->associatedActivityStorePathComponents(store()).has_value());
 }
 
+TEST_F(ProjectTotalsTest, RefreshFollowsSavesOfThisAndAnotherConnection) {
+    store().save();
+    projects().refreshProjectDurations();
+    EXPECT_EQ(x->cachedTotalDurationWithFilterValue(), 600);
+    record("org.a", {QStringLiteral("/w"), QStringLiteral("/1")}, 100);  // unsaved
+    projects().refreshProjectDurations();
+    EXPECT_EQ(x->cachedTotalDurationWithFilterValue(), 700);
+    store().save();
+    projects().refreshProjectDurations();
+    EXPECT_EQ(x->cachedTotalDurationWithFilterValue(), 700);
+
+    // The main application records through its own connection.
+    TRActivityStore other(options(QStringLiteral("info.mallowby.Vorlix")));
+    TRActivity activity = activityWith(
+        [](TRActivity& a) { a.setPathComponents(QStringList{QStringLiteral("/w")}); },
+        testApplication(QStringLiteral("org.a")));
+    other.storeActivity(activity, utc(2024, 3, 5, 11), utc(2024, 3, 5, 11, 0, 50));
+    other.saveWithNotification(false);
+    projects().refreshProjectDurations();
+    EXPECT_EQ(x->cachedTotalDurationWithFilterValue(), 750);
+}
+
 TEST_F(ProjectTotalsTest, NewRecordingsReachCachedSubtrees) {
     EXPECT_EQ(projects().sumForProjects({y}), 300);
     record("org.b", {QStringLiteral("/x"), QStringLiteral("/new")}, 40);

@@ -70,6 +70,7 @@ TRProjectStore::TRProjectStore(Options options, QObject* parent)
 }
 
 TRProjectStore::~TRProjectStore() {
+    m_savedDurations.reset();
     m_blacklist.reset();
     m_context.reset();
     m_db.close();
@@ -257,17 +258,24 @@ double TRProjectStore::sumForProjects(const std::vector<TRPSProject*>& projects)
 // totals are then sums over the projects' node sets in memory, instead of one
 // query per project over the events. Unsaved events count as well.
 struct TRProjectStore::NodeDurations final {
-    std::unordered_map<qint64, double> byKey;                  // saved nodes
-    std::unordered_map<const TRASPathComponent*, double> byNode;  // unsaved nodes
+    // Saved nodes by key (sorted), unsaved nodes by address.
+    const std::vector<std::pair<qint64, double>>* byKey = nullptr;
+    std::unordered_map<qint64, double> liveByKey;
+    std::unordered_map<const TRASPathComponent*, double> liveByNode;
     double all = 0;  // every event in range, also those of no node
 
     double of(const TRASPathComponent* node) const {
-        if (node->primaryKey() != 0) {
-            auto it = byKey.find(node->primaryKey());
-            return it == byKey.end() ? 0 : it->second;
+        double seconds = 0;
+        if (const qint64 key = node->primaryKey()) {
+            auto it = std::lower_bound(byKey->begin(), byKey->end(), std::make_pair(key, -1e300));
+            if (it != byKey->end() && it->first == key) seconds += it->second;
+            auto live = liveByKey.find(key);
+            if (live != liveByKey.end()) seconds += live->second;
+        } else {
+            auto live = liveByNode.find(node);
+            if (live != liveByNode.end()) seconds += live->second;
         }
-        auto it = byNode.find(node);
-        return it == byNode.end() ? 0 : it->second;
+        return seconds;
     }
     double of(const TRPSNodeSet& nodes) const {
         double seconds = 0;
@@ -276,31 +284,64 @@ struct TRProjectStore::NodeDurations final {
     }
 };
 
+// The grouped read is the one costly step of a refresh (a pass over every
+// event in range), so its result is kept while nothing can have changed the
+// file: no other connection committed (data_version), this connection wrote
+// nothing (total changes), the range is the same and no saved event has
+// unsaved changes.
+struct TRProjectStore::SavedDurations final {
+    double start = 0, stop = 0;
+    qint64 dataVersion = -1, totalChanges = -1;
+    std::vector<std::pair<qint64, double>> byKey;
+    double all = 0;
+};
+
 TRProjectStore::NodeDurations TRProjectStore::durationsWithinFilterDays() {
     NodeDurations durations;
+    static const std::vector<std::pair<qint64, double>> kNone;
+    durations.byKey = &kNone;
     TRObjectContext* events = activityStore().managedObjectContext();
     if (!events) return durations;
+    SqliteDatabase& db = events->database();
     const TRASEventFilter filter = filterDays();
     const double start = filter.start.isValid() ? double(filter.start.toMSecsSinceEpoch()) / 1000.0
                                                 : -std::numeric_limits<double>::infinity();
     const double stop = filter.stop.isValid() ? double(filter.stop.toMSecsSinceEpoch()) / 1000.0
                                               : std::numeric_limits<double>::infinity();
-    QString range;
-    if (filter.start.isValid()) range += QStringLiteral(" AND startDate >= ?1");
-    if (filter.stop.isValid()) range += QStringLiteral(" AND startDate < ?2");
-    auto stmt = events->database().prepare(
-        QStringLiteral("SELECT lastPathComponent, TOTAL(duration) FROM HourlyEvent WHERE 1") +
-        range + events->changedRowExclusion(TRASHourlyEvent::kEntity) +
-        QStringLiteral(" GROUP BY lastPathComponent"));
-    if (stmt) {
-        if (filter.start.isValid()) stmt->bind(1, start);
-        if (filter.stop.isValid()) stmt->bind(2, stop);
-        while (stmt->step()) {
-            const double seconds = stmt->real(1);
-            durations.all += seconds;
-            if (!stmt->isNull(0)) durations.byKey[stmt->int64(0)] += seconds;
+    const QString exclusion = events->changedRowExclusion(TRASHourlyEvent::kEntity);
+    const qint64 version = db.scalarInt(QStringLiteral("PRAGMA data_version"));
+    SavedDurations* saved = m_savedDurations.get();
+    const bool current = saved && exclusion.isEmpty() && saved->start == start &&
+                         saved->stop == stop && saved->dataVersion == version &&
+                         saved->totalChanges == db.totalChanges();
+    if (!current) {
+        auto read = std::make_unique<SavedDurations>();
+        read->start = start;
+        read->stop = stop;
+        read->dataVersion = version;
+        read->totalChanges = db.totalChanges();
+        QString range;
+        if (filter.start.isValid()) range += QStringLiteral(" AND startDate >= ?1");
+        if (filter.stop.isValid()) range += QStringLiteral(" AND startDate < ?2");
+        auto stmt = db.prepare(
+            QStringLiteral("SELECT lastPathComponent, TOTAL(duration) FROM HourlyEvent WHERE 1") +
+            range + exclusion + QStringLiteral(" GROUP BY lastPathComponent"));
+        if (stmt) {
+            if (filter.start.isValid()) stmt->bind(1, start);
+            if (filter.stop.isValid()) stmt->bind(2, stop);
+            while (stmt->step()) {
+                const double seconds = stmt->real(1);
+                read->all += seconds;
+                if (!stmt->isNull(0)) read->byKey.emplace_back(stmt->int64(0), seconds);
+            }
         }
+        std::sort(read->byKey.begin(), read->byKey.end());
+        m_savedDurations = std::move(read);
+        // Read without some saved rows: good for this refresh only.
+        if (!exclusion.isEmpty()) m_savedDurations->dataVersion = -1;
     }
+    durations.byKey = &m_savedDurations->byKey;
+    durations.all = m_savedDurations->all;
     for (TRASHourlyEvent* event : events->liveChangedObjects<TRASHourlyEvent>()) {
         const double begins = event->startDateSeconds();
         if (!(begins >= start && begins < stop)) continue;
@@ -309,9 +350,9 @@ TRProjectStore::NodeDurations TRProjectStore::durationsWithinFilterDays() {
         durations.all += seconds;
         if (TRASPathComponent* node = event->lastPathComponent()) {
             if (node->primaryKey() != 0)
-                durations.byKey[node->primaryKey()] += seconds;
+                durations.liveByKey[node->primaryKey()] += seconds;
             else
-                durations.byNode[node] += seconds;
+                durations.liveByNode[node] += seconds;
         }
     }
     return durations;

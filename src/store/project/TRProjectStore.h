@@ -167,6 +167,10 @@ private:
     qint64 m_seenDataVersion = -1;
     quint64 m_saves = 0;
     std::unique_ptr<BlacklistMemory> m_blacklist;
+    // The saved events' seconds per node from the last refresh, and what
+    // they were read under.
+    struct SavedDurations;
+    std::unique_ptr<SavedDurations> m_savedDurations;
 };
 
 // The project store as the activity store's blacklist.
