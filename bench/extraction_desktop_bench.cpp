@@ -125,10 +125,7 @@ bool bringToFront(DisposableDesktop& desktop, qint64 pid) {
 }
 
 int runBench(DisposableDesktop& desktop, TRSerialQueue& worker, const Options& options) {
-    // A short wait for the window manager (see the desktop tests).
-    const qint64 xterm =
-        desktop.startXterm({QStringLiteral("-xrm"), QStringLiteral("*wmTimeout: 100"),
-                            QStringLiteral("-T"), QStringLiteral("bench")});
+    const qint64 xterm = desktop.startXterm(QStringLiteral("bench"));
     if (!bringToFront(desktop, xterm)) return 1;
     measureTicks(QStringLiteral("xterm"), worker, options);
 

@@ -183,10 +183,6 @@ const QSet<QString>& excludedExecutableNames() {
     return set;
 }
 
-std::span<const DesktopAgent> linuxDesktopAgents() {
-    return kDesktopAgents;
-}
-
 const QSet<QString>& linuxDesktopAgentNames() {
     static const QSet<QString> set = [] {
         QSet<QString> names;

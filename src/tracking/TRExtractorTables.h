@@ -41,8 +41,7 @@ std::span<const RegistryEntry> registryEntries();
 const QSet<QString>& excludedBundleIdentifiers();
 const QSet<QString>& excludedExecutableNames();
 
-std::span<const DesktopAgent> linuxDesktopAgents();
-// Every name of linuxDesktopAgents(), for lookups.
+// The names of the desktop's own agents (lock screens, panels, ...), never tracked.
 const QSet<QString>& linuxDesktopAgentNames();
 
 }  // namespace TRExtractorTables

@@ -13,22 +13,17 @@
 #include <sqlite3.h>
 
 #include <QCoreApplication>
-#include <QDeadlineTimer>
-#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
 #include <QThread>
 #include <csignal>
-#include <map>
 #include <memory>
 
-#include "harness/DisposableDesktop.h"
+#include "harness/DesktopTest.h"
+#include "harness/HelperProcess.h"
 
 namespace {
-
-std::unique_ptr<DisposableDesktop> g_desktop;
-QString g_whyNoDesktop;
 
 constexpr double kToleranceSeconds = 2.0;
 constexpr int kIdleThresholdSeconds = 5;
@@ -48,56 +43,37 @@ struct StoredPath {
 };
 
 // Reads every hourly event of the store file, summed per application and
-// component chain (an interval may have been split at a clock hour).
+// component chain (an interval may have been split at a clock hour): each
+// event's chain is walked up from its last component to the application's
+// root, whose parent is none.
 std::vector<StoredPath> readStore(const QString& file, QString* error) {
     sqlite3* db = nullptr;
-    if (sqlite3_open_v2(QFile::encodeName(file).constData(), &db, SQLITE_OPEN_READONLY, nullptr) !=
-        SQLITE_OK) {
-        *error = QString::fromUtf8(sqlite3_errmsg(db));
-        sqlite3_close(db);
-        return {};
-    }
-    auto query = [&](const char* sql, const std::function<void(sqlite3_stmt*)>& row) {
-        sqlite3_stmt* statement = nullptr;
-        if (sqlite3_prepare_v2(db, sql, -1, &statement, nullptr) != SQLITE_OK) {
-            *error = QString::fromUtf8(sqlite3_errmsg(db));
-            return;
-        }
-        while (sqlite3_step(statement) == SQLITE_ROW) row(statement);
-        sqlite3_finalize(statement);
-    };
-    auto text = [](sqlite3_stmt* statement, int column) {
-        return QString::fromUtf8(
-            reinterpret_cast<const char*>(sqlite3_column_text(statement, column)));
-    };
-    std::map<qint64, QString> applications;
-    query("SELECT id, bundleIdentifier FROM Application",
-          [&](sqlite3_stmt* s) { applications[sqlite3_column_int64(s, 0)] = text(s, 1); });
-    struct Node {
-        QString value;
-        qint64 parent;
-        qint64 application;
-    };
-    std::map<qint64, Node> nodes;
-    query("SELECT id, value, pathParent, application FROM PathComponent", [&](sqlite3_stmt* s) {
-        nodes[sqlite3_column_int64(s, 0)] = {text(s, 1), sqlite3_column_int64(s, 2),
-                                             sqlite3_column_int64(s, 3)};
-    });
-    std::map<std::pair<QString, QStringList>, double> sums;
-    query("SELECT lastPathComponent, duration FROM HourlyEvent", [&](sqlite3_stmt* s) {
-        QStringList components;
-        qint64 id = sqlite3_column_int64(s, 0);
-        for (int level = 0; level < 64 && nodes.count(id) != 0 && nodes[id].parent != 0; ++level) {
-            components.prepend(nodes[id].value);
-            id = nodes[id].parent;
-        }
-        const QString application =
-            nodes.count(id) != 0 ? applications[nodes[id].application] : QStringLiteral("?");
-        sums[{application, components}] += sqlite3_column_double(s, 1);
-    });
-    sqlite3_close(db);
+    sqlite3_stmt* statement = nullptr;
+    const char* sql = R"(
+        WITH RECURSIVE up(event, node, components, duration) AS (
+            SELECT rowid, lastPathComponent, '', duration FROM HourlyEvent
+            UNION ALL
+            SELECT up.event, p.pathParent, p.value || char(31) || up.components, up.duration
+            FROM up JOIN PathComponent p ON p.id = up.node WHERE IFNULL(p.pathParent, 0) != 0)
+        SELECT a.bundleIdentifier, up.components, SUM(up.duration) FROM up
+        JOIN PathComponent root ON root.id = up.node AND IFNULL(root.pathParent, 0) = 0
+        JOIN Application a ON a.id = root.application
+        GROUP BY a.bundleIdentifier, up.components)";
     std::vector<StoredPath> paths;
-    for (const auto& [key, seconds] : sums) paths.push_back({key.first, key.second, seconds});
+    if (sqlite3_open_v2(QFile::encodeName(file).constData(), &db, SQLITE_OPEN_READONLY, nullptr) !=
+            SQLITE_OK ||
+        sqlite3_prepare_v2(db, sql, -1, &statement, nullptr) != SQLITE_OK) {
+        *error = QString::fromUtf8(sqlite3_errmsg(db));
+    }
+    while (statement && sqlite3_step(statement) == SQLITE_ROW) {
+        const auto text = [&](int column) {
+            return QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(statement, column)));
+        };
+        paths.push_back({text(0), text(1).split(QChar(31), Qt::SkipEmptyParts),
+                         sqlite3_column_double(statement, 2)});
+    }
+    sqlite3_finalize(statement);
+    sqlite3_close(db);
     return paths;
 }
 
@@ -124,7 +100,7 @@ QStringList editorComponents(const QString& document) {
 class EndToEndTrackingTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        if (!g_desktop) GTEST_SKIP() << qPrintable(g_whyNoDesktop);
+        REQUIRE_DESKTOP();
         const QString missing =
             DisposableDesktop::missingTool({QStringLiteral("xterm"), QStringLiteral("chromium"),
                                             QStringLiteral("mousepad"), QStringLiteral("python3")});
@@ -133,10 +109,7 @@ protected:
     }
 
     void TearDown() override {
-        if (m_helper && m_helper->state() != QProcess::NotRunning) {
-            m_helper->kill();
-            m_helper->waitForFinished(2000);
-        }
+        m_helper.reset();
         for (const qint64 pid : m_programs) g_desktop->stopProgram(pid);
     }
 
@@ -144,31 +117,22 @@ protected:
         return g_desktop->environment().value(QString::fromLatin1(name));
     }
 
-    // The helper's settings file: a short idle threshold.
+    // The helper's settings file (XDG_CONFIG_HOME is config/): a short idle threshold.
     void writeSettings() {
-        const QString folder =
-            environmentValue("XDG_CONFIG_HOME") + QStringLiteral("/info.mallowby.Vorlix");
-        ASSERT_TRUE(QDir().mkpath(folder));
-        QFile file(folder + QStringLiteral("/VorlixHelper.conf"));
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write("[General]\nidleTimeThresholdForSuspendingTracking=" +
-                   QByteArray::number(kIdleThresholdSeconds) + "\n");
+        ASSERT_FALSE(g_desktop
+                         ->writeFile(QStringLiteral("config/info.mallowby.Vorlix/VorlixHelper.conf"),
+                                     "[General]\nidleTimeThresholdForSuspendingTracking=" +
+                                         QByteArray::number(kIdleThresholdSeconds) + "\n")
+                         .isEmpty());
     }
 
     // The page the browser shows, served from this machine.
     QUrl startSite() {
-        const QString folder = g_desktop->stateDir() + QStringLiteral("/site/reports/2026");
-        QDir().mkpath(folder);
-        QFile page(folder + QStringLiteral("/summary.html"));
-        if (!page.open(QIODevice::WriteOnly)) return {};
-        page.write(
-            "<html><head><title>Yearly summary</title></head><body><p>Figures</p>"
-            "</body></html>");
-        page.close();
-        const QUrl root =
-            g_desktop->startHttpServer(g_desktop->stateDir() + QStringLiteral("/site"));
-        if (root.isEmpty()) return {};
-        return root.resolved(QUrl(QStringLiteral("reports/2026/summary.html")));
+        g_desktop->writeFile(QStringLiteral("site/reports/2026/summary.html"),
+                             "<html><head><title>Yearly summary</title></head><body><p>Figures</p>"
+                             "</body></html>");
+        const QUrl root = g_desktop->startHttpServer(g_desktop->stateDir() + QStringLiteral("/site"));
+        return root.isEmpty() ? root : root.resolved(QUrl(QStringLiteral("reports/2026/summary.html")));
     }
 
     std::optional<quint64> startAndWait(qint64 pid) {
@@ -212,7 +176,6 @@ protected:
     }
 
     void startHelper() {
-        m_helper = std::make_unique<QProcess>();
         QProcessEnvironment environment = g_desktop->environment();
         // Never the machine's own logind.
         environment.insert(QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"),
@@ -224,27 +187,11 @@ protected:
             QStringLiteral("vorlix.tracking.debug=true\nvorlix.platform.linux.atspi.debug=true"));
         environment.insert(QStringLiteral("QT_MESSAGE_PATTERN"),
                            QStringLiteral("%{time process} %{message}"));
-        m_helper->setProcessEnvironment(environment);
-        m_helper->start(QStringLiteral(VORLIX_HELPER_PATH), QStringList());
-    }
-
-    bool waitForHelperOutput(const QString& text, int timeoutMs) {
-        QDeadlineTimer deadline(timeoutMs);
-        while (!helperErrors().contains(text)) {
-            if (deadline.hasExpired() || m_helper->state() == QProcess::NotRunning) return false;
-            m_helper->waitForReadyRead(50);
-        }
-        return true;
-    }
-
-    QString helperErrors() {
-        m_helperErrors += QString::fromUtf8(m_helper->readAllStandardError());
-        return m_helperErrors;
+        m_helper = std::make_unique<HelperProcess>(environment);
     }
 
     bool m_pointerAtCorner = false;
-    std::unique_ptr<QProcess> m_helper;
-    QString m_helperErrors;
+    std::unique_ptr<HelperProcess> m_helper;
     std::vector<qint64> m_programs;
 };
 
@@ -252,17 +199,9 @@ TEST_F(EndToEndTrackingTest, RecordsEachApplicationsPathAndTimeAndNothingWhileId
     writeSettings();
     const QUrl page = startSite();
     ASSERT_FALSE(page.isEmpty());
-    const QString document = g_desktop->stateDir() + QStringLiteral("/notes/plan.txt");
-    QDir().mkpath(QFileInfo(document).path());
-    {
-        QFile file(document);
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write("first step\n");
-    }
+    const QString document = g_desktop->writeFile(QStringLiteral("notes/plan.txt"), "first step\n");
     // All three start together: the browser is the slow one.
-    const qint64 terminalPid = g_desktop->startXterm(
-        {QStringLiteral("-T"), QStringLiteral("Build log - nightly"), QStringLiteral("-e"),
-         QStringLiteral("sleep"), QStringLiteral("600")});
+    const qint64 terminalPid = g_desktop->startXterm(QStringLiteral("Build log - nightly"));
     const qint64 browserPid = g_desktop->startChromium(page.toString());
     const qint64 editorPid = g_desktop->startMousepad(document);
     const auto terminal = startAndWait(terminalPid);
@@ -290,8 +229,8 @@ TEST_F(EndToEndTrackingTest, RecordsEachApplicationsPathAndTimeAndNothingWhileId
     ASSERT_TRUE(DisposableDesktop::waitUntil([] { return now() > kIdleThresholdSeconds + 1.5; },
                                              10000, 50));
     startHelper();
-    ASSERT_TRUE(waitForHelperOutput(QStringLiteral("tracking started"), 10000))
-        << helperErrors().toStdString();
+    ASSERT_TRUE(m_helper->waitForOutput(QStringLiteral("tracking started")))
+        << m_helper->errors().toStdString();
     const double helperStarted = now();
     for (const quint64 window : {*editor, *browser, *terminal}) {
         ASSERT_TRUE(g_desktop->activateWindow(window));
@@ -314,10 +253,7 @@ TEST_F(EndToEndTrackingTest, RecordsEachApplicationsPathAndTimeAndNothingWhileId
     const double backToTerminal = activePhase(*terminal, backSeconds, &lastInput);
     // The user walks away: nothing counts after the last key press.
     QThread::msleep(kIdleWaitSeconds * 1000);
-    ::kill(pid_t(m_helper->processId()), SIGTERM);
-    ASSERT_TRUE(m_helper->waitForFinished(15000));
-    EXPECT_EQ(m_helper->exitStatus(), QProcess::NormalExit);
-    EXPECT_EQ(m_helper->exitCode(), 0) << helperErrors().toStdString();
+    EXPECT_TRUE(m_helper->stopsCleanlyOn(SIGTERM)) << m_helper->errors().toStdString();
 
     // On failure: when the test switched, on the helper's clock, and the
     // helper's log of what it stored when.
@@ -327,7 +263,7 @@ TEST_F(EndToEndTrackingTest, RecordsEachApplicationsPathAndTimeAndNothingWhileId
                      .arg(toEditor - helperStarted, 0, 'f', 3)
                      .arg(backToTerminal - helperStarted, 0, 'f', 3)
                      .arg(lastInput - helperStarted, 0, 'f', 3)
-                     .arg(helperErrors())
+                     .arg(m_helper->errors())
                      .toStdString());
     QString error;
     const std::vector<StoredPath> stored =
@@ -390,13 +326,5 @@ TEST_F(EndToEndTrackingTest, RecordsEachApplicationsPathAndTimeAndNothingWhileId
 }  // namespace
 
 int main(int argc, char** argv) {
-    ::testing::InitGoogleTest(&argc, argv);
-    if (!::testing::GTEST_FLAG(list_tests)) {
-        g_desktop = DisposableDesktop::start(&g_whyNoDesktop);
-        if (g_desktop) g_desktop->applyToThisProcess();
-    }
-    QCoreApplication application(argc, argv);
-    const int status = RUN_ALL_TESTS();
-    g_desktop.reset();
-    return status;
+    return runOnDesktop(argc, argv, [] { return RUN_ALL_TESTS(); });
 }

@@ -1,11 +1,10 @@
 // The vorlix-helper process as a user runs it: one per user, ended cleanly
-// by SIGTERM and SIGINT. Each test runs the real binary in its own XDG
-// folders with no display and no reachable bus, so nothing here depends on
-// the desktop or on the store.
+// by signals, a lost display, sleep and wake. Each test runs the real binary
+// in its own XDG folders with no reachable bus and, unless it starts a
+// desktop of its own, no display.
 
 #include <gtest/gtest.h>
 
-#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QProcess>
@@ -14,94 +13,48 @@
 #include <csignal>
 #include <memory>
 
-#include "harness/LogindMock.h"
+#include "harness/DisposableDesktop.h"
+#include "harness/HelperProcess.h"
 #include "harness/PrivateDBus.h"
-#include "fakes/QtTestPrinters.h"
-#include "harness/XvfbServer.h"
 
 namespace {
 
-class Helper final {
-public:
-    explicit Helper(const QProcessEnvironment& environment) {
-        m_process.setProcessEnvironment(environment);
-    }
-    ~Helper() {
-        if (m_process.state() != QProcess::NotRunning) {
-            m_process.kill();
-            m_process.waitForFinished(2000);
-        }
-    }
-
-    void start(const QStringList& arguments = {}) {
-        m_process.start(QStringLiteral(VORLIX_HELPER_PATH), arguments);
-    }
-    // Waits until stderr holds `text` at least `times` times.
-    bool waitForOutput(const QString& text, int times = 1, int timeoutMs = 10000) {
-        QDeadlineTimer deadline(timeoutMs);
-        while (errors().count(text) < times) {
-            if (deadline.hasExpired() || m_process.state() == QProcess::NotRunning) {
-                return false;
-            }
-            m_process.waitForReadyRead(50);
-        }
-        return true;
-    }
-    bool waitForExit(int timeoutMs = 10000) { return m_process.waitForFinished(timeoutMs); }
-    void signal(int signalNumber) {
-        ::kill(static_cast<pid_t>(m_process.processId()), signalNumber);
-    }
-
-    QString errors() {
-        m_errors += QString::fromUtf8(m_process.readAllStandardError());
-        return m_errors;
-    }
-    QString output() { return QString::fromUtf8(m_process.readAllStandardOutput()); }
-    int exitCode() const { return m_process.exitCode(); }
-    bool crashed() const { return m_process.exitStatus() != QProcess::NormalExit; }
-
-private:
-    QProcess m_process;
-    QString m_errors;
-};
+using Helper = HelperProcess;
 
 class HelperProcessTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        ASSERT_TRUE(m_home.isValid());
         QDir home(m_home.path());
-        for (const char* folder : {"runtime", "config", "data", "cache"}) {
-            ASSERT_TRUE(home.mkpath(QString::fromLatin1(folder)));
-        }
-        QFile::setPermissions(
-            home.filePath(QStringLiteral("runtime")),
-            QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
         m_environment = QProcessEnvironment::systemEnvironment();
-        for (const char* name :
-             {"DISPLAY", "WAYLAND_DISPLAY", "XDG_SESSION_ID", "QT_LOGGING_RULES"}) {
-            m_environment.remove(QString::fromLatin1(name));
-        }
-        const QString noBus =
-            QStringLiteral("unix:path=") + home.filePath(QStringLiteral("no-bus"));
+        for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "XDG_SESSION_ID", "QT_LOGGING_RULES"})
+            m_environment.remove(QLatin1String(name));
+        const QString noBus = QStringLiteral("unix:path=") + home.filePath(QStringLiteral("no-bus"));
         m_environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), noBus);
         m_environment.insert(QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"), noBus);
         m_environment.insert(QStringLiteral("HOME"), home.path());
-        m_environment.insert(QStringLiteral("XDG_RUNTIME_DIR"),
-                             home.filePath(QStringLiteral("runtime")));
-        m_environment.insert(QStringLiteral("XDG_CONFIG_HOME"),
-                             home.filePath(QStringLiteral("config")));
-        m_environment.insert(QStringLiteral("XDG_DATA_HOME"),
-                             home.filePath(QStringLiteral("data")));
-        m_environment.insert(QStringLiteral("XDG_CACHE_HOME"),
-                             home.filePath(QStringLiteral("cache")));
+        for (const auto& [variable, folder] : {std::pair{"XDG_RUNTIME_DIR", "runtime"},
+                                               {"XDG_CONFIG_HOME", "config"},
+                                               {"XDG_DATA_HOME", "data"},
+                                               {"XDG_CACHE_HOME", "cache"}}) {
+            ASSERT_TRUE(home.mkpath(QLatin1String(folder)));
+            m_environment.insert(QLatin1String(variable), home.filePath(QLatin1String(folder)));
+        }
+        QFile::setPermissions(home.filePath(QStringLiteral("runtime")),
+                              QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
     }
 
     std::unique_ptr<Helper> startTracking() {
         auto helper = std::make_unique<Helper>(m_environment);
-        helper->start();
         EXPECT_TRUE(helper->waitForOutput(QStringLiteral("tracking started")))
             << helper->errors().toStdString();
         return helper;
+    }
+
+    // A desktop of the test's own whose display the helper uses.
+    std::unique_ptr<DisposableDesktop> startDesktop(QString* whyNot) {
+        auto desktop = DisposableDesktop::start(whyNot);
+        if (desktop) m_environment.insert(QStringLiteral("DISPLAY"), desktop->display());
+        return desktop;
     }
 
     QTemporaryDir m_home;
@@ -111,7 +64,6 @@ protected:
 TEST_F(HelperProcessTest, SecondStartSaysSoAndExitsNonZero) {
     auto first = startTracking();
     Helper second(m_environment);
-    second.start();
     ASSERT_TRUE(second.waitForExit());
     EXPECT_EQ(second.exitCode(), 1);
     EXPECT_TRUE(second.errors().contains(QStringLiteral("already running")))
@@ -120,21 +72,13 @@ TEST_F(HelperProcessTest, SecondStartSaysSoAndExitsNonZero) {
 }
 
 TEST_F(HelperProcessTest, TerminationSignalEndsTrackingAndSaves) {
-    const struct {
-        const char* name;
-        int signalNumber;
-    } cases[] = {{"SIGTERM", SIGTERM}, {"SIGINT", SIGINT}, {"SIGHUP", SIGHUP}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const int signalNumber : {SIGTERM, SIGINT, SIGHUP}) {
+        SCOPED_TRACE(signalNumber);
         auto helper = startTracking();
-        helper->signal(c.signalNumber);
-        ASSERT_TRUE(helper->waitForExit());
-        EXPECT_FALSE(helper->crashed());
-        EXPECT_EQ(helper->exitCode(), 0);
+        ASSERT_TRUE(helper->stopsCleanlyOn(signalNumber)) << helper->errors().toStdString();
         const QString errors = helper->errors();
         const qsizetype stopped = errors.indexOf(QStringLiteral("tracking stopped; store saved"));
-        EXPECT_GT(stopped, errors.indexOf(QStringLiteral("received signal")))
-            << errors.toStdString();
+        EXPECT_GT(stopped, errors.indexOf(QStringLiteral("received signal"))) << errors.toStdString();
         EXPECT_GT(errors.indexOf(QStringLiteral("terminating")), stopped);
     }
 }
@@ -143,24 +87,18 @@ TEST_F(HelperProcessTest, KilledHelperDoesNotBlockNextStart) {
     auto first = startTracking();
     first->signal(SIGKILL);
     ASSERT_TRUE(first->waitForExit());
-    auto second = startTracking();
-    second->signal(SIGTERM);
-    ASSERT_TRUE(second->waitForExit());
-    EXPECT_EQ(second->exitCode(), 0);
+    EXPECT_TRUE(startTracking()->stopsCleanlyOn(SIGTERM));
 }
 
 TEST_F(HelperProcessTest, HelpAndVersionAnswerAndExit) {
-    const struct {
-        const char* argument;
-        const char* expected;
-    } cases[] = {{"--help", "Usage:"}, {"--version", "vorlix-helper 0.1"}, {"-h", "--version"}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.argument);
-        Helper helper(m_environment);
-        helper.start({QString::fromLatin1(c.argument)});
+    const std::pair<const char*, const char*> cases[] = {
+        {"--help", "Usage:"}, {"--version", "vorlix-helper 0.1"}, {"-h", "--version"}};
+    for (const auto& [argument, expected] : cases) {
+        SCOPED_TRACE(argument);
+        Helper helper(m_environment, {QLatin1String(argument)});
         ASSERT_TRUE(helper.waitForExit());
         EXPECT_EQ(helper.exitCode(), 0);
-        EXPECT_TRUE(helper.output().contains(QString::fromLatin1(c.expected)));
+        EXPECT_TRUE(helper.output().contains(QLatin1String(expected)));
         EXPECT_FALSE(helper.errors().contains(QStringLiteral("tracking started")));
     }
 }
@@ -168,39 +106,31 @@ TEST_F(HelperProcessTest, HelpAndVersionAnswerAndExit) {
 // The X server ends before the helper (a crashed or closed session): the
 // helper saves and leaves cleanly, and the next start is not blocked.
 TEST_F(HelperProcessTest, LostDisplayEndsTrackingAndSaves) {
-    XvfbServer xvfb;
     QString whyNot;
-    if (!xvfb.start(&whyNot)) GTEST_SKIP() << whyNot.toStdString();
-    m_environment.insert(QStringLiteral("DISPLAY"), xvfb.display());
+    const auto desktop = startDesktop(&whyNot);
+    if (!desktop) GTEST_SKIP() << whyNot.toStdString();
     auto helper = startTracking();
-    xvfb.stop();
+    ::kill(pid_t(desktop->xServerProcessIdentifier()), SIGTERM);
     ASSERT_TRUE(helper->waitForExit(15000)) << helper->errors().toStdString();
-    EXPECT_FALSE(helper->crashed());
     EXPECT_EQ(helper->exitCode(), 0);
     const QString errors = helper->errors();
     EXPECT_GT(errors.indexOf(QStringLiteral("tracking stopped; store saved")),
               errors.indexOf(QStringLiteral("lost the connection to the X display")))
         << errors.toStdString();
     m_environment.remove(QStringLiteral("DISPLAY"));
-    auto next = startTracking();
-    next->signal(SIGTERM);
-    ASSERT_TRUE(next->waitForExit());
-    EXPECT_EQ(next->exitCode(), 0);
+    EXPECT_TRUE(startTracking()->stopsCleanlyOn(SIGTERM));
 }
 
 TEST_F(HelperProcessTest, SleepAndWakeReachRunningHelper) {
     PrivateDBus bus(PrivateDBus::Type::System);
-    XvfbServer xvfb;
     QString whyNot;
-    if (!xvfb.start(&whyNot) || !bus.start(&whyNot) ||
-        !LogindMock::start(bus, QStringLiteral("c1"), true, &whyNot)) {
+    const auto desktop = startDesktop(&whyNot);
+    if (!desktop || !bus.start(&whyNot) || !LogindMock::start(bus, QStringLiteral("c1"), true, &whyNot))
         GTEST_SKIP() << whyNot.toStdString();
-    }
     const auto inhibitors = [&bus] {
         return LogindMock::sleepDelayInhibitors(bus, QStringLiteral("VorlixHelper"));
     };
     m_environment.insert(QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"), bus.address());
-    m_environment.insert(QStringLiteral("DISPLAY"), xvfb.display());
     auto helper = startTracking();
     EXPECT_TRUE(helper->errors().contains(QStringLiteral("idle time from the X screen saver")))
         << helper->errors().toStdString();
@@ -212,21 +142,15 @@ TEST_F(HelperProcessTest, SleepAndWakeReachRunningHelper) {
         int inhibitorsAfter;
     } steps[] = {{true, "tracking stopped; store saved", 0}, {false, "machine woke up", 1}};
     for (const auto& step : steps) {
-        SCOPED_TRACE(step.goingToSleep ? "PrepareForSleep(true)" : "PrepareForSleep(false)");
+        SCOPED_TRACE(step.logLine);
         ASSERT_TRUE(LogindMock::emitPrepareForSleep(bus, step.goingToSleep));
-        EXPECT_TRUE(helper->waitForOutput(QString::fromLatin1(step.logLine)))
-            << helper->errors().toStdString();
-        QDeadlineTimer deadline(5000);
-        while (inhibitors() != step.inhibitorsAfter && !deadline.hasExpired()) {
-            QThread::msleep(20);
-        }
-        EXPECT_EQ(inhibitors(), step.inhibitorsAfter);
+        EXPECT_TRUE(helper->waitForOutput(QLatin1String(step.logLine))) << helper->errors().toStdString();
+        EXPECT_TRUE(DisposableDesktop::waitUntil([&] { return inhibitors() == step.inhibitorsAfter; },
+                                                 5000));
     }
     EXPECT_TRUE(helper->waitForOutput(QStringLiteral("tracking started"), 2))
         << "tracking resumed after the wake";
-    helper->signal(SIGTERM);
-    ASSERT_TRUE(helper->waitForExit());
-    EXPECT_EQ(helper->exitCode(), 0);
+    EXPECT_TRUE(helper->stopsCleanlyOn(SIGTERM));
 }
 
 }  // namespace

@@ -1,34 +1,23 @@
-// The extraction desktop tests' shared objects and main(): the desktop
-// starts before anything connects to X or a bus, the platform objects are
-// the helper's own, and the worker thread is the only one that ever touches
-// the accessibility provider (it also releases it).
-
 #include "ExtractionDesktopSupport.h"
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QThread>
+#include <algorithm>
+#include <cstdio>
 
 #include "app/PlatformObjects.h"
-#include "platform/RunningApplications.h"
 #include "tracking/TRApplicationInfoExtractor.h"
 #include "tracking/TRExtractorRegistry.h"
-#include "tracking/TRInfoExtractor.h"
 #include "tracking/TRSerialQueue.h"
-#include "platform/WindowSystem.h"
 
-std::unique_ptr<DisposableDesktop> g_desktop;
-QString g_whyNoDesktop;
 TRExtractionContext g_context;
 TRInfoExtractor* g_extractor = nullptr;
 
 namespace {
 
 TRSerialQueue* g_worker = nullptr;
-
-}  // namespace
 
 void submitWorkerStep(WorkerStep& step) {
     g_worker->async([&step] {
@@ -39,83 +28,30 @@ void submitWorkerStep(WorkerStep& step) {
     });
 }
 
-void runOnWorker(const std::function<void()>& task) {
-    g_worker->async(task);
-    g_worker->sync();
-}
-
-void waitForWorker() {
-    g_worker->sync();
-}
-
 WorkerStep runWorkerStep(const TRActivity& activity) {
     WorkerStep step{activity, {}, 0};
     submitWorkerStep(step);
-    waitForWorker();
+    g_worker->sync();
     return step;
 }
 
-Tick tick() {
-    Tick result;
-    result.front = g_extractor->currentActivity();
-    if (result.front) result.completed = runWorkerStep(*result.front);
-    return result;
+}  // namespace
+
+void runOnWorker(const std::function<void()>& task) {
+    g_worker->async(task);
+    g_worker->sync();
 }
 
 bool waitForTick(const std::function<bool(const Tick&)>& done, int timeoutMs, Tick* last) {
     QElapsedTimer timer;
     timer.start();
     while (true) {
-        *last = tick();
+        *last = Tick{g_extractor->currentActivity(), std::nullopt};
+        if (last->front) last->completed = runWorkerStep(*last->front);
         if (done(*last)) return true;
         if (timer.elapsed() >= timeoutMs) return false;
         QThread::msleep(kTickSpacingMs);
     }
-}
-
-QUrl site() { return g_desktop->testSite(); }
-
-QString page(const char* name) { return g_desktop->testPage(name); }
-
-bool waitForFrontProcess(qint64 pid) {
-    WindowSystem* windows = g_context.windowSystem;
-    return windows != nullptr &&
-           DisposableDesktop::waitUntil(
-               [&] {
-                   return windows->frontProcessIdentifier() == std::optional<qint32>(qint32(pid));
-               },
-               5000);
-}
-
-qint64 startInFront(const std::function<qint64()>& start) {
-    const qint64 pid = start();
-    if (pid <= 0) return -1;
-    const auto window = g_desktop->waitForWindowOfProcess(pid, kPageTimeoutMs);
-    if (!window || !g_desktop->activateWindow(*window) || !waitForFrontProcess(pid)) return -1;
-    return pid;
-}
-
-// xterm's toolkit waits for the window manager to confirm its size hints,
-// by default for up to 5 s, and openbox now and then never answers: a
-// tenth of a second is plenty on this desktop.
-QStringList xtermArguments(const QString& title, const QStringList& moreArguments) {
-    return QStringList{QStringLiteral("-xrm"), QStringLiteral("*wmTimeout: 100"),
-                       QStringLiteral("-T"), title} +
-           moreArguments +
-           QStringList{QStringLiteral("-e"), QStringLiteral("sleep"), QStringLiteral("600")};
-}
-
-qint64 startTitledXterm(const QString& title, const QStringList& moreArguments) {
-    return g_desktop->startXterm(xtermArguments(title, moreArguments));
-}
-
-QString copyOfXterm(const QString& fileName) {
-    const QString folder = g_desktop->stateDir() + QStringLiteral("/programs");
-    QDir().mkpath(folder);
-    const QString path = folder + QLatin1Char('/') + fileName;
-    if (!QFile::exists(path) && !QFile::copy(QStringLiteral("/usr/bin/xterm"), path)) return {};
-    QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    return path;
 }
 
 QString describe(const Tick& tick) {
@@ -129,16 +65,46 @@ QString describe(const Tick& tick) {
     return text;
 }
 
-int main(int argc, char** argv) {
-    ::testing::InitGoogleTest(&argc, argv);
-    // Test discovery only lists the tests: no desktop for that.
-    if (!::testing::GTEST_FLAG(list_tests)) {
-        g_desktop = DisposableDesktop::start(&g_whyNoDesktop);
-        if (g_desktop) g_desktop->applyToThisProcess();
+BlockedRun runWhileBlocked(qint64 pid, int mainRounds) {
+    BlockedRun run;
+    const std::optional<TRActivity> front = g_extractor->currentActivity();
+    EXPECT_TRUE(front && front->runningApplication());
+    if (!front) return run;
+    run.first.activity = *front;
+    submitWorkerStep(run.first);
+    for (int i = 0; i < mainRounds; ++i) {
+        QElapsedTimer timer;
+        timer.start();
+        const std::optional<TRActivity> again = g_extractor->currentActivity();
+        run.slowestMainMs = std::max(run.slowestMainMs, double(timer.nsecsElapsed()) / 1e6);
+        EXPECT_TRUE(again && again->processIdentifier() == pid);
+        QThread::msleep(20);
     }
-    QCoreApplication application(argc, argv);
-    int status = 0;
-    {
+    g_worker->sync();
+    run.second = runWorkerStep(*front);
+    std::printf("currentActivity slowest %.3f ms; worker step %.1f ms, then %.1f ms\n",
+                run.slowestMainMs, run.first.wallMs, run.second.wallMs);
+    ::testing::Test::RecordProperty("current_activity_slowest_us", int(run.slowestMainMs * 1000));
+    ::testing::Test::RecordProperty("worker_step_first_ms", int(run.first.wallMs));
+    ::testing::Test::RecordProperty("worker_step_second_ms", int(run.second.wallMs));
+    return run;
+}
+
+qint64 startInFront(const std::function<qint64()>& start) {
+    return g_context.windowSystem ? startInFront(*g_context.windowSystem, start) : -1;
+}
+
+QString copyOfXterm(const QString& fileName) {
+    const QString folder = g_desktop->stateDir() + QStringLiteral("/programs");
+    QDir().mkpath(folder);
+    const QString path = folder + QLatin1Char('/') + fileName;
+    if (!QFile::exists(path) && !QFile::copy(QStringLiteral("/usr/bin/xterm"), path)) return {};
+    QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    return path;
+}
+
+int main(int argc, char** argv) {
+    return runOnDesktop(argc, argv, [] {
         PlatformObjects platform;
         TRSerialQueue worker(QStringLiteral("extraction"));
         g_worker = &worker;
@@ -149,17 +115,15 @@ int main(int argc, char** argv) {
             platform = createPlatformObjects(&worker);
             // Switched on over the bus, as the desktop's settings do: with the
             // launcher's command-line switch alone the switch now and then
-            // read "off" for a whole test once a GTK program had started
-            // (likely the settings of the fresh home taking over).
+            // read "off" for a whole test once a GTK program had started.
             if (platform.accessibility) runOnWorker([&platform] { platform.accessibility->enable(); });
             g_context = platform.context();
         }
-        status = RUN_ALL_TESTS();
+        const int status = RUN_ALL_TESTS();
         g_context = {};
         g_extractor = nullptr;
         releaseWorkerObjects(platform, &worker);
         g_worker = nullptr;
-    }
-    g_desktop.reset();
-    return status;
+        return status;
+    });
 }

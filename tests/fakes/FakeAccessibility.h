@@ -1,12 +1,11 @@
 #pragma once
 // Fake accessibility trees for unit tests.
 //
-// FakeAccessibilityElement lists exactly the attributes a test gives it and
-// counts its copies, so a test can tell that an unlisted attribute was never
-// copied. Fault switches: failCopyOf(attribute) keeps the attribute listed
-// but makes its copy fail, as a hung or half-gone application does.
+// FakeAccessibilityElement lists exactly the attributes a test gives it.
+// Fault switch: failCopyOf(attribute) keeps the attribute listed but makes
+// its copy fail, as a hung or half-gone application does.
 // FakeAccessibilityProvider maps process identifiers to application elements
-// and can be switched off or made to refuse enable().
+// and can be switched off.
 //
 // Thread: any, one call at a time per object (each object has a lock), so
 // a test may set values on the main thread while a worker reads them.
@@ -22,45 +21,83 @@ public:
     static std::shared_ptr<FakeAccessibilityElement> create() {
         return std::make_shared<FakeAccessibilityElement>();
     }
-    // A window: role "AXWindow" and, when not null, a title.
+    // A window: role "AXWindow" and, when not null, a title and a document.
     static std::shared_ptr<FakeAccessibilityElement> window(const QString& title = QString(),
-                                                            const QString& document = QString());
-    static std::shared_ptr<FakeAccessibilityElement> sheetOn(const AccessibilityElementRef& parent);
+                                                            const QString& document = QString()) {
+        auto element = create();
+        element->set(QStringLiteral("AXRole"), QString::fromLatin1(AccessibilityRole::kWindow));
+        if (!title.isNull()) element->set(QStringLiteral("AXTitle"), title);
+        if (!document.isNull()) element->set(QStringLiteral("AXDocument"), document);
+        return element;
+    }
+    // A sheet titled "sheet" with a document of its own, on `parent`.
+    static std::shared_ptr<FakeAccessibilityElement> sheetOn(const AccessibilityElementRef& parent) {
+        auto element = window(QStringLiteral("sheet"), QStringLiteral("file:///sheet"));
+        element->set(QStringLiteral("AXRole"), QString::fromLatin1(AccessibilityRole::kSheet));
+        element->set(QStringLiteral("AXParent"), parent);
+        return element;
+    }
 
-    void set(const QString& attribute, const AccessibilityValue& value);
-    void remove(const QString& attribute);
-    void failCopyOf(const QString& attribute);
-    void setProcessIdentifier(qint32 processIdentifier);
-    int copyCount(const QString& attribute) const;
+    void set(const QString& attribute, const AccessibilityValue& value) {
+        std::lock_guard guard(m_lock);
+        if (!m_values.contains(attribute)) m_names.append(attribute);
+        m_values.insert(attribute, value);
+    }
+    void remove(const QString& attribute) {
+        std::lock_guard guard(m_lock);
+        m_names.removeAll(attribute);
+        m_values.remove(attribute);
+    }
+    void failCopyOf(const QString& attribute) {
+        std::lock_guard guard(m_lock);
+        m_failing.insert(attribute);
+    }
 
-    QStringList attributeNames() override;
-    std::optional<AccessibilityValue> copyAttributeValue(const QString& attribute) override;
-    qint32 processIdentifier() override;
+    QStringList attributeNames() override {
+        std::lock_guard guard(m_lock);
+        return m_names;
+    }
+    std::optional<AccessibilityValue> copyAttributeValue(const QString& attribute) override {
+        std::lock_guard guard(m_lock);
+        const auto found = m_values.constFind(attribute);
+        if (m_failing.contains(attribute) || found == m_values.cend()) return std::nullopt;
+        return *found;
+    }
+    qint32 processIdentifier() override { return 0; }
 
 private:
-    mutable std::mutex m_lock;
+    std::mutex m_lock;
     QStringList m_names;  // in the order they were set
     QHash<QString, AccessibilityValue> m_values;
     QSet<QString> m_failing;
-    QHash<QString, int> m_copies;
-    qint32 m_processIdentifier = 0;
 };
 
 class FakeAccessibilityProvider final : public AccessibilityProvider {
 public:
-    void setEnabled(bool enabled);
-    void setRefusesEnable(bool refuses);
-    void add(qint32 processIdentifier, const AccessibilityElementRef& application);
-    int applicationElementRequests() const;
+    void setEnabled(bool enabled) {
+        std::lock_guard guard(m_lock);
+        m_enabled = enabled;
+    }
+    void add(qint32 processIdentifier, const AccessibilityElementRef& application) {
+        std::lock_guard guard(m_lock);
+        m_applications.insert(processIdentifier, application);
+    }
 
-    bool isEnabled() override;
-    bool enable() override;
-    AccessibilityElementRef applicationElement(qint32 processIdentifier) override;
+    bool isEnabled() override {
+        std::lock_guard guard(m_lock);
+        return m_enabled;
+    }
+    bool enable() override {
+        std::lock_guard guard(m_lock);
+        return m_enabled = true;
+    }
+    AccessibilityElementRef applicationElement(qint32 processIdentifier) override {
+        std::lock_guard guard(m_lock);
+        return m_enabled ? m_applications.value(processIdentifier) : nullptr;
+    }
 
 private:
-    mutable std::mutex m_lock;
+    std::mutex m_lock;
     bool m_enabled = true;
-    bool m_refusesEnable = false;
     QHash<qint32, AccessibilityElementRef> m_applications;
-    int m_requests = 0;
 };

@@ -8,9 +8,7 @@ TRActivity FakeActivitySource::activityFor(qint32 pid, const QString& bundleIden
     application.localizedName = bundleIdentifier;
     TRActivity activity;
     activity.setApplication(application);
-    if (!windowTitle.isEmpty()) {
-        activity.setWindowTitle(windowTitle);
-    }
+    if (!windowTitle.isEmpty()) activity.setWindowTitle(windowTitle);
     return activity;
 }
 
@@ -20,8 +18,9 @@ void FakeActivitySource::setExtractedDetails(std::optional<TRActivityDetails> de
     m_extractedDetails = std::move(details);
 }
 
-void FakeActivitySource::leaveDetailsAlone() {
+void FakeActivitySource::reset() {
     std::lock_guard lock(m_mutex);
+    m_front.reset();
     m_hasExtractedDetails = false;
     m_extractedDetails.reset();
 }
@@ -39,19 +38,13 @@ void FakeActivitySource::openGate() {
     m_gateChanged.notify_all();
 }
 
-std::optional<TRActivity> FakeActivitySource::currentActivity() {
-    ++m_currentActivityCalls;
-    return m_front;
-}
-
 void FakeActivitySource::callInfoExtractorForActivity(TRActivity* activity,
                                                       bool scriptedExtractionDisabled) {
-    ++m_workerCalls;
-    if (!scriptedExtractionDisabled) ++m_extractorCalls;
+    ++m_inFlight;
     std::unique_lock lock(m_mutex);
     m_gateChanged.wait(lock, [this] { return m_gateOpen; });
     if (activity && m_hasExtractedDetails && !scriptedExtractionDisabled) {
         activity->setDetails(m_extractedDetails);
     }
-    ++m_extractorsFinished;
+    --m_inFlight;
 }

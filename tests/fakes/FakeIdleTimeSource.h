@@ -15,10 +15,8 @@ public:
 
     void touch() { m_lastInput = m_clock.now(); }
     void setLastInput(const QDateTime& when) { m_lastInput = when; }
-    int queries() const { return m_queries; }
 
     double secondsSinceLastInput() override {
-        ++m_queries;
         return static_cast<double>(m_lastInput.msecsTo(m_clock.now())) / 1000.0;
     }
     bool isAvailable() const override { return true; }
@@ -26,5 +24,4 @@ public:
 private:
     const SimulatedClock& m_clock;
     QDateTime m_lastInput;
-    int m_queries = 0;
 };

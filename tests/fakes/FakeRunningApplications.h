@@ -1,9 +1,8 @@
 #pragma once
 // FakeRunningApplications: a table of processes for unit tests.
 //
-// add() a RunningApplication, remove() it to play a process that has quit;
-// setFailing(true) makes every lookup answer nothing (an identity resolver
-// that cannot read /proc). Main thread, like the real one.
+// add() a RunningApplication; setFailing(true) makes every lookup answer
+// nothing (an identity resolver that cannot read /proc). Main thread, like the real one.
 
 #include <QHash>
 
@@ -14,7 +13,6 @@ public:
     void add(const RunningApplication& application) {
         m_applications.insert(application.processIdentifier, application);
     }
-    void remove(qint32 processIdentifier) { m_applications.remove(processIdentifier); }
     void setFailing(bool failing) { m_failing = failing; }
 
     std::optional<RunningApplication> runningApplication(qint32 processIdentifier) override {

@@ -1,10 +1,9 @@
 #pragma once
 // FakeWindowSystem: a scripted display for unit tests.
 //
-// Holds the front process, the active window and the window list a test
-// sets; setAvailable(false) plays a display that could not be reached (every
-// query then answers nothing). Counts the window-list queries. Main thread,
-// like the real one.
+// Holds the front process and the window list a test sets (no active
+// window); setAvailable(false) plays a display that could not be reached
+// (every query then answers nothing). Main thread, like the real one.
 
 #include <optional>
 #include <vector>
@@ -15,26 +14,19 @@ class FakeWindowSystem final : public WindowSystem {
 public:
     void setAvailable(bool available) { m_available = available; }
     void setFrontProcess(std::optional<qint32> processIdentifier) { m_front = processIdentifier; }
-    void setActiveWindow(std::optional<quint64> window) { m_activeWindow = window; }
     void setWindows(std::vector<WindowInfo> windows) { m_windows = std::move(windows); }
-    int windowListQueries() const { return m_windowListQueries; }
 
     bool isAvailable() const override { return m_available; }
     std::optional<qint32> frontProcessIdentifier() override {
         return m_available ? m_front : std::nullopt;
     }
-    std::optional<quint64> activeWindow() override {
-        return m_available ? m_activeWindow : std::nullopt;
-    }
+    std::optional<quint64> activeWindow() override { return std::nullopt; }
     std::vector<WindowInfo> windowList() override {
-        ++m_windowListQueries;
         return m_available ? m_windows : std::vector<WindowInfo>();
     }
 
 private:
     bool m_available = true;
     std::optional<qint32> m_front;
-    std::optional<quint64> m_activeWindow;
     std::vector<WindowInfo> m_windows;
-    int m_windowListQueries = 0;
 };

@@ -1,8 +1,7 @@
 #pragma once
 // SimulatedClock: a wall clock and a monotonic clock that move only when the
 // test says so. advance() moves both (time passing normally); suspend()
-// moves only the wall clock, as an unannounced sleep does; setWallClock()
-// moves the wall clock alone (someone set the time).
+// moves only the wall clock, as an unannounced sleep or a changed time does.
 
 #include <QDateTime>
 #include <cmath>

@@ -7,7 +7,6 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
-#include <QRegularExpression>
 #include <QFileInfo>
 #include <QStandardPaths>
 #include <QThread>
@@ -133,20 +132,24 @@ std::unique_ptr<DisposableDesktop> DisposableDesktop::start(QString* whyNot) {
     const QString missing = missingTool({QStringLiteral("Xvfb"), QStringLiteral("dbus-daemon"),
                                          QStringLiteral("openbox"), QStringLiteral("xdotool"),
                                          QStringLiteral("xprop")});
-    if (!missing.isEmpty()) {
-        *whyNot = missing + QStringLiteral(" is not installed");
-        return nullptr;
-    }
-    if (!QFile::exists(QStringLiteral("/usr/libexec/at-spi-bus-launcher"))) {
-        *whyNot = QStringLiteral("at-spi-bus-launcher is not installed");
+    if (!missing.isEmpty() || !QFile::exists(QStringLiteral("/usr/libexec/at-spi-bus-launcher"))) {
+        *whyNot = (missing.isEmpty() ? QStringLiteral("at-spi-bus-launcher") : missing) +
+                  QStringLiteral(" is not installed");
         return nullptr;
     }
     stopOrphansOfEndedRuns();
     std::unique_ptr<DisposableDesktop> desktop(new DisposableDesktop);
-    if (!desktop->prepareFolders(whyNot) || !desktop->startXvfb(whyNot) ||
-        !desktop->startSessionBus(whyNot) || !desktop->startAccessibilityBus(whyNot) ||
-        !desktop->startWindowManager(whyNot)) {
-        return nullptr;
+    const std::pair<bool (DisposableDesktop::*)(), const char*> steps[] = {
+        {&DisposableDesktop::prepareFolders, "cannot create a temporary folder"},
+        {&DisposableDesktop::startXvfb, "Xvfb did not start"},
+        {&DisposableDesktop::startSessionBus, "dbus-daemon did not start"},
+        {&DisposableDesktop::startAccessibilityBus, "the accessibility bus did not start"},
+        {&DisposableDesktop::startWindowManager, "openbox did not manage the display"}};
+    for (const auto& [step, failure] : steps) {
+        if (!(desktop.get()->*step)()) {
+            *whyNot = QLatin1String(failure);
+            return nullptr;
+        }
     }
     return desktop;
 }
@@ -156,11 +159,8 @@ DisposableDesktop::~DisposableDesktop() {
     for (int fd : m_openFds) close(fd);
 }
 
-bool DisposableDesktop::prepareFolders(QString* whyNot) {
-    if (!m_state.isValid()) {
-        *whyNot = QStringLiteral("cannot create a temporary folder");
-        return false;
-    }
+bool DisposableDesktop::prepareFolders() {
+    if (!m_state.isValid()) return false;
     const QString root = m_state.path();
     m_environment = QProcessEnvironment::systemEnvironment();
     for (const QString& name : kUnsetVariables) m_environment.remove(name);
@@ -182,25 +182,19 @@ bool DisposableDesktop::prepareFolders(QString* whyNot) {
     return true;
 }
 
-bool DisposableDesktop::startXvfb(QString* whyNot) {
+bool DisposableDesktop::startXvfb() {
     QByteArray number;
-    const qint64 pid = spawn(QStringLiteral("Xvfb"),
-                             {QStringLiteral("-screen"), QStringLiteral("0"),
-                              QStringLiteral("1280x1024x24"), QStringLiteral("-nolisten"),
-                              QStringLiteral("tcp"), QStringLiteral("-noreset"),
-                              QStringLiteral("-displayfd"), QStringLiteral("3")},
-                             3, &number, kStartTimeoutMs);
-    if (pid < 0 || number.isEmpty()) {
-        *whyNot = QStringLiteral("Xvfb did not start");
-        return false;
-    }
-    m_xServer = pid;
+    m_xServer = spawn(QStringLiteral("Xvfb"),
+                      {QStringLiteral("-screen"), QStringLiteral("0"), QStringLiteral("1280x1024x24"),
+                       QStringLiteral("-nolisten"), QStringLiteral("tcp"), QStringLiteral("-noreset"),
+                       QStringLiteral("-displayfd"), QStringLiteral("3")},
+                      3, &number, kStartTimeoutMs);
     m_display = QStringLiteral(":") + QString::fromLatin1(number);
     m_environment.insert(QStringLiteral("DISPLAY"), m_display);
-    return true;
+    return m_xServer > 0 && !number.isEmpty();
 }
 
-bool DisposableDesktop::startSessionBus(QString* whyNot) {
+bool DisposableDesktop::startSessionBus() {
     QByteArray address;
     const QString listen =
         QStringLiteral("--address=unix:dir=") + m_environment.value(QStringLiteral("XDG_RUNTIME_DIR"));
@@ -208,64 +202,57 @@ bool DisposableDesktop::startSessionBus(QString* whyNot) {
                              {QStringLiteral("--session"), QStringLiteral("--nofork"),
                               QStringLiteral("--nopidfile"), listen, QStringLiteral("--print-address=3")},
                              3, &address, kStartTimeoutMs);
-    if (pid < 0 || address.isEmpty()) {
-        *whyNot = QStringLiteral("dbus-daemon did not start");
-        return false;
-    }
-    m_busAddress = QString::fromUtf8(address);
-    m_environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), m_busAddress);
-    return true;
+    m_environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), QString::fromUtf8(address));
+    return pid > 0 && !address.isEmpty();
 }
 
 // Ready when org.a11y.Bus answers GetAddress on the private session bus.
-bool DisposableDesktop::startAccessibilityBus(QString* whyNot) {
+bool DisposableDesktop::startAccessibilityBus() {
     const qint64 pid = startProgram(QStringLiteral("/usr/libexec/at-spi-bus-launcher"),
                                     {QStringLiteral("--launch-immediately"), QStringLiteral("--a11y=1")});
     const QString connectionName = QStringLiteral("vorlix-harness-%1").arg(quintptr(this));
     bool ready = false;
     {
-        QDBusConnection bus = QDBusConnection::connectToBus(m_busAddress, connectionName);
+        QDBusConnection bus = QDBusConnection::connectToBus(
+            m_environment.value(QStringLiteral("DBUS_SESSION_BUS_ADDRESS")), connectionName);
+        const auto call = [&bus](const QString& interface, const QString& method,
+                                 const QVariantList& arguments) {
+            QDBusMessage message = QDBusMessage::createMethodCall(
+                QStringLiteral("org.a11y.Bus"), QStringLiteral("/org/a11y/bus"), interface, method);
+            message.setArguments(arguments);
+            return bus.call(message, QDBus::Block, 1000);
+        };
         ready = pid > 0 && waitUntil(
-                               [&bus] {
-                                   const QDBusMessage call = QDBusMessage::createMethodCall(
-                                       QStringLiteral("org.a11y.Bus"), QStringLiteral("/org/a11y/bus"),
-                                       QStringLiteral("org.a11y.Bus"), QStringLiteral("GetAddress"));
-                                   const QDBusMessage reply = bus.call(call, QDBus::Block, 1000);
+                               [&] {
+                                   const QDBusMessage reply = call(QStringLiteral("org.a11y.Bus"),
+                                                                   QStringLiteral("GetAddress"), {});
                                    return reply.type() == QDBusMessage::ReplyMessage &&
                                           !reply.arguments().value(0).toString().isEmpty();
                                },
                                kStartTimeoutMs, 50);
+        // --a11y=1 alone has been seen to read "off" once a program with a
+        // fresh home started; the switch itself is what the tests rely on.
         if (ready) {
-            // --a11y=1 alone has been seen to read "off" once a program with a
-            // fresh home started; the switch itself is what the tests rely on.
-            QDBusMessage set = QDBusMessage::createMethodCall(
-                QStringLiteral("org.a11y.Bus"), QStringLiteral("/org/a11y/bus"),
-                QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Set"));
-            set << QStringLiteral("org.a11y.Status") << QStringLiteral("IsEnabled")
-                << QVariant::fromValue(QDBusVariant(true));
-            bus.call(set, QDBus::Block, 1000);
+            call(QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Set"),
+                 {QStringLiteral("org.a11y.Status"), QStringLiteral("IsEnabled"),
+                  QVariant::fromValue(QDBusVariant(true))});
         }
     }
     QDBusConnection::disconnectFromBus(connectionName);
-    if (!ready) *whyNot = QStringLiteral("the accessibility bus did not start");
     return ready;
 }
 
-bool DisposableDesktop::startWindowManager(QString* whyNot) {
-    if (startProgram(QStringLiteral("openbox"), {QStringLiteral("--sm-disable")}) < 0) {
-        *whyNot = QStringLiteral("openbox did not start");
-        return false;
-    }
-    const bool ready = waitUntil(
-        [this] {
-            QByteArray out;
-            return run(QStringLiteral("xprop"),
-                       {QStringLiteral("-root"), QStringLiteral("_NET_SUPPORTING_WM_CHECK")}, &out) &&
-                   out.contains("window id");
-        },
-        kStartTimeoutMs, 20);
-    if (!ready) *whyNot = QStringLiteral("openbox did not manage the display");
-    return ready;
+bool DisposableDesktop::startWindowManager() {
+    return startProgram(QStringLiteral("openbox"), {QStringLiteral("--sm-disable")}) > 0 &&
+           waitUntil(
+               [this] {
+                   QByteArray out;
+                   return run(QStringLiteral("xprop"),
+                              {QStringLiteral("-root"), QStringLiteral("_NET_SUPPORTING_WM_CHECK")},
+                              &out) &&
+                          out.contains("window id");
+               },
+               kStartTimeoutMs, 20);
 }
 
 void DisposableDesktop::applyToThisProcess() const {
@@ -363,15 +350,15 @@ bool DisposableDesktop::run(const QString& program, const QStringList& arguments
     return process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
 }
 
-// The first visible window that `xdotool search` finds with `criteria`.
-std::optional<quint64> DisposableDesktop::waitForWindowMatching(const QStringList& criteria,
-                                                                int timeoutMs) const {
+std::optional<quint64> DisposableDesktop::waitForWindowOfProcess(qint64 processIdentifier,
+                                                                 int timeoutMs) const {
     std::optional<quint64> window;
     waitUntil(
         [&] {
             QByteArray out;
             run(QStringLiteral("xdotool"),
-                QStringList{QStringLiteral("search"), QStringLiteral("--onlyvisible")} + criteria,
+                {QStringLiteral("search"), QStringLiteral("--onlyvisible"), QStringLiteral("--pid"),
+                 QString::number(processIdentifier)},
                 &out);
             bool ok = false;
             const quint64 id = out.split('\n').value(0).trimmed().toULongLong(&ok);
@@ -380,17 +367,6 @@ std::optional<quint64> DisposableDesktop::waitForWindowMatching(const QStringLis
         },
         timeoutMs, 50);
     return window;
-}
-
-std::optional<quint64> DisposableDesktop::waitForWindowOfProcess(qint64 processIdentifier,
-                                                                 int timeoutMs) const {
-    return waitForWindowMatching({QStringLiteral("--pid"), QString::number(processIdentifier)},
-                                 timeoutMs);
-}
-
-std::optional<quint64> DisposableDesktop::waitForWindowNamed(const QString& text, int timeoutMs) const {
-    return waitForWindowMatching({QStringLiteral("--name"), QRegularExpression::escape(text)},
-                                 timeoutMs);
 }
 
 bool DisposableDesktop::activateWindow(quint64 window) const {

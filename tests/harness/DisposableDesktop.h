@@ -13,30 +13,8 @@
 // process is killed before it can clean up, the next desktop started on the
 // machine stops what that process left (its children carry the owner's pid).
 //
-// Usage (CTest runs each test in its own process, so one desktop per
-// process; see tests/platform/DesktopTestSupport.cpp for a complete one):
-//
-//   std::unique_ptr<DisposableDesktop> g_desktop;
-//   QString g_whyNot;
-//   int main(int argc, char** argv) {
-//       ::testing::InitGoogleTest(&argc, argv);
-//       if (!::testing::GTEST_FLAG(list_tests)) {      // not for test discovery
-//           g_desktop = DisposableDesktop::start(&g_whyNot);
-//           if (g_desktop) g_desktop->applyToThisProcess();  // before any X/D-Bus client
-//       }
-//       QCoreApplication application(argc, argv);
-//       const int status = RUN_ALL_TESTS();
-//       g_desktop.reset();                              // stops everything
-//       return status;
-//   }
-//   TEST(Something, Works) {
-//       if (!g_desktop) GTEST_SKIP() << qPrintable(g_whyNot);
-//       const qint64 pid = g_desktop->startXterm();
-//       const auto window = g_desktop->waitForWindowOfProcess(pid, 20000);
-//       ASSERT_TRUE(window && g_desktop->activateWindow(*window));
-//       ...
-//       g_desktop->stopProgram(pid);
-//   }
+// Tests use it through DesktopTest.h: one desktop per test process (CTest
+// runs each test in its own), started in main() before any X or D-Bus client.
 //
 // Browsers start with accessibility forced on (a loaded machine otherwise
 // answers their start-up question too late) and with a dead proxy, so only
@@ -70,7 +48,6 @@ public:
 
     QString stateDir() const { return m_state.path(); }
     QString display() const { return m_display; }
-    QString sessionBusAddress() const { return m_busAddress; }
     QProcessEnvironment environment() const { return m_environment; }
     qint64 xServerProcessIdentifier() const { return m_xServer; }
 
@@ -82,7 +59,9 @@ public:
     // Starts a program in a new session with the desktop's environment;
     // output goes to logs/<name>.log in the state folder. -1 on failure.
     qint64 startProgram(const QString& program, const QStringList& arguments);
-    qint64 startXterm(const QStringList& arguments = {});
+    // An xterm whose window is named `title` and that stays open.
+    qint64 startXterm(const QString& title, const QStringList& moreArguments = {});
+    static QStringList xtermArguments(const QString& title, const QStringList& moreArguments = {});
     qint64 startChromium(const QString& url);
     // Opens another tab in the running Chromium (same profile).
     bool openChromiumTab(const QString& url);
@@ -97,6 +76,9 @@ public:
     // address of the folder. Browser tests open testPage("two").
     QUrl testSite();
     QString testPage(const char* name);
+    // Writes `content` to a file under the state folder (folders made as
+    // needed); its absolute path, empty on failure.
+    QString writeFile(const QString& relativePath, const QByteArray& content) const;
     // Stops one started program with everything in its session.
     void stopProgram(qint64 processIdentifier);
 
@@ -105,8 +87,6 @@ public:
              int timeoutMs = 5000) const;
     // A visible top-level window whose _NET_WM_PID is the process.
     std::optional<quint64> waitForWindowOfProcess(qint64 processIdentifier, int timeoutMs) const;
-    // A visible window whose name contains `text`.
-    std::optional<quint64> waitForWindowNamed(const QString& text, int timeoutMs) const;
     bool activateWindow(quint64 window) const;
 
     static bool waitUntil(const std::function<bool()>& condition, int timeoutMs, int stepMs = 20);
@@ -114,15 +94,12 @@ public:
     static QString missingTool(const QStringList& tools);
 
 private:
-    std::optional<quint64> waitForWindowMatching(const QStringList& criteria, int timeoutMs) const;
-
-    QUrl m_testSite;
     DisposableDesktop();
-    bool prepareFolders(QString* whyNot);
-    bool startXvfb(QString* whyNot);
-    bool startSessionBus(QString* whyNot);
-    bool startAccessibilityBus(QString* whyNot);
-    bool startWindowManager(QString* whyNot);
+    bool prepareFolders();
+    bool startXvfb();
+    bool startSessionBus();
+    bool startAccessibilityBus();
+    bool startWindowManager();
     // Spawns with `fd` (1 or 3) of the child connected to a pipe whose
     // first line is returned in `firstLine`.
     qint64 spawn(const QString& program, const QStringList& arguments, int pipeFd,
@@ -133,7 +110,7 @@ private:
     QProcessEnvironment m_environment;
     QString m_display;
     qint64 m_xServer = -1;
-    QString m_busAddress;
+    QUrl m_testSite;
     std::set<qint64> m_sessions;      // = the pids we spawned, each a session leader
     QByteArray m_marker;              // "VORLIX_DISPOSABLE_DESKTOP=<state folder>"
     std::vector<int> m_openFds;       // pipe ends kept open so children never get SIGPIPE

@@ -3,6 +3,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 
 #include "DisposableDesktop.h"
 
@@ -12,8 +13,18 @@ constexpr int kStartTimeoutMs = 15000;
 
 }  // namespace
 
-qint64 DisposableDesktop::startXterm(const QStringList& arguments) {
-    return startProgram(QStringLiteral("xterm"), arguments);
+// xterm's toolkit waits for the window manager to confirm its size hints,
+// by default for up to 5 s, and openbox now and then never answers: a
+// tenth of a second is plenty on this desktop.
+QStringList DisposableDesktop::xtermArguments(const QString& title, const QStringList& moreArguments) {
+    return QStringList{QStringLiteral("-xrm"), QStringLiteral("*wmTimeout: 100"),
+                       QStringLiteral("-T"), title} +
+           moreArguments +
+           QStringList{QStringLiteral("-e"), QStringLiteral("sleep"), QStringLiteral("600")};
+}
+
+qint64 DisposableDesktop::startXterm(const QString& title, const QStringList& moreArguments) {
+    return startProgram(QStringLiteral("xterm"), xtermArguments(title, moreArguments));
 }
 
 // Flags that keep Chromium quiet and on this machine: a fresh profile, no
@@ -98,18 +109,21 @@ QUrl DisposableDesktop::startHttpServer(const QString& folder) {
     return QUrl(QStringLiteral("http://127.0.0.1:%1/").arg(port));
 }
 
+QString DisposableDesktop::writeFile(const QString& relativePath, const QByteArray& content) const {
+    const QString path = stateDir() + QLatin1Char('/') + relativePath;
+    QDir().mkpath(QFileInfo(path).path());
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size() ? path : QString();
+}
+
 QUrl DisposableDesktop::testSite() {
     if (!m_testSite.isEmpty()) return m_testSite;
-    const QString folder = stateDir() + QStringLiteral("/site");
-    QDir().mkpath(folder);
     for (const char* page : {"one", "two", "three", "four"}) {
-        QFile file(folder + QLatin1Char('/') + QLatin1String(page) + QStringLiteral(".html"));
-        if (file.open(QIODevice::WriteOnly)) {
-            file.write(QByteArray("<html><head><title>page ") + page + "</title></head><body><p>" +
-                       page + "</p></body></html>");
-        }
+        writeFile(QStringLiteral("site/%1.html").arg(QLatin1String(page)),
+                  QByteArray("<html><head><title>page ") + page + "</title></head><body><p>" + page +
+                      "</p></body></html>");
     }
-    m_testSite = startHttpServer(folder);
+    m_testSite = startHttpServer(stateDir() + QStringLiteral("/site"));
     return m_testSite;
 }
 

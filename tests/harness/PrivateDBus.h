@@ -1,14 +1,15 @@
 #pragma once
 // PrivateDBus: a throw-away D-Bus daemon (system or session type) in a
 // temporary folder, plus python3-dbusmock services on it, for integration
-// tests that must not touch the machine's real buses.
+// tests that must not touch the machine's real buses. Every process started
+// here is a child that stop() (or the destructor) terminates, killing it
+// after 2 s. start() and startMock() fail with a reason when dbus-daemon or
+// dbusmock is missing, so the test can skip.
 //
-// Every process started here is a child QProcess that stop() (or the
-// destructor) terminates and, after 2 s, kills. start() fails (returns
-// false with a reason) when dbus-daemon or dbusmock is missing, so the test
-// can skip.
+// LogindMock drives dbusmock's logind template on a bus of system type.
 
 #include <QDBusConnection>
+#include <QDBusMessage>
 #include <QProcess>
 #include <QString>
 #include <QStringList>
@@ -20,8 +21,8 @@ class PrivateDBus final {
 public:
     enum class Type { System, Session };
 
-    explicit PrivateDBus(Type type);
-    ~PrivateDBus();
+    explicit PrivateDBus(Type type) : m_type(type) {}
+    ~PrivateDBus() { stop(); }
     PrivateDBus(const PrivateDBus&) = delete;
     PrivateDBus& operator=(const PrivateDBus&) = delete;
 
@@ -34,22 +35,28 @@ public:
     QString address() const { return m_address; }
     // A connection of this process to the bus, opened on first use.
     QDBusConnection connection();
-
     // Calls a method and returns the reply (an error reply on failure).
     QDBusMessage call(const QString& service, const QString& path, const QString& interface,
                       const QString& method, const QVariantList& arguments = {});
 
 private:
-    bool waitForName(const QString& busName, int timeoutMs);
-    static void terminate(QProcess& process);
-
     Type m_type;
     QTemporaryDir m_dir;
     QString m_address;
     QString m_connectionName;
-    std::unique_ptr<QProcess> m_daemon;
-    std::vector<std::unique_ptr<QProcess>> m_mocks;
+    std::vector<std::unique_ptr<QProcess>> m_processes;  // the daemon first
 };
 
-// The python interpreter that has dbusmock (a python3 earlier on PATH may not).
-inline constexpr char kDBusMockPython[] = "/usr/bin/python3";
+namespace LogindMock {
+
+// Starts the mock and adds session `sessionId` (active) for uid 1000. With
+// answerGetSessionByPID, GetSessionByPID (which the template lacks) returns
+// that session for any pid.
+bool start(PrivateDBus& bus, const QString& sessionId, bool answerGetSessionByPID, QString* whyNot);
+// False when the mock refused the call.
+bool emitPrepareForSleep(PrivateDBus& bus, bool goingToSleep);
+bool setSessionActive(PrivateDBus& bus, const QString& sessionId, bool active);
+// Delay sleep inhibitors held by `who`; -1 when the mock did not answer.
+int sleepDelayInhibitors(PrivateDBus& bus, const QString& who);
+
+}  // namespace LogindMock

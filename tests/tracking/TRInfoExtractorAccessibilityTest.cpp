@@ -72,6 +72,11 @@ TEST_F(TRInfoExtractorAccessibilityTest, LetsTheMainWindowWinAndTheFocusedWindow
     notAnElement->set(QStringLiteral("AXFocusedWindow"),
                       AccessibilityElementRef(window("Focused")));
     auto same = window("Both", "file:///both.txt");
+    // A sheet stands for the window it is attached to.
+    auto document = window("Report.odt", "file:///home/u/Report.odt");
+    auto sheet = FakeAccessibilityElement::sheetOn(document);
+    auto orphan = FakeAccessibilityElement::sheetOn(nullptr);
+    orphan->remove(QStringLiteral("AXParent"));
 
     const TreeCase cases[] = {
         {"the main window's title and document",
@@ -94,59 +99,14 @@ TEST_F(TRInfoExtractorAccessibilityTest, LetsTheMainWindowWinAndTheFocusedWindow
          nullptr},
         {"an empty title from the main window stands", applicationWith(window(""), window("F")),
          nullptr, "", nullptr},
-    };
-    for (const TreeCase& c : cases) expectCompleted(c);
-}
-
-// Every question goes to the application itself (and to a stopped one costs
-// a timeout): the focused window is asked only for what is still missing.
-TEST_F(TRInfoExtractorAccessibilityTest, AsksTheFocusedWindowOnlyForWhatTheMainWindowLacks) {
-    struct AskCase {
-        const char* name;
-        Element main;
-        int wantFocusedWindowCopies;
-        int wantFocusedTitleCopies;
-        int wantFocusedDocumentCopies;
-    };
-    const AskCase cases[] = {
-        {"title and document from the main window", window("Main", "file:///m.txt"), 0, 0, 0},
-        {"an empty title and document still count", window("", ""), 0, 0, 0},
-        {"no document in the main window", window("Main"), 1, 0, 1},
-        {"no main window", nullptr, 1, 1, 1},
-    };
-    for (const AskCase& c : cases) {
-        SCOPED_TRACE(c.name);
-        const Element focused = window("Focused", "file:///f.txt");
-        const Element application = applicationWith(c.main, focused);
-        complete(application);
-        EXPECT_EQ(application->copyCount(QStringLiteral("AXFocusedWindow")),
-                  c.wantFocusedWindowCopies);
-        EXPECT_EQ(focused->copyCount(QStringLiteral("AXTitle")), c.wantFocusedTitleCopies);
-        EXPECT_EQ(focused->copyCount(QStringLiteral("AXDocument")), c.wantFocusedDocumentCopies);
-    }
-}
-
-TEST_F(TRInfoExtractorAccessibilityTest, StandsASheetForTheWindowItIsAttachedTo) {
-    auto document = window("Report.odt", "file:///home/u/Report.odt");
-    auto sheet = FakeAccessibilityElement::sheetOn(document);
-    auto sheetOnSheet = FakeAccessibilityElement::sheetOn(sheet);
-    auto orphan = FakeAccessibilityElement::sheetOn(nullptr);
-    orphan->remove(QStringLiteral("AXParent"));
-
-    const TreeCase cases[] = {
         {"a sheet on a document window", applicationWith(sheet, nullptr), nullptr, "Report.odt",
          "file:///home/u/Report.odt"},
-        {"a sheet on a sheet", applicationWith(sheetOnSheet, nullptr), nullptr, "Report.odt",
-         "file:///home/u/Report.odt"},
+        {"a sheet on a sheet", applicationWith(FakeAccessibilityElement::sheetOn(sheet), nullptr),
+         nullptr, "Report.odt", "file:///home/u/Report.odt"},
         {"a sheet without a window is skipped", applicationWith(orphan, window("Focused")), nullptr,
          "Focused", nullptr},
     };
     for (const TreeCase& c : cases) expectCompleted(c);
-    // The walk went through both sheets' parents and never read their titles.
-    EXPECT_GE(sheetOnSheet->copyCount(QStringLiteral("AXParent")), 1);
-    EXPECT_GE(sheet->copyCount(QStringLiteral("AXParent")), 2);
-    EXPECT_EQ(sheetOnSheet->copyCount(QStringLiteral("AXTitle")), 0);
-    EXPECT_EQ(sheet->copyCount(QStringLiteral("AXTitle")), 0);
 }
 
 TEST_F(TRInfoExtractorAccessibilityTest, GivesUpOnSheetsWhoseParentsLoop) {
@@ -179,22 +139,6 @@ TEST_F(TRInfoExtractorAccessibilityTest, OutranksTheWindowListOnlyWithATitleOrDo
         m_accessibility.add(kPid, nullptr);
         expectCompleted(c);
     }
-}
-
-TEST_F(TRInfoExtractorAccessibilityTest, LeavesTheWindowListAloneWhenAccessibilityIsOff) {
-    m_accessibility.setEnabled(false);
-    const TRActivity activity =
-        complete(applicationWith(window("Tree", "file:///t.txt"), nullptr), "List");
-    EXPECT_EQ(activity.windowTitle(), QStringLiteral("List"));
-    EXPECT_TRUE(activity.documentPath().isNull());
-    EXPECT_EQ(m_accessibility.applicationElementRequests(), 0);
-
-    useContext(TRExtractionContext());
-    TRActivity noProvider =
-        makeActivity(makeApplication(kPid, QStringLiteral("org.example.Editor")));
-    noProvider.setWindowTitle(QStringLiteral("List"));
-    extractor().completeActivityFromAccessibility(noProvider);
-    EXPECT_EQ(noProvider.windowTitle(), QStringLiteral("List"));
 }
 
 TEST_F(TRInfoExtractorAccessibilityTest, KeepsTheLastAnswerWhileABusyApplicationShowsTheSameWindow) {
@@ -231,13 +175,6 @@ TEST_F(TRInfoExtractorAccessibilityTest, KeepsTheLastAnswerWhileABusyApplication
         EXPECT_EQ(busy.documentPath().isNull(), c.wantDocument == nullptr);
         EXPECT_EQ(busy.windowTitle(), q(c.wantTitle));
     }
-}
-
-TEST_F(TRInfoExtractorAccessibilityTest, AsksNothingForAnActivityWithoutApplication) {
-    TRActivity activity;
-    extractor().completeActivityFromAccessibility(activity);
-    EXPECT_EQ(m_accessibility.applicationElementRequests(), 0);
-    EXPECT_TRUE(activity.windowTitle().isNull());
 }
 
 }  // namespace

@@ -22,7 +22,7 @@ TEST_F(TrackingTest, StopStoresIntervalOnlyFromOneSecond) {
         logger->endTracking();
         ASSERT_EQ(recorder.stored().size(), c.stored ? 1u : 0u);
         if (c.stored) {
-            expectInterval(recorder.stored()[0], 101, start, clock.now());
+            expectInterval(0, 101, start, clock.now());
         }
         EXPECT_EQ(recorder.saves(), 1) << "stopping always saves";
         EXPECT_FALSE(logger->isTracking());
@@ -40,24 +40,6 @@ TEST_F(TrackingTest, StopWhileIdleStoresNothingMore) {
     EXPECT_EQ(recorder.stored().size(), 1u);
 }
 
-TEST_F(TrackingTest, TickIsSkippedWhileOneIsInFlight) {
-    startOn(appA());
-    source.closeGate();
-    clock.advance(1.0);
-    logger->trackingHandler();
-    ASSERT_TRUE(logger->isTickInFlight());
-    const int asked = source.currentActivityCalls();
-    for (int i = 0; i < 3; ++i) {
-        logger->trackingHandler();
-    }
-    EXPECT_EQ(source.currentActivityCalls(), asked) << "skipped ticks do not look at the desktop";
-    source.openGate();
-    waitForDecision();
-    tick();
-    EXPECT_EQ(source.currentActivityCalls(), asked + 1);
-    EXPECT_EQ(source.extractorCalls(), 3) << "one per tick that ran, never two at once";
-}
-
 TEST_F(TrackingTest, StopWithTickInFlightStoresNothingForRunningInterval) {
     startOn(appA());
     activeSeconds(10);
@@ -72,8 +54,7 @@ TEST_F(TrackingTest, StopWithTickInFlightStoresNothingForRunningInterval) {
         source.openGate();
     });
     logger->endTracking();
-    EXPECT_EQ(source.extractorsFinished(), source.extractorCalls())
-        << "stopping waited for the extractor in flight";
+    EXPECT_FALSE(source.extractorInFlight()) << "stopping waited for the extractor in flight";
     opener.join();
     EXPECT_TRUE(recorder.stored().empty());
     EXPECT_EQ(recorder.saves(), 1);
@@ -90,7 +71,7 @@ TEST_F(TrackingTest, StopWithTickInFlightStoresNothingForRunningInterval) {
     clock.advance(5.0);
     logger->endTracking();
     ASSERT_EQ(recorder.stored().size(), 1u);
-    expectInterval(recorder.stored()[0], 101, lateStart, clock.now());
+    expectInterval(0, 101, lateStart, clock.now());
 }
 
 TEST_F(TrackingTest, PrivateModeStoresRunningIntervalAndStaysOff) {
@@ -99,7 +80,7 @@ TEST_F(TrackingTest, PrivateModeStoresRunningIntervalAndStaysOff) {
     activeSeconds(5);
     logger->setShouldTrack(false);
     ASSERT_EQ(recorder.stored().size(), 1u);
-    expectInterval(recorder.stored()[0], 101, start, clock.now());
+    expectInterval(0, 101, start, clock.now());
     EXPECT_FALSE(logger->isTracking());
 
     const struct {
@@ -138,12 +119,11 @@ TEST_F(TrackingTest, SleepStoresAndSavesBeforeLettingMachineSleep) {
     activeSeconds(30);
     ASSERT_EQ(events.observer(), logger.get());
 
-    const bool released = events.willSleep([this] { recorder.note(QStringLiteral("release")); });
-    EXPECT_TRUE(released);
-    EXPECT_EQ(recorder.journal(), QStringList({QStringLiteral("store"), QStringLiteral("save"),
-                                               QStringLiteral("release")}));
+    int savesAtRelease = -1;
+    EXPECT_TRUE(events.willSleep([&] { savesAtRelease = recorder.saves(); }));
+    EXPECT_EQ(savesAtRelease, 1) << "stored and saved before the machine may sleep";
     ASSERT_EQ(recorder.stored().size(), 1u);
-    expectInterval(recorder.stored()[0], 101, start, clock.now());
+    expectInterval(0, 101, start, clock.now());
     EXPECT_FALSE(logger->isTracking());
 
     clock.suspend(3600.0);
@@ -166,7 +146,7 @@ TEST_F(TrackingTest, SessionSwitchStopsAndRestartsTracking) {
         EXPECT_FALSE(logger->isTracking());
     }
     ASSERT_EQ(recorder.stored().size(), 1u);
-    expectInterval(recorder.stored()[0], 101, start, clock.now());
+    expectInterval(0, 101, start, clock.now());
     clock.advance(600.0);
     events.sessionActive(true);
     EXPECT_TRUE(logger->isTracking());
@@ -205,7 +185,7 @@ TEST_F(TrackingTest, ClockJumpEndsIntervalAtLastTick) {
             continue;
         }
         ASSERT_EQ(recorder.stored().size(), 1u);
-        expectInterval(recorder.stored()[0], 101, start, lastTick);
+        expectInterval(0, 101, start, lastTick);
         EXPECT_EQ(logger->userWasIdle(), !c.inputAfter);
         if (c.inputAfter) {
             EXPECT_EQ(logger->previousActivityStartDate(), clock.now());
@@ -232,13 +212,5 @@ TEST_F(TrackingTest, ReturnAfterClockJumpIsNotBackdatedIntoTheGap) {
     activeSeconds(10);
     logger->endTracking();
     ASSERT_EQ(recorder.stored().size(), 2u);
-    expectInterval(recorder.stored()[1], 101, firstTickAfter, clock.now());
-}
-
-TEST_F(TrackingTest, PeriodicFlushSavesWithoutStopping) {
-    startOn(appA());
-    logger->flushChanges();
-    EXPECT_EQ(recorder.saves(), 1);
-    EXPECT_TRUE(recorder.stored().empty());
-    EXPECT_TRUE(logger->isTracking());
+    expectInterval(1, 101, firstTickAfter, clock.now());
 }

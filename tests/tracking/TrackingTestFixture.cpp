@@ -3,12 +3,11 @@
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QFile>
+#include <QSettings>
 #include <chrono>
 #include <thread>
 
 void TrackingTest::SetUp() {
-    ASSERT_TRUE(settingsDir.isValid());
-    const QString path = settingsDir.filePath(QStringLiteral("VorlixHelper.conf"));
     TRInfoLoggerDependencies dependencies;
     dependencies.activitySource = &source;
     dependencies.recorder = &recorder;
@@ -16,7 +15,7 @@ void TrackingTest::SetUp() {
     dependencies.clock = &clock;
     dependencies.statusMenu = &menu;
     dependencies.powerAndSessionEvents = &events;
-    settings = std::make_unique<TRSettings>(path);
+    settings = std::make_unique<TRSettings>(settingsDir.filePath(QStringLiteral("VorlixHelper.conf")));
     dependencies.settings = settings.get();
     dependencies.runTimers = false;
     logger = std::make_unique<TRInfoLogger>(std::move(dependencies));
@@ -32,18 +31,16 @@ void TrackingTest::restart() {
     QFile::remove(settingsDir.filePath(QStringLiteral("VorlixHelper.conf")));
     recorder = FakeActivityRecorder();
     menu = FakeStatusMenu();
-    source.setFront(std::nullopt);
-    source.leaveDetailsAlone();
+    source.reset();
     SetUp();
 }
 
 void TrackingTest::setSetting(const QString& key, const QVariant& value) {
-    QSettings file(settingsDir.filePath(QStringLiteral("VorlixHelper.conf")),
-                   QSettings::IniFormat);
+    QSettings file(settingsDir.filePath(QStringLiteral("VorlixHelper.conf")), QSettings::IniFormat);
     file.setValue(key, value);
     file.sync();
     // Two writes within the file's time stamp resolution look unchanged.
-    this->settings->reload();
+    settings->reload();
 }
 
 void TrackingTest::tick() {
@@ -55,9 +52,7 @@ void TrackingTest::waitForDecision() {
     QDeadlineTimer deadline(10000);
     while (logger->isTickInFlight() && !deadline.hasExpired()) {
         QCoreApplication::processEvents(QEventLoop::AllEvents);
-        if (logger->isTickInFlight()) {
-            std::this_thread::sleep_for(std::chrono::microseconds(50));
-        }
+        if (logger->isTickInFlight()) std::this_thread::sleep_for(std::chrono::microseconds(50));
     }
     ASSERT_FALSE(logger->isTickInFlight()) << "the tick's decision never ran";
 }
@@ -70,21 +65,17 @@ void TrackingTest::activeSeconds(int count) {
     }
 }
 
-void TrackingTest::idleSeconds(int count) {
-    for (int i = 0; i < count; ++i) {
-        second();
-    }
-}
-
 void TrackingTest::startOn(const TRActivity& activity) {
     source.setFront(activity);
     logger->setShouldTrack(true);
     activeSeconds(1);
 }
 
-void expectInterval(const StoredInterval& interval, qint32 pid, const QDateTime& start,
-                    const QDateTime& stop) {
+void TrackingTest::expectInterval(size_t index, qint32 pid, const QDateTime& start,
+                                  const QDateTime& stop) {
+    ASSERT_GT(recorder.stored().size(), index);
+    const StoredInterval& interval = recorder.stored()[index];
     EXPECT_EQ(interval.activity.processIdentifier(), pid);
-    EXPECT_EQ(interval.start, start) << interval.start.toString(Qt::ISODateWithMs).toStdString();
-    EXPECT_EQ(interval.stop, stop) << interval.stop.toString(Qt::ISODateWithMs).toStdString();
+    EXPECT_EQ(interval.start, start);
+    EXPECT_EQ(interval.stop, stop);
 }

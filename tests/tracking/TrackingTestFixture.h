@@ -5,12 +5,10 @@
 
 #include <gtest/gtest.h>
 
-#include <QSettings>
-
-#include "core/TRSettings.h"
 #include <QTemporaryDir>
 #include <memory>
 
+#include "core/TRSettings.h"
 #include "fakes/FakeActivityRecorder.h"
 #include "fakes/FakeActivitySource.h"
 #include "fakes/FakeIdleTimeSource.h"
@@ -38,19 +36,17 @@ protected:
     }
     // Seconds of user input: each second the user touches a key, then ticks.
     void activeSeconds(int count);
-    void idleSeconds(int count);
+    void idleSeconds(int count) {
+        for (int i = 0; i < count; ++i) second();
+    }
     // Starts tracking on `activity` with input now, and runs the first tick.
     void startOn(const TRActivity& activity);
+    // Checks one stored interval by process, start and stop.
+    void expectInterval(size_t index, qint32 pid, const QDateTime& start, const QDateTime& stop);
 
-    static TRActivity appA() {
-        return FakeActivitySource::activityFor(101, QStringLiteral("xterm"));
-    }
-    static TRActivity appB() {
-        return FakeActivitySource::activityFor(202, QStringLiteral("chromium"));
-    }
-    static TRActivity appC() {
-        return FakeActivitySource::activityFor(303, QStringLiteral("mousepad"));
-    }
+    static TRActivity appA() { return FakeActivitySource::activityFor(101, QStringLiteral("xterm")); }
+    static TRActivity appB() { return FakeActivitySource::activityFor(202, QStringLiteral("chromium")); }
+    static TRActivity appC() { return FakeActivitySource::activityFor(303, QStringLiteral("mousepad")); }
 
     QTemporaryDir settingsDir;
     std::unique_ptr<TRSettings> settings;
@@ -62,7 +58,3 @@ protected:
     FakePowerAndSessionEvents events;
     std::unique_ptr<TRInfoLogger> logger;
 };
-
-// Checks one stored interval by process, start and stop.
-void expectInterval(const StoredInterval& interval, qint32 pid, const QDateTime& start,
-                    const QDateTime& stop);

@@ -1,0 +1,245 @@
+// The Linux idle time and logind sources, real or on mocked services of a
+// private bus, driving the tracking loop.
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QThread>
+#include <functional>
+
+#include "fakes/FakeActivityRecorder.h"
+#include "fakes/FakeActivitySource.h"
+#include "fakes/FakeIdleTimeSource.h"
+#include "fakes/QtTestPrinters.h"
+#include "harness/DesktopTest.h"
+#include "harness/PrivateDBus.h"
+#include "platform/linux/LinuxIdleTimeSource.h"
+#include "platform/linux/LogindPowerAndSessionEvents.h"
+#include "tracking/TRClock.h"
+#include "tracking/TRInfoLogger.h"
+
+namespace {
+
+const QByteArray kNoDisplay = QByteArrayLiteral(":4093");
+
+bool waitUntil(const std::function<bool()>& condition, int timeoutMs = 5000) {
+    QDeadlineTimer deadline(timeoutMs);
+    while (!condition()) {
+        if (deadline.hasExpired()) return false;
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        QThread::msleep(5);
+    }
+    return true;
+}
+
+std::unique_ptr<TRInfoLogger> loggerOn(TRActivitySource& source, TRActivityRecorder& recorder,
+                                       IdleTimeSource& idle, TRClock& clock, TRSettings& settings,
+                                       PowerAndSessionEvents* events = nullptr) {
+    TRInfoLoggerDependencies dependencies;
+    dependencies.activitySource = &source;
+    dependencies.recorder = &recorder;
+    dependencies.idleTimeSource = &idle;
+    dependencies.clock = &clock;
+    dependencies.powerAndSessionEvents = events;
+    dependencies.settings = &settings;
+    dependencies.runTimers = false;
+    return std::make_unique<TRInfoLogger>(std::move(dependencies));
+}
+
+void tickAndWait(TRInfoLogger& logger) {
+    logger.trackingHandler();
+    ASSERT_TRUE(waitUntil([&] { return !logger.isTickInFlight(); }));
+}
+
+}  // namespace
+
+// The loop on the desktop's X idle counter and the real clock: a short idle
+// threshold, one key press, then nothing. The interval must end at the key
+// press, not when the loop noticed.
+TEST(IdleOnXTest, IntervalEndsAtLastKeyPress) {
+    REQUIRE_DESKTOP();
+    TRSettings settings{QString()};
+    settings.setValue(TRSettingKey::idleTimeThresholdForSuspendingTracking, 1.0);
+    LinuxIdleTimeSource idle(g_desktop->display().toUtf8());
+    ASSERT_EQ(idle.method(), LinuxIdleTimeSource::Method::X11ScreenSaver);
+    TRSystemClock clock;
+    FakeActivitySource source;
+    FakeActivityRecorder recorder;
+    source.setFront(FakeActivitySource::activityFor(101, QStringLiteral("xterm")));
+    const auto logger = loggerOn(source, recorder, idle, clock, settings);
+    const auto press = [&] {
+        EXPECT_TRUE(g_desktop->run(QStringLiteral("xdotool"),
+                                   {QStringLiteral("key"), QStringLiteral("shift")}));
+        return clock.now();
+    };
+    press();
+    logger->setShouldTrack(true);
+    tickAndWait(*logger);
+    ASSERT_FALSE(logger->userWasIdle());
+    const QDateTime start = logger->previousActivityStartDate();
+    QThread::msleep(300);
+    const QDateTime lastPress = press();
+
+    QDeadlineTimer deadline(5000);
+    while (!logger->userWasIdle() && !deadline.hasExpired()) {
+        QThread::msleep(200);
+        tickAndWait(*logger);
+    }
+    ASSERT_TRUE(logger->userWasIdle());
+    ASSERT_EQ(recorder.stored().size(), 1u);
+    EXPECT_EQ(recorder.stored()[0].start, start);
+    EXPECT_LE(std::abs(recorder.stored()[0].stop.msecsTo(lastPress)), 300)
+        << "stored up to " << qPrintable(recorder.stored()[0].stop.toString(Qt::ISODateWithMs))
+        << ", last key press " << qPrintable(lastPress.toString(Qt::ISODateWithMs));
+    press();
+    tickAndWait(*logger);
+    EXPECT_FALSE(logger->userWasIdle()) << "a key press brings the user back";
+}
+
+// Without the X extension: a desktop's idle service on the session bus,
+// and never idle when there is none.
+TEST(LinuxIdleTimeSourceTest, FallsBackToSessionBusServicesWithoutX) {
+    const struct {
+        const char* service;
+        const char* path;
+        const char* method;
+        const char* type;
+        LinuxIdleTimeSource::Method expected;
+        std::vector<std::pair<int, double>> readings;  // in the service's unit, then seconds
+    } cases[] = {
+        {"org.gnome.Mutter.IdleMonitor", "/org/gnome/Mutter/IdleMonitor/Core", "GetIdletime", "t",
+         LinuxIdleTimeSource::Method::MutterIdleMonitor, {{0, 0.0}, {1500, 1.5}, {151000, 151.0}}},
+        {"org.freedesktop.ScreenSaver", "/org/freedesktop/ScreenSaver", "GetSessionIdleTime", "u",
+         LinuxIdleTimeSource::Method::FreedesktopScreenSaver, {{0, 0.0}, {2, 2.0}, {151, 151.0}}},
+        {nullptr, nullptr, nullptr, nullptr, LinuxIdleTimeSource::Method::None, {{0, 0.0}}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.service ? c.service : "nothing");
+        PrivateDBus bus(PrivateDBus::Type::Session);
+        QString whyNot;
+        QTemporaryDir folder;
+        const QString reading = folder.filePath(QStringLiteral("idle"));
+        const QString service = QLatin1String(c.service), path = QLatin1String(c.path);
+        if (!bus.start(&whyNot) ||
+            (c.service && !bus.startMock(service, {service, path, service}, &whyNot))) {
+            GTEST_SKIP() << qPrintable(whyNot);
+        }
+        if (c.service) {
+            // The mock answers what the test last wrote to a file.
+            const QDBusMessage added = bus.call(
+                service, path, QStringLiteral("org.freedesktop.DBus.Mock"), QStringLiteral("AddMethod"),
+                {service, QLatin1String(c.method), QString(), QLatin1String(c.type),
+                 QStringLiteral("ret = int(open('%1').read())").arg(reading)});
+            ASSERT_EQ(added.type(), QDBusMessage::ReplyMessage) << qPrintable(added.errorMessage());
+        }
+        const auto write = [&](int stored) {
+            QFile file(reading);
+            return file.open(QIODevice::WriteOnly) && file.write(QByteArray::number(stored)) > 0;
+        };
+        ASSERT_TRUE(write(0));
+        LinuxIdleTimeSource source(kNoDisplay, bus.connection());
+        ASSERT_EQ(source.method(), c.expected);
+        EXPECT_EQ(source.isAvailable(), c.service != nullptr);
+        for (const auto& [stored, seconds] : c.readings) {
+            SCOPED_TRACE(stored);
+            ASSERT_TRUE(write(stored));
+            EXPECT_DOUBLE_EQ(source.secondsSinceLastInput(), seconds);
+        }
+        // The service goes away: the user counts as active rather than idle.
+        bus.stop();
+        EXPECT_EQ(source.secondsSinceLastInput(), 0.0);
+    }
+}
+
+namespace {
+
+// Sleep and session switches from a mocked logind on a private system bus,
+// through the real Linux source into the tracking loop.
+class LogindTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        QString whyNot;
+        if (!bus.start(&whyNot) || !LogindMock::start(bus, QStringLiteral("c1"), true, &whyNot))
+            GTEST_SKIP() << qPrintable(whyNot);
+    }
+    void startTracking() {
+        events = std::make_unique<LogindPowerAndSessionEvents>(bus.connection());
+        ASSERT_TRUE(events->start());
+        ASSERT_EQ(events->sessionPath(), QStringLiteral("/org/freedesktop/login1/session/c1"));
+        logger = loggerOn(source, recorder, idle, clock, settings, events.get());
+        source.setFront(FakeActivitySource::activityFor(101, QStringLiteral("xterm")));
+        logger->setShouldTrack(true);
+        for (int i = 0; i < 30; ++i) {
+            clock.advance(1.0);
+            idle.touch();
+            tickAndWait(*logger);
+        }
+    }
+    int inhibitors() { return LogindMock::sleepDelayInhibitors(bus, QStringLiteral("VorlixHelper")); }
+
+    PrivateDBus bus{PrivateDBus::Type::System};
+    TRSettings settings{QString()};
+    SimulatedClock clock;
+    FakeIdleTimeSource idle{clock};
+    FakeActivitySource source;
+    FakeActivityRecorder recorder;
+    std::vector<int> heldAtSave;  // the inhibitors at each save
+    std::unique_ptr<LogindPowerAndSessionEvents> events;
+    std::unique_ptr<TRInfoLogger> logger;
+};
+
+}  // namespace
+
+TEST_F(LogindTest, SleepStoresAndSavesBeforeInhibitorIsReleased) {
+    startTracking();
+    const QDateTime start = clock.at(-29);
+    EXPECT_EQ(inhibitors(), 1);
+    // The save must come before the machine may sleep.
+    recorder.onSave = [this] { heldAtSave.push_back(inhibitors()); };
+    ASSERT_TRUE(LogindMock::emitPrepareForSleep(bus, true));
+    ASSERT_TRUE(waitUntil([this] { return recorder.saves() > 0; }));
+    ASSERT_EQ(recorder.stored().size(), 1u);
+    EXPECT_EQ(recorder.stored()[0].start, start);
+    EXPECT_EQ(recorder.stored()[0].stop, clock.now());
+    EXPECT_EQ(heldAtSave, std::vector<int>{1});
+    EXPECT_TRUE(waitUntil([this] { return inhibitors() == 0; })) << "released after the save";
+    EXPECT_FALSE(logger->isTracking());
+}
+
+TEST_F(LogindTest, SessionSwitchStopsAndRestartsTracking) {
+    startTracking();
+    const QDateTime start = clock.at(-29);
+    ASSERT_TRUE(LogindMock::setSessionActive(bus, QStringLiteral("c1"), false));
+    ASSERT_TRUE(waitUntil([this] { return !logger->isTracking(); }));
+    ASSERT_EQ(recorder.stored().size(), 1u);
+    EXPECT_EQ(recorder.stored()[0].start, start);
+    EXPECT_EQ(recorder.saves(), 1);
+
+    clock.advance(300.0);
+    ASSERT_TRUE(LogindMock::setSessionActive(bus, QStringLiteral("c1"), true));
+    ASSERT_TRUE(waitUntil([this] { return logger->isTracking(); }));
+    clock.advance(1.0);
+    idle.touch();
+    tickAndWait(*logger);
+    EXPECT_EQ(logger->previousActivityStartDate(), clock.now());
+    EXPECT_EQ(recorder.stored().size(), 1u) << "nothing credited while switched out";
+}
+
+// A process outside any session's cgroup, where GetSessionByPID cannot
+// answer: $XDG_SESSION_ID, else no session, and sleep handling either way.
+TEST(LogindSessionLookupTest, FallsBackToSessionIdFromEnvironment) {
+    PrivateDBus bus(PrivateDBus::Type::System);
+    QString whyNot;
+    if (!bus.start(&whyNot) || !LogindMock::start(bus, QStringLiteral("c7"), false, &whyNot))
+        GTEST_SKIP() << qPrintable(whyNot);
+    for (const char* sessionId : {"c7", static_cast<const char*>(nullptr)}) {
+        SCOPED_TRACE(sessionId ? sessionId : "unset");
+        sessionId ? qputenv("XDG_SESSION_ID", sessionId) : qunsetenv("XDG_SESSION_ID");
+        LogindPowerAndSessionEvents events(bus.connection());
+        EXPECT_TRUE(events.start());
+        EXPECT_EQ(events.sessionPath(),
+                  sessionId ? QStringLiteral("/org/freedesktop/login1/session/c7") : QString());
+        EXPECT_TRUE(events.holdsSleepInhibitor());
+    }
+}
