@@ -168,6 +168,12 @@ private:
     }
 
     int save() {
+        // A change of the Blacklist recomputes every total for this run's
+        // range; the main application must not read those as its own.
+        for (TRPSProject* project : TRPSProject::allProjects(*context())) {
+            if (project->isUpdated() || project->isInserted())
+                project->setTotalDurationWithFilterValue(-1);
+        }
         if (!store().save()) return fail(QStringLiteral("the changes could not be saved"));
         return 0;
     }

@@ -117,6 +117,13 @@ TEST_F(ProjectsCommandTest, BlacklistingWhileTheHelperRecordsKeepsThemOutFromThe
                                        QStringLiteral("org.example.Editor /home/u/notes 45"),
                                        QStringLiteral("org.example.Editor /home/u/secret/a.txt 60")}));
 
+    // Totals worked out for the command's own range are not left for others.
+    SqliteDatabase projectsFile;
+    projectsFile.open(dataFolder() + QStringLiteral("/ProjectStore.db"), SqliteDatabase::Mode::ReadOnly);
+    EXPECT_EQ(projectsFile.scalarInt(
+                  QStringLiteral("SELECT COUNT(*) FROM Project WHERE cachedTotalDurationWithFilter >= 0")),
+              0);
+
     // Taken off the list again: recorded again from the next recording on.
     ASSERT_EQ(projects({QStringLiteral("remove-app"), QStringLiteral("Blacklist"),
                         QStringLiteral("org.example.Chat")})
