@@ -14,6 +14,8 @@
 #include "platform/linux/LogindPowerAndSessionEvents.h"
 #include "store/activity/TRASApplication.h"
 #include "store/activity/TRActivityStore.h"
+#include "store/project/TRProjectStore.h"
+#include "app/ProjectsCommand.h"
 #include "tracking/TRActivityRecorder.h"
 #include "tracking/TRActivitySource.h"
 #include "tracking/TRApplicationInfoExtractor.h"
@@ -82,7 +84,14 @@ std::unique_ptr<TrackingWiring> wireTracking() {
     wiring->notificationCenter = std::make_shared<DBusNotificationCenter>();
     storeOptions.notificationCenter = wiring->notificationCenter;
     storeOptions.settings = wiring->settings;
+    // The project store's Blacklist decides what is never recorded; it
+    // opens at the first recording.
+    storeOptions.blacklist = std::make_shared<TRProjectStoreBlacklist>(
+        []() -> TRProjectStore& { return TRProjectStore::sharedInstance(); });
     TRActivityStore::configureSharedInstance(std::move(storeOptions));
+    TRProjectStore::Options projectOptions;
+    projectOptions.installedApplications = desktopInstalledApplications();
+    TRProjectStore::configureSharedInstance(std::move(projectOptions));
     wiring->recorder = std::make_unique<StoreActivityRecorder>();
     wiring->idleTimeSource = std::make_unique<LinuxIdleTimeSource>();
     wiring->powerAndSessionEvents = std::make_unique<LogindPowerAndSessionEvents>();

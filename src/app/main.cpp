@@ -25,8 +25,10 @@
 #include "core/TRPathMigrator.h"
 #include "app/InspectCommand.h"
 #include "app/PlatformObjects.h"
+#include "app/ProjectsCommand.h"
 #include "app/SingleInstance.h"
 #include "store/activity/TRActivityStore.h"
+#include "store/project/TRProjectStore.h"
 #include "tracking/TRInfoLogger.h"
 #include "app/TrackingWiring.h"
 #include "app/Translations.h"
@@ -52,6 +54,10 @@ void parseCommandLine(QCoreApplication& app) {
         QStringLiteral("inspect"),
         QStringLiteral("Print what would be recorded, once a second (--once: one look), and exit."),
         QStringLiteral("[inspect [--once]]"));
+    parser.addPositionalArgument(
+        QStringLiteral("projects"),
+        QStringLiteral("List, create and change projects and the blacklist (projects --help)."),
+        QStringLiteral("[projects ...]"));
     parser.process(app);
     if (!parser.positionalArguments().isEmpty()) {
         std::fprintf(stderr, "vorlix-helper: unknown command '%s'\nTry 'vorlix-helper --help'.\n",
@@ -65,6 +71,7 @@ void parseCommandLine(QCoreApplication& app) {
 void applicationShouldTerminate(TRHelperAppDelegate& delegate) {
     delegate.applicationShouldTerminate();
     TRActivityStore::sharedInstance().prepareForTermination();
+    TRProjectStore::sharedInstance().prepareForTermination();
     qCInfo(lcApp) << "terminating";
 }
 
@@ -105,11 +112,22 @@ int runInspect(int argc, char* argv[]) {
     return runInspectCommand(QCoreApplication::arguments().mid(2), platform.context());
 }
 
+int runProjects(int argc, char* argv[]) {
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("vorlix-helper"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(VORLIX_VERSION));
+    installTranslations(app);
+    // It opens the stores: an upgrading user's older folder comes first.
+    TRPathMigrator::migrateApplicationSupportPaths();
+    return runProjectsCommand(QCoreApplication::arguments().mid(2));
+}
+
 }  // namespace
 
 int main(int argc, char* argv[]) {
     TRExceptionHandler::install();
     if (argc > 1 && std::strcmp(argv[1], "inspect") == 0) return runInspect(argc, argv);
+    if (argc > 1 && std::strcmp(argv[1], "projects") == 0) return runProjects(argc, argv);
 
     const bool hasDisplay = chooseDisplay();
     QApplication app(argc, argv);

@@ -46,18 +46,19 @@ inline QDateTime utc(int y, int mo, int d, int h, int mi = 0, int s = 0) {
     return QDateTime(QDate(y, mo, d), QTime(h, mi, s), Qt::UTC);
 }
 
-inline RunningApplication testApplication() {
+inline RunningApplication testApplication(const QString& id = QStringLiteral("org.example.Editor")) {
     RunningApplication app;
     app.processIdentifier = 42;
-    app.bundleIdentifier = QStringLiteral("org.example.Editor");
+    app.bundleIdentifier = id;
     app.executablePath = QStringLiteral("/usr/bin/editor");
     app.localizedName = QStringLiteral("Editor");
     return app;
 }
 
-inline TRActivity activityWith(const std::function<void(TRActivity&)>& fill) {
+inline TRActivity activityWith(const std::function<void(TRActivity&)>& fill,
+                               const RunningApplication& app = testApplication()) {
     TRActivity activity;
-    activity.setApplication(testApplication());
+    activity.setApplication(app);
     fill(activity);
     return activity;
 }

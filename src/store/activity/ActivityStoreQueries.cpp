@@ -124,6 +124,7 @@ ActivityStoreQueries::allPathComponentsGroupedByPathParent() {
 }
 
 void ActivityStoreQueries::invalidateAllPathComponentsSortedByPathLevelCache() {
+    ++m_pathComponentGeneration;
     m_sortedCache.reset();
     m_byLevelCache.reset();
     m_byParentCache.reset();

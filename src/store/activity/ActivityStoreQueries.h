@@ -50,6 +50,8 @@ public:
     const std::vector<std::vector<TRASPathComponent*>>& allPathComponentsGroupedByPathLevel();
     const NodesByParent& allPathComponentsGroupedByPathParent();
     void invalidateAllPathComponentsSortedByPathLevelCache();
+    // Increases whenever the node caches are dropped.
+    quint64 pathComponentGeneration() const { return m_pathComponentGeneration; }
     // The context's hook: drops the caches if they were built.
     void objectsInsertedOrDeleted() {
         if (m_sortedCache) invalidateAllPathComponentsSortedByPathLevelCache();
@@ -73,6 +75,7 @@ private:
     QDateTime startDateOfHourlyEvent(bool oldest);
 
     ActivityStoreFile& m_file;
+    quint64 m_pathComponentGeneration = 1;
     std::optional<std::vector<TRASPathComponent*>> m_sortedCache;
     std::optional<std::vector<std::vector<TRASPathComponent*>>> m_byLevelCache;
     std::optional<NodesByParent> m_byParentCache;

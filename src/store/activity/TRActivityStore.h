@@ -112,6 +112,9 @@ public:
     void invalidateAllPathComponentsSortedByPathLevelCache() {
         m_queries.invalidateAllPathComponentsSortedByPathLevelCache();
     }
+    // Increases whenever the node caches are dropped: node pointers taken
+    // from them before may be gone (the project store's subtrees check it).
+    quint64 pathComponentGeneration() const { return m_queries.pathComponentGeneration(); }
     // Sets every node's totalDurationWithFilter; returns how many changed.
     int filterEventsBetweenDate(const TRASEventFilter& filter);
     double sumOfDurationsOfEventsBetweenDate(const TRASEventFilter& filter) {

@@ -171,6 +171,10 @@ qint64 SqliteDatabase::lastInsertRowId() const {
     return sqlite3_last_insert_rowid(m_db);
 }
 
+qint64 SqliteDatabase::totalChanges() const {
+    return m_db ? qint64(sqlite3_total_changes64(m_db)) : 0;
+}
+
 int SqliteDatabase::changes() const {
     return sqlite3_changes(m_db);
 }

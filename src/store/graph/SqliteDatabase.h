@@ -95,6 +95,10 @@ public:
 
     qint64 lastInsertRowId() const;
     int changes() const;
+    // Rows this connection has changed since it opened; with PRAGMA
+    // data_version (other connections' commits) it tells whether the file
+    // may differ from what was read before.
+    qint64 totalChanges() const;
     TRError lastError() const;
 
     void setBusyTimeout(int milliseconds);

@@ -17,6 +17,7 @@
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <vector>
 
 #include "store/graph/SqliteDatabase.h"
 #include "store/graph/TRToOne.h"
@@ -33,12 +34,28 @@ struct TRColumn final {
     void (*bind)(const TRManagedObject& object, SqliteStatement& statement, int parameter);
 };
 
+// A many-to-many relationship kept in a join table of two key columns: the
+// owner's (the entity whose description lists it) and the member's. The
+// owner marks a change of it with its dirtyBit (a bit no column uses); a save
+// then rewrites the owner's rows from memberKeys. Rows of a deleted owner or
+// member go with it.
+struct TRJoin final {
+    const char* table;         // "Project_applications"
+    const char* ownerColumn;   // "Project"
+    const char* memberColumn;  // "Application"
+    std::uint8_t memberEntity;
+    std::uint32_t dirtyBit;
+    // The members' keys, asked after the save has assigned every new key.
+    std::vector<qint64> (*memberKeys)(const TRManagedObject& owner);
+};
+
 struct TREntityDescription final {
     const char* table;  // also the entity name in object URIs
     std::span<const TRColumn> columns;
     int sinceVersion;
     // A new, empty object of the entity, owned by the caller until adopted.
     std::unique_ptr<TRManagedObject> (*create)(TRObjectContext* context);
+    std::span<const TRJoin> joins = {};
 };
 
 // How each field type travels through SQLite.

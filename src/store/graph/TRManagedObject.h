@@ -31,6 +31,8 @@ public:
     qint64 primaryKey() const { return m_primaryKey; }
     QString uriRepresentation() const;
 
+    // Increases with each insertion; 0 for an object read from the file.
+    qint64 temporaryId() const { return m_temporaryId; }
     bool isInserted() const { return m_inserted; }
     bool isUpdated() const { return m_updated; }
     bool isDeleted() const { return m_deleted; }

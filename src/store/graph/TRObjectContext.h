@@ -150,7 +150,14 @@ public:
 
 private:
     // Keys for SqliteDatabase::cachedByKey: the kind, the entity, a detail.
-    enum class StatementKind : quint64 { Select = 1, SelectById, Insert, Update, Delete };
+    enum class StatementKind : quint64 {
+        Select = 1,
+        SelectById,
+        Insert,
+        Update,
+        Delete,
+        JoinInsert,
+    };
     static quint64 statementKey(StatementKind kind, std::uint8_t entity, quint64 detail) {
         return (quint64(kind) << 56) | (quint64(entity) << 48) | detail;
     }
@@ -161,6 +168,8 @@ private:
     void readColumns(TRManagedObject* object, const SqliteStatement& row, bool keepDirty);
     std::optional<TRError> insertRow(TRManagedObject* object);
     std::optional<TRError> updateRow(TRManagedObject* object);
+    std::optional<TRError> writeJoins(TRManagedObject* object);
+    std::optional<TRError> deleteJoinRows(const char* table, const char* column, qint64 key);
     void runCleanupRules();
     std::optional<TRError> writeChanges();
     std::optional<TRError> assignPrimaryKeys();

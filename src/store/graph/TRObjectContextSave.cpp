@@ -118,6 +118,42 @@ std::optional<TRError> TRObjectContext::updateRow(TRManagedObject* object) {
     return stmt->run();
 }
 
+std::optional<TRError> TRObjectContext::deleteJoinRows(const char* table, const char* column,
+                                                       qint64 key) {
+    auto stmt =
+        m_db.cached(QStringLiteral("DELETE FROM %1 WHERE %2 = ?1")
+                        .arg(QLatin1String(table), QLatin1String(column)));
+    if (!stmt) return m_db.lastError();
+    stmt->bind(1, key);
+    return stmt->run();
+}
+
+// A changed relationship is written whole: the owner's rows go, then one row
+// per member. A new owner writes all of its relationships.
+std::optional<TRError> TRObjectContext::writeJoins(TRManagedObject* object) {
+    const TREntityDescription& description = *m_entities[object->m_entity];
+    for (size_t i = 0; i < description.joins.size(); ++i) {
+        const TRJoin& join = description.joins[i];
+        if (!object->m_inserted && !object->isDirty(join.dirtyBit)) continue;
+        if (auto error = deleteJoinRows(join.table, join.ownerColumn, object->m_primaryKey))
+            return error;
+        SqliteStatement* stmt =
+            m_db.cachedByKey(statementKey(StatementKind::JoinInsert, object->m_entity, i), [&] {
+                return QStringLiteral("INSERT INTO %1(%2, %3) VALUES(?1, ?2)")
+                    .arg(QLatin1String(join.table), QLatin1String(join.ownerColumn),
+                         QLatin1String(join.memberColumn));
+            });
+        if (!stmt) return m_db.lastError();
+        for (qint64 member : join.memberKeys(*object)) {
+            stmt->reset();
+            stmt->bind(1, object->m_primaryKey);
+            stmt->bind(2, member);
+            if (auto error = stmt->run()) return error;
+        }
+    }
+    return std::nullopt;
+}
+
 std::optional<TRError> TRObjectContext::writeChanges() {
     SqliteStatement* begin = m_db.cached("BEGIN IMMEDIATE");
     if (!begin) return m_db.lastError();
@@ -129,9 +165,23 @@ std::optional<TRError> TRObjectContext::writeChanges() {
     for (TRManagedObject* object : m_updated) {
         if (!error && object->m_dirty != 0) error = updateRow(object);
     }
+    for (const auto* set : {&m_inserted, &m_updated}) {
+        for (TRManagedObject* object : *set) {
+            if (!error) error = writeJoins(object);
+        }
+    }
     for (TRManagedObject* object : m_deleted) {
         if (error || object->m_primaryKey == 0) continue;
         const TREntityDescription& description = *m_entities[object->m_entity];
+        for (const TREntityDescription* entity : m_entities) {
+            for (const TRJoin& join : entity->joins) {
+                if (!error && entity == &description)
+                    error = deleteJoinRows(join.table, join.ownerColumn, object->m_primaryKey);
+                if (!error && join.memberEntity == object->m_entity)
+                    error = deleteJoinRows(join.table, join.memberColumn, object->m_primaryKey);
+            }
+        }
+        if (error) break;
         SqliteStatement* stmt =
             m_db.cachedByKey(statementKey(StatementKind::Delete, object->m_entity, 0), [&] {
                 return QStringLiteral("DELETE FROM %1 WHERE id = ?1")

@@ -1,0 +1,312 @@
+// The project store's own rules: look-ups, path prefixes, orphans, colours,
+// kinds of projects, the file's schema and the blacklist test.
+#include <QFile>
+
+#include "store/ProjectStoreTestSupport.h"
+#include "store/graph/SqliteDatabase.h"
+
+namespace {
+
+struct LookupCase {
+    const char* name;
+    // The stored application's id, executable name and title; "~" is none.
+    const char* storedId;
+    const char* storedExecutable;
+    const char* storedTitle;
+    const char* id;  // what is asked
+    const char* executable;
+    const char* title;
+    bool found;
+};
+
+QString arg(const char* text) {
+    return QString::fromUtf8(text) == QLatin1String("~") ? QString() : QString::fromUtf8(text);
+}
+
+TEST_F(ProjectStoreTest, ApplicationLookupUsesOnlyTheFirstCriterionThatApplies) {
+    const LookupCase cases[] = {
+        {"same id", "org.a", "a", "A", "org.a", "~", "~", true},
+        {"another id, same executable", "org.a", "a", "A", "org.b", "/usr/bin/a", "A", false},
+        {"empty id matches empty id, not executable", "", "a", "A", "", "/usr/bin/a", "~", true},
+        {"empty id never by executable", "org.a", "a", "A", "", "/usr/bin/a", "A", false},
+        {"no id: the executable's file name", "org.a", "a", "A", "~", "/opt/x/a", "~", true},
+        {"no id: executable before title", "org.a", "a", "A", "~", "/usr/bin/b", "A", false},
+        {"no id, no executable: the title", "org.a", "a", "A", "~", "~", "A", true},
+        {"nothing asked", "org.a", "a", "A", "", "", "", false},
+    };
+    for (const LookupCase& c : cases) {
+        SCOPED_TRACE(c.name);
+        m_projects.reset();
+        QDir(dataFolder()).removeRecursively();
+        auto* stored = TRPSApplication::applicationWithBundleIdentifier(
+            context(), arg(c.storedId), arg(c.storedExecutable), arg(c.storedTitle), true);
+        // Kept by a project, so the save keeps it; then read from the file.
+        project("P")->addApplications(projects(), {stored});
+        ASSERT_TRUE(projects().save());
+        projects().reset();
+        TRPSApplication* found = TRPSApplication::applicationWithBundleIdentifier(
+            context(), arg(c.id), arg(c.executable), arg(c.title), false);
+        EXPECT_EQ(found != nullptr, c.found);
+    }
+}
+
+TEST_F(ProjectStoreTest, NewApplicationKeepsTheExecutablesFileNameAndNothingForAllEmpty) {
+    auto* app = TRPSApplication::applicationWithBundleIdentifier(
+        context(), QString(), QStringLiteral("/usr/lib/firefox/firefox"), QStringLiteral("Firefox"),
+        true);
+    EXPECT_EQ(app->executableName(), QStringLiteral("firefox"));
+    EXPECT_EQ(TRPSApplication::applicationWithBundleIdentifier(context(), QString(), QString(),
+                                                               QString(), true),
+              nullptr);
+}
+
+struct PrefixCase {
+    const char* name;
+    QStringList existing;
+    QVariant added;
+    QStringList expected;  // sorted
+};
+
+TEST_F(ProjectStoreTest, AddingPathsKeepsOnlyTheOutermostPrefixes) {
+    const QString a = joined({"/a"}), ab = joined({"/a", "/b"}), ac = joined({"/a", "/c"}),
+                  c = joined({"/c"}), abx = joined({"/ab"});
+    const PrefixCase cases[] = {
+        {"inside a member: nothing", {a}, ab, {a}},
+        {"around members: they leave", {ab, ac, c}, a, {a, c}},
+        {"a sibling: both", {ab}, ac, {ab, ac}},
+        {"the same path: kept once", {a}, a, {a}},
+        {"components are joined", {c}, QStringList{QStringLiteral("/a"), QStringLiteral("/b")},
+         {ab, c}},
+        // The test without a delimiter after the new path is a plain prefix test.
+        {"a longer name also leaves", {abx}, a, {a}},
+        {"an empty string is skipped", {a}, QString(), {a}},
+        {"a number is skipped", {a}, 7, {a}},
+    };
+    for (const PrefixCase& pc : cases) {
+        SCOPED_TRACE(pc.name);
+        m_projects.reset();
+        QDir(dataFolder()).removeRecursively();
+        TRPSProject* p = project("P");
+        for (const QString& e : pc.existing) p->addPaths(projects(), {path(e)});
+        ASSERT_TRUE(projects().save());
+        p->addPathsIfNecessary(projects(), {pc.added});
+        ASSERT_TRUE(projects().save());
+        projects().reset();
+        QStringList stored;
+        for (TRPSPath* kept : TRPSProject::regularProjects(context()).front()->paths())
+            stored.append(kept->pathString());
+        stored.sort();
+        EXPECT_EQ(stored, pc.expected);
+        // Paths that left their only project are gone from the file.
+        EXPECT_EQ(rows("Path"), pc.expected.size());
+    }
+}
+
+TEST_F(ProjectStoreTest, AnElementLeavesTheFileWithItsLastProject) {
+    TRPSProject* x = project("X");
+    TRPSProject* y = project("Y");
+    TRPSApplication* shared = app("org.shared");
+    x->addApplications(projects(), {shared, app("org.only-x")});
+    y->addApplications(projects(), {shared});
+    ASSERT_TRUE(projects().save());
+    EXPECT_EQ(rows("Application"), 2);
+
+    x->removeApplications(projects(), {shared});
+    ASSERT_TRUE(projects().save());
+    EXPECT_EQ(rows("Application"), 2) << "still held by Y";
+
+    context().deleteObject(y);
+    ASSERT_TRUE(projects().save());
+    EXPECT_EQ(rows("Application"), 1);
+    EXPECT_EQ(rows("Project_applications"), 1);
+    projects().reset();
+    EXPECT_EQ(TRPSApplication::applicationWithBundleIdentifier(
+                  context(), QStringLiteral("org.shared"), QString(), QString(), false),
+              nullptr);
+}
+
+TEST_F(ProjectStoreTest, NewProjectsCycleThroughTheEightBaseColours) {
+    std::vector<std::optional<TRPSColor>> colours;
+    for (int i = 0; i < 17; ++i) colours.push_back(project("P")->color());
+    for (int i = 0; i + 8 < 17; ++i) EXPECT_EQ(colours[size_t(i)], colours[size_t(i + 8)]) << i;
+    EXPECT_NE(colours[0], colours[1]);
+    // Saved and read back in the same 16 bytes.
+    ASSERT_TRUE(projects().save());
+    projects().reset();
+    EXPECT_EQ(TRPSProject::regularProjects(context())[3]->color(), colours[3]);
+    EXPECT_EQ(TRPSColor::baseColorWithIndex(13), TRPSColor::lightPurpleColor());
+    EXPECT_EQ(TRPSColor::baseColorWithIndex(-1), TRPSColor::blackColor());
+}
+
+TEST_F(ProjectStoreTest, ProjectOfAnUnknownTypeIsNeitherRegularNorSpecial) {
+    project("Regular");
+    ASSERT_TRUE(projects().save());
+    {
+        SqliteDatabase db;
+        db.open(dataFolder() + QStringLiteral("/ProjectStore.db"));
+        db.exec(QStringLiteral("INSERT INTO Project(name, type) VALUES('Odd', 5)"));
+    }
+    projects().reset();
+    TRPSProject* odd = nullptr;
+    for (TRPSProject* p : TRPSProject::allProjects(context())) {
+        if (p->typeValue() == 5) odd = p;
+    }
+    ASSERT_NE(odd, nullptr);
+    EXPECT_FALSE(odd->isRegular());
+    EXPECT_FALSE(odd->isEditable());
+    EXPECT_EQ(odd->localizedName(), QStringLiteral("Odd"));
+    EXPECT_EQ(TRPSProject::regularProjects(context()).size(), 1u);
+    EXPECT_NE(TRPSProject::blacklistProject(context()), odd);
+    EXPECT_NE(TRPSProject::unassignedProject(context()), odd);
+    // The two singletons, made now, stand around the regular project.
+    const auto children = projects().childElements();
+    ASSERT_EQ(children.size(), 3u);
+    EXPECT_EQ(children.front()->typeValue(), TRPSProject::kUnassigned);
+    EXPECT_EQ(children.back()->typeValue(), TRPSProject::kBlacklist);
+}
+
+TEST_F(ProjectStoreTest, PathRenderings) {
+    TRPSPath* p = path(joined({"https://example.org", "/docs", "?q=1"}));
+    EXPECT_EQ(p->representedPath(), QStringLiteral("https://example.org/docs?q=1"));
+    EXPECT_EQ(p->representedPathForDisplay(),
+              QStringLiteral("https://example.org \u25B8 /docs \u25B8 ?q=1"));
+    EXPECT_FALSE(path(QStringLiteral("/one"))->pathString().contains(kPathComponentDelimiter));
+}
+
+TEST_F(ProjectStoreTest, FileOfAnotherSchemaVersionIsRefusedNotMigrated) {
+    QDir().mkpath(dataFolder());
+    {
+        SqliteDatabase db;
+        db.open(dataFolder() + QStringLiteral("/ProjectStore.db"));
+        db.exec(QStringLiteral("CREATE TABLE Project(id INTEGER PRIMARY KEY); PRAGMA user_version = 2;"));
+    }
+    EXPECT_EQ(projects().managedObjectContext(), nullptr);
+    EXPECT_EQ(m_aborts, 1);
+    ASSERT_EQ(m_reporter->presented.size(), 1u);
+    EXPECT_EQ(rows("Project"), 0) << "left as it was";
+}
+
+TEST_F(ProjectStoreTest, FolderThatCannotBeMadeLeavesTheStoreClosed) {
+    TRProjectStore::Options o = projectOptions();
+    o.dataFolder = m_dir.filePath(QStringLiteral("missing/parent/info.mallowby.Vorlix"));
+    TRProjectStore store(o);
+    EXPECT_EQ(store.managedObjectContext(), nullptr);
+    ASSERT_EQ(m_reporter->presented.size(), 1u);
+    EXPECT_EQ(m_reporter->presented[0].code, 9999);
+    EXPECT_TRUE(m_reporter->lines.value(1).startsWith(
+        QStringLiteral("Error creating application support directory at ")));
+    EXPECT_TRUE(store.childElements().empty());
+    EXPECT_FALSE(store.isBlacklisted(nullptr, QStringLiteral("/a")));
+}
+
+TEST_F(ProjectStoreTest, FailedSaveIsShownAndLoggedAndKeptForTheNext) {
+    ASSERT_NE(projects().managedObjectContext(), nullptr);
+    {
+        SqliteDatabase db;
+        db.open(dataFolder() + QStringLiteral("/ProjectStore.db"));
+        db.exec(QStringLiteral("ALTER TABLE Project RENAME TO Moved"));
+    }
+    project("Kept");
+    EXPECT_FALSE(projects().save());
+    ASSERT_EQ(m_reporter->presented.size(), 1u);
+    ASSERT_EQ(m_reporter->lines.size(), 1);
+    EXPECT_TRUE(m_reporter->lines[0].startsWith(
+        QStringLiteral("TRProjectStore:-[TRProjectStore save] unable to save: SQLite")))
+        << m_reporter->lines[0].toStdString();
+    EXPECT_TRUE(context().hasChanges());
+    {
+        SqliteDatabase db;
+        db.open(dataFolder() + QStringLiteral("/ProjectStore.db"));
+        db.exec(QStringLiteral("ALTER TABLE Moved RENAME TO Project"));
+    }
+    EXPECT_TRUE(projects().save());
+    EXPECT_EQ(rows("Project"), 1);
+}
+
+TEST_F(ProjectStoreTest, RecordedNodesKnowTheirProjectsByName) {
+    record("org.example.Editor", {QStringLiteral("/w"), QStringLiteral("/1")}, 60);
+    TRPSProject* b = project("B");
+    TRPSProject* a = project("A");
+    a->addApplications(projects(), {app("org.example.Editor")});
+    b->addApplications(projects(), {app("org.example.Editor")});
+    b->addPaths(projects(), {path(joined({"/w", "/1"}))});
+    a->setColor(TRPSColor::greenColor());
+    TRActivity activity = activityWith(
+        [](TRActivity& x) { x.setPathComponents(QStringList{QStringLiteral("/w"), QStringLiteral("/1")}); });
+    TRASPathComponent* node = store().lastPathComponentForActivity(activity);
+    TRASPathComponent* root = node->pathParent()->pathParent();
+    EXPECT_EQ(projects().associatedProjects(*root), (std::vector<TRPSProject*>{a, b}));
+    EXPECT_EQ(projects().tintColors(*root).front(), TRPSColor::greenColor());
+    EXPECT_EQ(projects().associatedProjects(*node), (std::vector<TRPSProject*>{b}));
+    EXPECT_TRUE(projects().associatedProjects(*node->pathParent()).empty());
+}
+
+TEST_F(ProjectStoreTest, NewFileIsOwnerOnly) {
+    ASSERT_NE(projects().managedObjectContext(), nullptr);
+    const auto permissions = QFile::permissions(dataFolder() + QStringLiteral("/ProjectStore.db"));
+    EXPECT_EQ(permissions & (QFileDevice::ReadGroup | QFileDevice::ReadOther), 0);
+}
+
+TEST_F(ProjectStoreTest, SampleProjectsHoldOnlyInstalledApplications) {
+    class Installed final : public TRInstalledApplications {
+    public:
+        std::optional<RunningApplication> applicationWithIdentifier(const QString& id) const override {
+            if (id != QLatin1String("org.gnome.Nautilus") && id != QLatin1String("com.apple.finder"))
+                return std::nullopt;
+            RunningApplication app;
+            app.bundleIdentifier = id;
+            app.executablePath = QStringLiteral("/usr/bin/nautilus");
+            app.localizedName = QStringLiteral("Files");
+            return app;
+        }
+    };
+    TRProjectStore::Options o = projectOptions();
+    o.installedApplications = std::make_shared<Installed>();
+    TRProjectStore store(o);
+    store.createSampleProjects();
+    const auto created = TRPSProject::regularProjects(*store.managedObjectContext());
+    ASSERT_EQ(created.size(), 1u);
+    EXPECT_EQ(created[0]->name(), QStringLiteral("File Management"));
+    EXPECT_EQ(created[0]->color(), TRPSColor::whiteColor());
+    EXPECT_EQ(created[0]->applications().size(), 2u);
+
+    TRProjectStore none(projectOptions());
+    none.createSampleProjects();
+    EXPECT_TRUE(TRPSProject::regularProjects(*none.managedObjectContext()).empty());
+}
+
+TEST_F(ProjectStoreTest, BlacklistTestSeesAnotherConnectionsSaveAtTheNextCall) {
+    const RunningApplication secret = testApplication(QStringLiteral("org.example.Secret"));
+    const RunningApplication editor = testApplication();
+    const QString inside = joined({"/home", "/secret", "/a.txt"});
+    EXPECT_FALSE(projects().isBlacklisted(&secret, inside));
+
+    // Another program edits the same file through its own connection.
+    TRProjectStore other(projectOptions());
+    TRPSProject* blacklist = TRPSProject::blacklistProject(*other.managedObjectContext());
+    blacklist->addApplications(other, {TRPSApplication::applicationWithRunningApplication(
+                                          *other.managedObjectContext(), secret, true)});
+    blacklist->addPathsIfNecessary(other, {joined({"/home", "/secret"})});
+    ASSERT_TRUE(other.save());
+
+    struct Case {
+        const RunningApplication* app;
+        QString path;
+        bool blacklisted;
+    } cases[] = {
+        {&secret, joined({"/tmp"}), true},
+        {&editor, inside, true},
+        {&editor, joined({"/home", "/secret"}), true},
+        {&editor, joined({"/home", "/secretive"}), true},  // the plain prefix test
+        {&editor, joined({"/home", "/public"}), false},
+        {nullptr, inside, true},
+        {nullptr, QString(), false},
+    };
+    for (const Case& c : cases) EXPECT_EQ(projects().isBlacklisted(c.app, c.path), c.blacklisted) << c.path.toStdString();
+
+    blacklist->removeApplications(other, blacklist->applications());
+    ASSERT_TRUE(other.save());
+    EXPECT_FALSE(projects().isBlacklisted(&secret, joined({"/tmp"})));
+}
+
+}  // namespace
