@@ -360,7 +360,7 @@ std::optional<quint64> DisposableDesktop::waitForWindowOfProcess(qint64 processI
 std::optional<quint64> DisposableDesktop::waitForWindowNamed(const QString& name,
                                                              int timeoutMs) const {
     return waitForWindowMatching(
-        {QStringLiteral("--name"), QLatin1Char('^') + QRegularExpression::escape(name) + QLatin1Char('$')},
+        {QStringLiteral("--name"), QRegularExpression::escape(name)},
         timeoutMs);
 }
 

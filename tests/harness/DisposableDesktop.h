@@ -87,7 +87,7 @@ public:
              int timeoutMs = 5000) const;
     // A visible top-level window whose _NET_WM_PID is the process.
     std::optional<quint64> waitForWindowOfProcess(qint64 processIdentifier, int timeoutMs) const;
-    // A visible window with exactly this name (for programs whose
+    // A visible window whose name contains `name` (for programs whose
     // _NET_WM_PID is not their pid here, or that share one process).
     std::optional<quint64> waitForWindowNamed(const QString& name, int timeoutMs) const;
     bool activateWindow(quint64 window) const;
