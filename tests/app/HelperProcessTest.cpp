@@ -93,19 +93,6 @@ TEST_F(HelperProcessTest, KilledHelperDoesNotBlockNextStart) {
     EXPECT_TRUE(startTracking()->stopsCleanlyOn(SIGTERM));
 }
 
-TEST_F(HelperProcessTest, HelpAndVersionAnswerAndExit) {
-    const std::pair<const char*, const char*> cases[] = {
-        {"--help", "Usage:"}, {"--version", "vorlix-helper 0.1"}, {"-h", "--version"}};
-    for (const auto& [argument, expected] : cases) {
-        SCOPED_TRACE(argument);
-        Helper helper(m_environment, {QLatin1String(argument)});
-        ASSERT_TRUE(helper.waitForExit());
-        EXPECT_EQ(helper.exitCode(), 0);
-        EXPECT_TRUE(helper.output().contains(QLatin1String(expected)));
-        EXPECT_FALSE(helper.errors().contains(QStringLiteral("tracking started")));
-    }
-}
-
 // The X server ends before the helper (a crashed or closed session): the
 // helper saves and leaves cleanly, and the next start is not blocked. With
 // its icon on the display (xcb) Qt notices first; without (offscreen) the

@@ -229,24 +229,6 @@ TEST_F(LogindTest, SessionSwitchStopsAndRestartsTracking) {
     EXPECT_EQ(recorder.stored().size(), 1u) << "nothing credited while switched out";
 }
 
-// A process outside any session's cgroup, where GetSessionByPID cannot
-// answer: $XDG_SESSION_ID, else no session, and sleep handling either way.
-TEST(LogindSessionLookupTest, FallsBackToSessionIdFromEnvironment) {
-    PrivateDBus bus(PrivateDBus::Type::System);
-    QString whyNot;
-    if (!bus.start(&whyNot) || !LogindMock::start(bus, QStringLiteral("c7"), false, &whyNot))
-        GTEST_SKIP() << qPrintable(whyNot);
-    for (const char* sessionId : {"c7", static_cast<const char*>(nullptr)}) {
-        SCOPED_TRACE(sessionId ? sessionId : "unset");
-        sessionId ? qputenv("XDG_SESSION_ID", sessionId) : qunsetenv("XDG_SESSION_ID");
-        LogindPowerAndSessionEvents events(bus.connection());
-        EXPECT_TRUE(events.start());
-        EXPECT_EQ(events.sessionPath(),
-                  sessionId ? QStringLiteral("/org/freedesktop/login1/session/c7") : QString());
-        EXPECT_TRUE(events.holdsSleepInhibitor());
-    }
-}
-
 // A locked screen is not time at the computer: the lock (logind's
 // LockedHint or the desktop's screen saver) ends the interval at the lock,
 // also with a media player in front, and unlocking is a return that starts

@@ -50,16 +50,6 @@ TEST_F(ProjectStoreTest, ApplicationLookupUsesOnlyTheFirstCriterionThatApplies) 
     }
 }
 
-TEST_F(ProjectStoreTest, NewApplicationKeepsTheExecutablesFileNameAndNothingForAllEmpty) {
-    auto* app = TRPSApplication::applicationWithBundleIdentifier(
-        context(), QString(), QStringLiteral("/usr/lib/firefox/firefox"), QStringLiteral("Firefox"),
-        true);
-    EXPECT_EQ(app->executableName(), QStringLiteral("firefox"));
-    EXPECT_EQ(TRPSApplication::applicationWithBundleIdentifier(context(), QString(), QString(),
-                                                               QString(), true),
-              nullptr);
-}
-
 struct PrefixCase {
     const char* name;
     QStringList existing;
@@ -165,14 +155,6 @@ TEST_F(ProjectStoreTest, ProjectOfAnUnknownTypeIsNeitherRegularNorSpecial) {
     EXPECT_EQ(children.back()->typeValue(), TRPSProject::kBlacklist);
 }
 
-TEST_F(ProjectStoreTest, PathRenderings) {
-    TRPSPath* p = path(joined({"https://example.org", "/docs", "?q=1"}));
-    EXPECT_EQ(p->representedPath(), QStringLiteral("https://example.org/docs?q=1"));
-    EXPECT_EQ(p->representedPathForDisplay(),
-              QStringLiteral("https://example.org \u25B8 /docs \u25B8 ?q=1"));
-    EXPECT_FALSE(path(QStringLiteral("/one"))->pathString().contains(kPathComponentDelimiter));
-}
-
 TEST_F(ProjectStoreTest, FileOfAnotherSchemaVersionIsRefusedNotMigrated) {
     QDir().mkpath(dataFolder());
     {
@@ -184,43 +166,6 @@ TEST_F(ProjectStoreTest, FileOfAnotherSchemaVersionIsRefusedNotMigrated) {
     EXPECT_EQ(m_aborts, 1);
     ASSERT_EQ(m_reporter->presented.size(), 1u);
     EXPECT_EQ(rows("Project"), 0) << "left as it was";
-}
-
-TEST_F(ProjectStoreTest, FolderThatCannotBeMadeLeavesTheStoreClosed) {
-    TRProjectStore::Options o = projectOptions();
-    o.dataFolder = m_dir.filePath(QStringLiteral("missing/parent/info.mallowby.Vorlix"));
-    TRProjectStore store(o);
-    EXPECT_EQ(store.managedObjectContext(), nullptr);
-    ASSERT_EQ(m_reporter->presented.size(), 1u);
-    EXPECT_EQ(m_reporter->presented[0].code, 9999);
-    EXPECT_TRUE(m_reporter->lines.value(1).startsWith(
-        QStringLiteral("Error creating application support directory at ")));
-    EXPECT_TRUE(store.childElements().empty());
-    EXPECT_FALSE(store.isBlacklisted(nullptr, QStringLiteral("/a")));
-}
-
-TEST_F(ProjectStoreTest, FailedSaveIsShownAndLoggedAndKeptForTheNext) {
-    ASSERT_NE(projects().managedObjectContext(), nullptr);
-    {
-        SqliteDatabase db;
-        db.open(dataFolder() + QStringLiteral("/ProjectStore.db"));
-        db.exec(QStringLiteral("ALTER TABLE Project RENAME TO Moved"));
-    }
-    project("Kept");
-    EXPECT_FALSE(projects().save());
-    ASSERT_EQ(m_reporter->presented.size(), 1u);
-    ASSERT_EQ(m_reporter->lines.size(), 1);
-    EXPECT_TRUE(m_reporter->lines[0].startsWith(
-        QStringLiteral("TRProjectStore:-[TRProjectStore save] unable to save: SQLite")))
-        << m_reporter->lines[0].toStdString();
-    EXPECT_TRUE(context().hasChanges());
-    {
-        SqliteDatabase db;
-        db.open(dataFolder() + QStringLiteral("/ProjectStore.db"));
-        db.exec(QStringLiteral("ALTER TABLE Moved RENAME TO Project"));
-    }
-    EXPECT_TRUE(projects().save());
-    EXPECT_EQ(rows("Project"), 1);
 }
 
 TEST_F(ProjectStoreTest, RecordedNodesKnowTheirProjectsByName) {
@@ -239,12 +184,6 @@ TEST_F(ProjectStoreTest, RecordedNodesKnowTheirProjectsByName) {
     EXPECT_EQ(projects().tintColors(*root).front(), TRPSColor::greenColor());
     EXPECT_EQ(projects().associatedProjects(*node), (std::vector<TRPSProject*>{b}));
     EXPECT_TRUE(projects().associatedProjects(*node->pathParent()).empty());
-}
-
-TEST_F(ProjectStoreTest, NewFileIsOwnerOnly) {
-    ASSERT_NE(projects().managedObjectContext(), nullptr);
-    const auto permissions = QFile::permissions(dataFolder() + QStringLiteral("/ProjectStore.db"));
-    EXPECT_EQ(permissions & (QFileDevice::ReadGroup | QFileDevice::ReadOther), 0);
 }
 
 TEST_F(ProjectStoreTest, SampleProjectsHoldOnlyInstalledApplications) {

@@ -57,12 +57,6 @@ TEST_F(ProjectTotalsTest, SelectionCountsItsSubtreesWithoutTheBlacklisted) {
     }
 }
 
-TEST_F(ProjectTotalsTest, ProjectWithoutMembersCountsNothing) {
-    TRPSProject* empty = project("Empty");
-    EXPECT_EQ(projects().pathComponentTreesToIncludeForProjects({empty}), TRPSNodeSet());
-    EXPECT_EQ(empty->totalDurationWithFilterValue(projects()), 0);
-}
-
 TEST_F(ProjectTotalsTest, RefreshSetsEveryTotalWithinTheFilterDays) {
     const QDateTime start = utc(2024, 3, 6, 9);
     store().storeActivity(activityWith([](TRActivity& a) { a.setPathComponents(QStringList{QStringLiteral("/d")}); },

@@ -109,14 +109,6 @@ TEST_F(TRInfoExtractorAccessibilityTest, LetsTheMainWindowWinAndTheFocusedWindow
     for (const TreeCase& c : cases) expectCompleted(c);
 }
 
-TEST_F(TRInfoExtractorAccessibilityTest, GivesUpOnSheetsWhoseParentsLoop) {
-    auto loop = FakeAccessibilityElement::create();
-    loop->set(QStringLiteral("AXRole"), QString::fromLatin1(AccessibilityRole::kSheet));
-    loop->set(QStringLiteral("AXParent"), AccessibilityElementRef(loop));
-    EXPECT_EQ(TRInfoExtractorAccessibility::windowBehindSheets(loop), nullptr);
-    loop->remove(QStringLiteral("AXParent"));  // break the cycle for the leak checker
-}
-
 TEST_F(TRInfoExtractorAccessibilityTest, OutranksTheWindowListOnlyWithATitleOrDocument) {
     auto emptyBoth = window("", "");
     const TreeCase cases[] = {

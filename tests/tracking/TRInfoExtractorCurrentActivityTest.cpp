@@ -58,14 +58,6 @@ TEST_F(TRInfoExtractorCurrentActivityTest, ReturnsNothingForApplicationsThatAreN
     }
 }
 
-TEST_F(TRInfoExtractorCurrentActivityTest, ReturnsNothingWhenTheHelperItselfIsInFront) {
-    const qint32 ownPid = static_cast<qint32>(QCoreApplication::applicationPid());
-    m_windows.setFrontProcess(ownPid);
-    EXPECT_FALSE(extractor().currentActivity().has_value());
-    m_applications.add(makeApplication(ownPid, QString(), QStringLiteral("vorlix-helper")));
-    EXPECT_FALSE(extractor().currentActivity().has_value());
-}
-
 TEST_F(TRInfoExtractorCurrentActivityTest, TakesTheTitleOfTheFirstQualifyingWindowOfTheProcess) {
     struct Case {
         const char* name;
