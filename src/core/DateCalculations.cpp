@@ -4,10 +4,14 @@
 #include <unicode/locid.h>
 #include <unicode/timezone.h>
 
+#include <unistd.h>
+
 #include <QLoggingCategory>
 #include <QtGlobal>
 #include <atomic>
 #include <cmath>
+#include <cstdlib>
+#include <ctime>
 #include <memory>
 
 namespace Calculations {
@@ -29,18 +33,81 @@ icu::Locale environmentLocale() {
     return icu::Locale("en_US_POSIX");
 }
 
+// The zone the system names: TZ when set (a leading ':' dropped), else the
+// target of /etc/localtime, which timedated and the desktop's settings change
+// by replacing the link. Read at most once a second.
+struct ZoneWatch {
+    QByteArray tz;
+    QByteArray localtime;
+    qint64 checkedAt = 0;
+    bool checkNow = true;
+};
+
+qint64 coarseMilliseconds() {
+    timespec ts{};
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &ts);
+    return qint64(ts.tv_sec) * 1000 + ts.tv_nsec / 1000000;
+}
+
+QByteArray localtimeTarget() {
+    char buffer[512];
+    const ssize_t length = ::readlink("/etc/localtime", buffer, sizeof buffer);
+    return length > 0 ? QByteArray(buffer, int(length)) : QByteArray();
+}
+
+// True when the system's zone differs from the one seen last on this thread;
+// TZ is compared on every call (tests and users set it), the link once a second.
+bool systemZoneChanged(ZoneWatch& watch) {
+    const char* tz = std::getenv("TZ");
+    if (!tz) tz = "";
+    bool changed = qstrcmp(watch.tz.constData(), tz) != 0;
+    if (changed) watch.tz = QByteArray(tz);
+    const qint64 now = coarseMilliseconds();
+    if (watch.checkNow || now - watch.checkedAt >= 1000) {
+        watch.checkNow = false;
+        watch.checkedAt = now;
+        QByteArray target = localtimeTarget();
+        if (target != watch.localtime) {
+            watch.localtime = std::move(target);
+            changed = true;
+        }
+    }
+    return changed;
+}
+
+std::unique_ptr<icu::TimeZone> systemZone(const ZoneWatch& watch) {
+    QByteArray id = watch.tz;
+    if (id.startsWith(':')) id.remove(0, 1);
+    if (id.isEmpty()) {
+        const qsizetype at = watch.localtime.indexOf("zoneinfo/");
+        if (at >= 0) id = watch.localtime.mid(at + 9);
+    }
+    if (!id.isEmpty() && !id.startsWith('/')) {
+        std::unique_ptr<icu::TimeZone> zone(
+            icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(id.constData())));
+        if (zone && *zone != icu::TimeZone::getUnknown()) return zone;
+    }
+    return std::unique_ptr<icu::TimeZone>(icu::TimeZone::detectHostTimeZone());
+}
+
 struct ThreadCalendar {
     std::unique_ptr<icu::Calendar> calendar;
     int generation = -1;
+    ZoneWatch zone;
 };
 
-// The calendar of this thread, rebuilt after refreshCurrentCalendar().
+// The calendar of this thread, rebuilt after refreshCurrentCalendar() and
+// given the new zone when the system's changes.
 icu::Calendar& calendar() {
     thread_local ThreadCalendar local;
     const int generation = g_generation.load(std::memory_order_acquire);
-    if (!local.calendar || local.generation != generation) {
+    const bool rebuild = !local.calendar || local.generation != generation;
+    if (rebuild) local.zone.checkNow = true;
+    if (systemZoneChanged(local.zone) && !rebuild)
+        local.calendar->adoptTimeZone(systemZone(local.zone).release());
+    if (rebuild) {
         UErrorCode status = U_ZERO_ERROR;
-        local.calendar.reset(icu::Calendar::createInstance(icu::TimeZone::createDefault(),
+        local.calendar.reset(icu::Calendar::createInstance(systemZone(local.zone).release(),
                                                            environmentLocale(), status));
         Q_ASSERT_X(U_SUCCESS(status), "Calculations", "ICU has no calendar");
         local.calendar->setRepeatedWallTimeOption(UCAL_WALLTIME_FIRST);

@@ -3,6 +3,7 @@
 // and their applications stay, applications without a root go; and saves
 // beside the other program's connection.
 #include <cmath>
+#include <functional>
 
 #include "StoreTestSupport.h"
 
@@ -40,6 +41,32 @@ TEST_F(CleanupTest, EmptiedBranchVanishesOneLevelPerSaveDownToTheRoot) {
     store().save();
     EXPECT_EQ(scalar("SELECT COUNT(*) FROM Application"), 0)
         << "an application without a root goes";
+}
+
+// A branch that a rule empties after its own rule ran in that save (a new
+// node, or one looked at before its child went) is looked at again next time.
+TEST_F(CleanupTest, EmptiedNodesNeverStayBehind) {
+    const struct {
+        const char* name;
+        std::function<void()> empty;
+    } cases[] = {
+        {"a zero-length interval on a new path",
+         [&] { record(onPath(QStringLiteral("/n/m")), utc(2024, 3, 5, 10), 0); }},
+        {"a range deletion that empties a node and its child",
+         [&] {
+             record(onPath(QStringLiteral("/a")), utc(2024, 3, 5, 9), 60);
+             record(onPath(QStringLiteral("/a/b")), utc(2024, 3, 5, 10), 60);
+             store().save();
+             store().deleteEventsBetweenDate({});
+         }},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        startAfresh();
+        c.empty();
+        for (int save = 0; save < 3; ++save) store().save();
+        EXPECT_EQ(scalar("SELECT COUNT(*) FROM PathComponent"), 1) << "only the root";
+    }
 }
 
 TEST_F(CleanupTest, KeepsOrDropsHoursByTheirDuration) {

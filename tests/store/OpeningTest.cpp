@@ -76,7 +76,9 @@ TEST_F(OpeningTest, EndsTheProcessWhenTheFileCannotBeOpened) {
         }
         EXPECT_EQ(store().managedObjectContext(), nullptr);
         EXPECT_EQ(m_aborts, 1);
-        EXPECT_EQ(m_reporter->presented.size(), 1u);
+        ASSERT_EQ(m_reporter->presented.size(), 1u);
+        EXPECT_EQ(m_reporter->presented[0].failureReason,
+                  QStringLiteral("There was an error building up the data file."));
     }
 }
 

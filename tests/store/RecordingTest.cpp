@@ -150,4 +150,29 @@ TEST_F(StoreTest, TenYearIntervalCreatesOneEventPerHour) {
     EXPECT_EQ(scalar("SELECT MAX(duration) FROM HourlyEvent"), 3600);
 }
 
+// The zone is followed while the helper runs: the user may move it (no
+// refresh is asked for here), and in a half-hour zone hours begin at :30 UTC.
+TEST_F(StoreTest, SpreadsSecondsOverTheHoursOfTheZoneInForceAtRecording) {
+    const struct {
+        const char* zone;
+        QStringList hours;
+    } cases[] = {
+        {"UTC", {"@2024-03-05T10:00 3600", "@2024-03-05T11:00 3600"}},
+        {"Asia/Kolkata",
+         {"@2024-03-05T09:30 1800", "@2024-03-05T10:30 3600", "@2024-03-05T11:30 1800"}},
+        {"UTC", {"@2024-03-05T10:00 3600", "@2024-03-05T11:00 3600"}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.zone);
+        startAfresh();
+        setenv("TZ", c.zone, 1);
+        record(onPath(QStringLiteral("/x")), utc(2024, 3, 5, 10), 7200);
+        store().save();
+        QStringList expected;
+        for (const QString& hour : c.hours) expected.append("org.example.Editor|/x " + hour);
+        EXPECT_EQ(readBack(), expected);
+    }
+    setenv("TZ", "UTC", 1);
+}
+
 }  // namespace

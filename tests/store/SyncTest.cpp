@@ -162,4 +162,18 @@ TEST_F(SyncTest, DeletionsArriveAndRebuildTheNodeList) {
     EXPECT_EQ(main->allPathComponentsSortedByPathLevel().size(), 2u);
 }
 
+TEST_F(SyncTest, ARangeDeletionThatCannotReadSavesNothing) {
+    auto helper = makeStore(kHelper);
+    helper->storeActivity(onPath(QStringLiteral("/a")), m_now, m_now.addSecs(600));
+    helper->save();
+    m_bus->posted.clear();
+    SqliteDatabase other;
+    ASSERT_FALSE(other.open(databasePath()));
+    ASSERT_FALSE(other.exec(QStringLiteral("ALTER TABLE HourlyEvent RENAME TO Renamed")));
+    helper->deleteEventsBetweenDate(TRASEventFilter{});
+    ASSERT_EQ(m_reporter->presented.size(), 1u);
+    EXPECT_EQ(m_reporter->presented[0].domain, QStringLiteral("SQLite"));
+    EXPECT_TRUE(m_bus->posted.empty()) << "no save is announced";
+}
+
 }  // namespace

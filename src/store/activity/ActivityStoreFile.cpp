@@ -60,6 +60,8 @@ void ActivityStoreFile::open() {
     std::optional<TRError> error = m_db.open(file);
     if (!error) error = ActivityStoreSchema::prepare(m_db, &storeUuid);
     if (error) {
+        if (error->failureReason.isEmpty())
+            error->failureReason = QStringLiteral("There was an error building up the data file.");
         m_reporter.presentError(*error);
         m_db.close();
         m_abortProcess();

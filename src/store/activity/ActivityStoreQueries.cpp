@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <memory>
 
 #include "store/activity/ActivityStoreFile.h"
 #include "store/activity/TRASApplication.h"
@@ -59,25 +60,35 @@ bool matchesFilter(TRASHourlyEvent* event, const TRASEventFilter& filter) {
     return true;
 }
 
-// Whether the range spans more than a quarter of the time between the
-// roots' earliest start and latest stop (only a choice of index, so stale
-// bounds cost speed, never correctness).
-bool coversMostRecordedTime(const TRASEventFilter& filter,
-                            const std::vector<TRASPathComponent*>& nodes) {
-    if (!filter.start.isValid() && !filter.stop.isValid()) return true;
-    double first = std::numeric_limits<double>::infinity();
-    double last = -first;
-    for (TRASPathComponent* node : nodes) {
-        if (node->pathLevelValue() != 0) break;  // sorted by level: the roots come first
-        if (node->startDateOfChildren().isValid())
-            first = std::min(first, secondsOf(node->startDateOfChildren()));
-        if (node->stopDateOfChildren().isValid())
-            last = std::max(last, secondsOf(node->stopDateOfChildren()));
+// Keys of the range statements kept by the connection (beside the object
+// context's own, which use the high byte's values 1 to 6).
+constexpr quint64 kRangeStatementKey = quint64(0x52) << 56;
+
+// A statement over the hourly events of the filter, bound: kept by the
+// connection when only dates restrict it and no event has unsaved changes
+// (the common case: a menu opened, a day's total), else built for the call
+// into `owned`. `columns` is one of a few fixed texts, numbered by `query`.
+SqliteStatement* rangeStatement(TRObjectContext& context, const char* columns, quint64 query,
+                                const TRASEventFilter& filter,
+                                std::unique_ptr<SqliteStatement>* owned) {
+    const QString exclusion = context.changedRowExclusion(TRASHourlyEvent::kEntity);
+    const auto select = [columns] {
+        return QStringLiteral("SELECT %1 FROM HourlyEvent WHERE 1").arg(QLatin1String(columns));
+    };
+    if (filter.include || (filter.exclude && !filter.exclude->empty()) || !exclusion.isEmpty()) {
+        *owned = context.database().prepare(select() + filterSql(filter) + exclusion);
+        return owned->get();
     }
-    if (!(last > first)) return false;
-    const double from = filter.start.isValid() ? std::max(first, secondsOf(filter.start)) : first;
-    const double to = filter.stop.isValid() ? std::min(last, secondsOf(filter.stop)) : last;
-    return (to - from) > 0.25 * (last - first);
+    const bool from = filter.start.isValid();
+    const bool to = filter.stop.isValid();
+    SqliteStatement* stmt = context.database().cachedByKey(
+        kRangeStatementKey | (query << 2) | (from ? 2 : 0) | (to ? 1 : 0), [&] {
+            return select() + (from ? QStringLiteral(" AND startDate >= ?1") : QString()) +
+                   (to ? QStringLiteral(" AND startDate < ?2") : QString());
+        });
+    if (stmt && from) stmt->bind(1, secondsOf(filter.start));
+    if (stmt && to) stmt->bind(2, secondsOf(filter.stop));
+    return stmt;
 }
 
 }  // namespace
@@ -128,62 +139,33 @@ void ActivityStoreQueries::invalidateAllPathComponentsSortedByPathLevelCache() {
     m_sortedCache.reset();
     m_byLevelCache.reset();
     m_byParentCache.reset();
+    m_totals.reset();
 }
 
-// Adds each matching event's seconds to its node's temporary total: the
-// saved rows in one query, then the events with unsaved changes.
-void ActivityStoreQueries::addMatchingEventsToTemporaryTotals(
-    const TRASEventFilter& filter, const std::vector<TRASPathComponent*>& nodes) {
+// Summed here rather than by GROUP BY, which would sort a date range first;
+// SQLite picks the index (over a date range the date index, which the
+// measurements favour too). Each row costs an array look-up: the nodes the
+// range does not reach are never visited.
+int ActivityStoreQueries::filterEventsBetweenDate(const TRASEventFilter& filter) {
+    const std::vector<TRASPathComponent*>& nodes = allPathComponentsSortedByPathLevel();
     TRObjectContext* context = m_file.context();
-    if (!context) return;
-    // Summed here rather than by GROUP BY, which would sort a date range
-    // first. Over most of the recorded time the node index is faster: it
-    // delivers each node's rows together, so a node is looked up once per run.
-    const bool byNode = coversMostRecordedTime(filter, nodes);
-    auto stmt = context->database().prepare(
-        QStringLiteral("SELECT lastPathComponent, duration FROM HourlyEvent%1 WHERE 1")
-            .arg(byNode ? QStringLiteral(" INDEXED BY HourlyEvent_lastPathComponent") : QString()) +
-        filterSql(filter) + context->changedRowExclusion(TRASHourlyEvent::kEntity));
-    qint64 lastId = -1;
-    TRASPathComponent* node = nullptr;
-    while (stmt && stmt->step()) {
-        const qint64 id = stmt->int64(0);
-        if (id != lastId) {
-            node = context->registeredObject<TRASPathComponent>(id);
-            if (node && node->isDeleted()) node = nullptr;
-            lastId = id;
-        }
-        if (node && !stmt->isNull(1))
-            node->setTotalDurationWithFilterTemporaryValue(
-                node->totalDurationWithFilterTemporaryValue() + stmt->real(1));
+    if (!context) return 0;
+    if (!m_totals) m_totals.emplace(nodes);
+    ActivityStoreTotals& totals = *m_totals;
+    totals.begin();
+    std::unique_ptr<SqliteStatement> owned;
+    SqliteStatement* stmt =
+        rangeStatement(*context, "lastPathComponent, duration", 0, filter, &owned);
+    qint64 key = 0;
+    double seconds = 0;
+    while (stmt && stmt->stepIntegerAndReal(&key, &seconds)) {
+        if (seconds == seconds) totals.addForKey(key, seconds);  // NULL reads as NaN
     }
     for (TRASHourlyEvent* event : context->liveChangedObjects<TRASHourlyEvent>()) {
         TRASPathComponent* owner = event->lastPathComponent();
-        if (owner && matchesFilter(event, filter))
-            owner->setTotalDurationWithFilterTemporaryValue(
-                owner->totalDurationWithFilterTemporaryValue() + event->durationValue());
+        if (owner && matchesFilter(event, filter)) totals.addForNode(owner, event->durationValue());
     }
-}
-
-int ActivityStoreQueries::filterEventsBetweenDate(const TRASEventFilter& filter) {
-    const std::vector<TRASPathComponent*>& nodes = allPathComponentsSortedByPathLevel();
-    for (TRASPathComponent* node : nodes) node->setTotalDurationWithFilterTemporaryValue(0);
-    addMatchingEventsToTemporaryTotals(filter, nodes);
-    // Deepest level first: each node is complete before it is added upward.
-    for (auto it = nodes.rbegin(); it != nodes.rend(); ++it) {
-        if (TRASPathComponent* parent = (*it)->pathParent())
-            parent->setTotalDurationWithFilterTemporaryValue(
-                parent->totalDurationWithFilterTemporaryValue() +
-                (*it)->totalDurationWithFilterTemporaryValue());
-    }
-    int changed = 0;
-    for (TRASPathComponent* node : nodes) {
-        if (node->totalDurationWithFilterValue() != node->totalDurationWithFilterTemporaryValue()) {
-            node->setTotalDurationWithFilterValue(node->totalDurationWithFilterTemporaryValue());
-            ++changed;
-        }
-    }
-    return changed;
+    return totals.finish(nodes);
 }
 
 std::vector<TRASPathComponent*> ActivityStoreQueries::rootPathComponentsWithFilter(
@@ -201,9 +183,8 @@ double ActivityStoreQueries::sumOfDurationsOfEventsBetweenDate(const TRASEventFi
     TRObjectContext* context = m_file.context();
     if (!context) return 0.0;
     double sum = 0.0;
-    auto stmt = context->database().prepare(
-        QStringLiteral("SELECT TOTAL(duration) FROM HourlyEvent WHERE 1") + filterSql(filter) +
-        context->changedRowExclusion(TRASHourlyEvent::kEntity));
+    std::unique_ptr<SqliteStatement> owned;
+    SqliteStatement* stmt = rangeStatement(*context, "TOTAL(duration)", 1, filter, &owned);
     if (stmt && stmt->step()) sum = stmt->real(0);
     for (TRASHourlyEvent* event : context->liveChangedObjects<TRASHourlyEvent>()) {
         if (matchesFilter(event, filter)) sum += event->durationValue();
@@ -211,30 +192,32 @@ double ActivityStoreQueries::sumOfDurationsOfEventsBetweenDate(const TRASEventFi
     return sum;
 }
 
-std::vector<TRASHourlyEvent*> ActivityStoreQueries::fetchHourlyEvents(
-    const TRASEventFilter& filter) {
+std::optional<TRError> ActivityStoreQueries::fetchHourlyEvents(
+    const TRASEventFilter& filter, std::vector<TRASHourlyEvent*>* events) {
     TRObjectContext* context = m_file.context();
-    if (!context) return {};
+    if (!context) return std::nullopt;
     // The saved rows, less those with unsaved changes, then the live ones.
-    std::vector<TRASHourlyEvent*> events;
     auto stmt = context->database().prepare(context->selectSql(TRASHourlyEvent::kEntity) +
                                             QStringLiteral(" WHERE 1") + filterSql(filter) +
                                             context->changedRowExclusion(TRASHourlyEvent::kEntity));
-    while (stmt && stmt->step()) {
+    if (!stmt) return context->database().lastError();
+    while (stmt->step()) {
         auto* event = context->readRow<TRASHourlyEvent>(*stmt);
-        if (!event->isDeleted() && !event->isUpdated()) events.push_back(event);
+        if (!event->isDeleted() && !event->isUpdated()) events->push_back(event);
     }
+    if (auto error = stmt->error()) return error;
     for (TRASHourlyEvent* event : context->liveChangedObjects<TRASHourlyEvent>()) {
-        if (matchesFilter(event, filter)) events.push_back(event);
+        if (matchesFilter(event, filter)) events->push_back(event);
     }
-    return events;
+    return std::nullopt;
 }
 
-bool ActivityStoreQueries::deleteEventsBetweenDate(const TRASEventFilter& filter) {
-    TRObjectContext* context = m_file.context();
-    if (!context) return false;
-    for (TRASHourlyEvent* event : fetchHourlyEvents(filter)) context->deleteObject(event);
-    return true;
+std::optional<TRError> ActivityStoreQueries::deleteEventsBetweenDate(
+    const TRASEventFilter& filter) {
+    std::vector<TRASHourlyEvent*> events;
+    if (auto error = fetchHourlyEvents(filter, &events)) return error;
+    for (TRASHourlyEvent* event : events) m_file.context()->deleteObject(event);
+    return std::nullopt;
 }
 
 QDateTime ActivityStoreQueries::startDateOfHourlyEvent(bool oldest) {

@@ -8,9 +8,10 @@
 // to a range when its hour begins inside it (closed start, open stop).
 //
 // The aggregation runs one query and sums in C++ (a GROUP BY would sort a
-// date range first), adds the totals bottom-up over the node list sorted by
-// level, and keeps them in memory only: written back they would make every
-// aggregation a save of thousands of rows for the other program to merge.
+// date range first) into flat arrays (ActivityStoreTotals), adds the totals
+// bottom-up over only the nodes the range reached, and keeps them in memory
+// only: written back they would make every aggregation a save of thousands
+// of rows for the other program to merge.
 //
 // The node caches are built on first use and dropped whenever objects are
 // inserted or deleted (objectsInsertedOrDeleted); plain updates keep them.
@@ -22,6 +23,9 @@
 #include <optional>
 #include <unordered_map>
 #include <vector>
+
+#include "core/TRError.h"
+#include "store/activity/ActivityStoreTotals.h"
 
 class ActivityStoreFile;
 class TRASHourlyEvent;
@@ -62,16 +66,16 @@ public:
     // Roots of an application whose total exceeds threshold.
     std::vector<TRASPathComponent*> rootPathComponentsWithFilter(double threshold);
     double sumOfDurationsOfEventsBetweenDate(const TRASEventFilter& filter);
-    // Deletes the matching events without saving; false when the store is closed.
-    bool deleteEventsBetweenDate(const TRASEventFilter& filter);
+    // Deletes the matching events without saving. REQUIRES: the store is
+    // open. A failed read deletes nothing and comes back.
+    std::optional<TRError> deleteEventsBetweenDate(const TRASEventFilter& filter);
     // Invalid when there is no event.
     QDateTime startDateOfOldestHourlyEvent() { return startDateOfHourlyEvent(true); }
     QDateTime startDateOfNewestHourlyEvent() { return startDateOfHourlyEvent(false); }
 
 private:
-    void addMatchingEventsToTemporaryTotals(const TRASEventFilter& filter,
-                                            const std::vector<TRASPathComponent*>& nodes);
-    std::vector<TRASHourlyEvent*> fetchHourlyEvents(const TRASEventFilter& filter);
+    std::optional<TRError> fetchHourlyEvents(const TRASEventFilter& filter,
+                                             std::vector<TRASHourlyEvent*>* events);
     QDateTime startDateOfHourlyEvent(bool oldest);
 
     ActivityStoreFile& m_file;
@@ -79,4 +83,5 @@ private:
     std::optional<std::vector<TRASPathComponent*>> m_sortedCache;
     std::optional<std::vector<std::vector<TRASPathComponent*>>> m_byLevelCache;
     std::optional<NodesByParent> m_byParentCache;
+    std::optional<ActivityStoreTotals> m_totals;  // built with the node list, dropped with it
 };

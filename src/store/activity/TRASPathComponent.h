@@ -85,7 +85,8 @@ public:
     QByteArray icon(const TRASIconLookup& lookup);
 
     // Aggregation (see TRActivityStore::filterEventsBetweenDate). The total is
-    // kept in memory only.
+    // kept in memory only and set by the aggregation alone (it keeps a copy
+    // to tell which totals changed).
     double totalDurationWithFilterValue() const { return m_totalDurationWithFilter; }
     void setTotalDurationWithFilterValue(double value) { m_totalDurationWithFilter = value; }
     double totalDurationWithFilterTemporaryValue() const { return m_temporaryTotal; }

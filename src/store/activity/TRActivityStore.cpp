@@ -88,5 +88,11 @@ int TRActivityStore::filterEventsBetweenDate(const TRASEventFilter& filter) {
 }
 
 void TRActivityStore::deleteEventsBetweenDate(const TRASEventFilter& filter) {
-    if (m_queries.deleteEventsBetweenDate(filter)) saveWithNotification(true);
+    if (!m_file.context()) return;
+    // A failed read is shown and nothing is saved or announced.
+    if (std::optional<TRError> error = m_queries.deleteEventsBetweenDate(filter)) {
+        m_options.reporter->presentError(*error);
+        return;
+    }
+    saveWithNotification(true);
 }

@@ -71,6 +71,15 @@ bool SqliteStatement::step() {
     return false;
 }
 
+bool SqliteStatement::stepIntegerAndReal(qint64* integer, double* real) {
+    if (!step()) return false;
+    *integer = sqlite3_column_int64(m_stmt, 0);
+    *real = sqlite3_column_type(m_stmt, 1) == SQLITE_NULL
+                ? std::numeric_limits<double>::quiet_NaN()
+                : sqlite3_column_double(m_stmt, 1);
+    return true;
+}
+
 std::optional<TRError> SqliteStatement::run() {
     while (step()) {
     }

@@ -43,6 +43,9 @@ public:
     bool step();
     // Steps to the end; the error of the first failing step, if any.
     std::optional<TRError> run();
+    // step() and the first two columns as an integer and a real (NULL: NaN)
+    // in one call, for queries that read many such rows.
+    bool stepIntegerAndReal(qint64* integer, double* real);
     std::optional<TRError> error() const { return m_error; }
 
     bool isNull(int column) const;

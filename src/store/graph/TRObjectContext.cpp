@@ -60,8 +60,12 @@ void TRObjectContext::deleteObject(TRManagedObject* object) {
 }
 
 void TRObjectContext::markUpdated(TRManagedObject* object) {
-    if (object->m_inserted || object->m_deleted) return;
-    if (m_inCleanup && !object->m_updated) m_dirtiedByCleanup.insert(object);
+    if (object->m_deleted) return;
+    // A rule may empty an object whose own rule already ran in this save (a
+    // new node, or a changed one that came earlier): it is looked at again
+    // by the next save.
+    if (m_inCleanup) m_dirtiedByCleanup.insert(object);
+    if (object->m_inserted) return;
     object->m_updated = true;
     m_updated.insert(object);
 }

@@ -1,0 +1,129 @@
+#include "store/activity/ActivityStoreTotals.h"
+
+#include <algorithm>
+
+#include "store/activity/TRASPathComponent.h"
+
+ActivityStoreTotals::ActivityStoreTotals(const std::vector<TRASPathComponent*>& nodes) {
+    const size_t count = nodes.size();
+    qint64 maxKey = 0;
+    for (TRASPathComponent* node : nodes) maxKey = std::max(maxKey, node->primaryKey());
+    // Keys are handed out in order and never reused, so the array stays
+    // near the node count; a file with far larger keys looks them up by map.
+    const bool dense = maxKey <= qint64(4 * count + 65536);
+    m_indexOfKey.assign(dense ? size_t(maxKey) + 1 : 0, -1);
+    std::unordered_map<TRASPathComponent*, int> indexOfNode;
+    indexOfNode.reserve(count);
+    for (size_t i = 0; i < count; ++i) {
+        indexOfNode.emplace(nodes[i], int(i));
+        const qint64 key = nodes[i]->primaryKey();
+        if (key <= 0)
+            m_unsaved.emplace(nodes[i], int(i));
+        else if (dense)
+            m_indexOfKey[size_t(key)] = int(i);
+        else
+            m_sparseKeys.emplace(key, int(i));
+    }
+    m_parent.resize(count, -1);
+    m_level.resize(count, 0);
+    int maxLevel = 0;
+    for (size_t i = 0; i < count; ++i) {
+        m_level[i] = std::max<int>(nodes[i]->pathLevelValue(), 0);
+        maxLevel = std::max(maxLevel, m_level[i]);
+        auto parent = indexOfNode.find(nodes[i]->pathParent());
+        if (parent != indexOfNode.end()) m_parent[i] = parent->second;
+    }
+    m_sum.assign(count, 0.0);
+    m_seen.assign(count, 0);
+    m_byLevel.resize(size_t(maxLevel) + 1);
+    m_current.resize(count);
+    for (size_t i = 0; i < count; ++i) {
+        m_current[i] = nodes[i]->totalDurationWithFilterValue();
+        if (m_current[i] != 0.0) m_lastTouched.push_back(int(i));
+    }
+}
+
+// Nodes that were new when the arrays were built get their keys at a save
+// (which drops no cache); from then on their rows arrive by key.
+void ActivityStoreTotals::adoptNewKeys() {
+    for (auto it = m_unsaved.begin(); it != m_unsaved.end();) {
+        const qint64 key = it->first->primaryKey();
+        if (key <= 0) {
+            ++it;
+            continue;
+        }
+        if (m_sparseKeys.empty() && key <= qint64(4 * m_parent.size() + 65536)) {
+            if (size_t(key) >= m_indexOfKey.size()) m_indexOfKey.resize(size_t(key) + 1, -1);
+            m_indexOfKey[size_t(key)] = it->second;
+        } else {
+            m_sparseKeys.emplace(key, it->second);
+        }
+        it = m_unsaved.erase(it);
+    }
+}
+
+void ActivityStoreTotals::begin() {
+    adoptNewKeys();
+    for (int index : m_touched) {
+        m_seen[size_t(index)] = 0;
+        m_sum[size_t(index)] = 0.0;
+    }
+    m_touched.clear();
+}
+
+void ActivityStoreTotals::addForSparseKey(qint64 key, double seconds) {
+    auto found = m_sparseKeys.find(key);
+    if (found != m_sparseKeys.end()) add(found->second, seconds);
+}
+
+void ActivityStoreTotals::addForNode(TRASPathComponent* node, double seconds) {
+    if (node->primaryKey() > 0) {
+        addForKey(node->primaryKey(), seconds);
+        return;
+    }
+    auto found = m_unsaved.find(node);
+    if (found != m_unsaved.end()) add(found->second, seconds);
+}
+
+// Deepest level first, so a node is complete before it is added upward; a
+// parent reached for the first time joins its own level's bucket.
+void ActivityStoreTotals::sumUpwards() {
+    for (auto& bucket : m_byLevel) bucket.clear();
+    for (int index : m_touched) m_byLevel[size_t(m_level[size_t(index)])].push_back(index);
+    for (size_t level = m_byLevel.size(); level-- > 0;) {
+        std::vector<int>& bucket = m_byLevel[level];
+        for (size_t i = 0; i < bucket.size(); ++i) {
+            const int index = bucket[i];
+            const int parent = m_parent[size_t(index)];
+            if (parent < 0) continue;
+            if (!m_seen[size_t(parent)]) {
+                m_seen[size_t(parent)] = 1;
+                m_touched.push_back(parent);
+                const int parentLevel = m_level[size_t(parent)];
+                // A parent not above its child (hand-made data) is summed no further.
+                if (size_t(parentLevel) < level) m_byLevel[size_t(parentLevel)].push_back(parent);
+            }
+            m_sum[size_t(parent)] += m_sum[size_t(index)];
+        }
+    }
+}
+
+int ActivityStoreTotals::finish(const std::vector<TRASPathComponent*>& nodes) {
+    sumUpwards();
+    // Compared with the copy of the totals, so an unchanged node's object
+    // is not even read.
+    int changed = 0;
+    const auto set = [&](int index, double total) {
+        double& current = m_current[size_t(index)];
+        if (current == total) return;
+        current = total;
+        nodes[size_t(index)]->setTotalDurationWithFilterValue(total);
+        ++changed;
+    };
+    for (int index : m_lastTouched) {
+        if (!m_seen[size_t(index)]) set(index, 0.0);
+    }
+    for (int index : m_touched) set(index, m_sum[size_t(index)]);
+    m_lastTouched = m_touched;
+    return changed;
+}

@@ -1,0 +1,68 @@
+#pragma once
+// ActivityStoreTotals: the aggregation's arithmetic over flat arrays.
+//
+// Built from the node list sorted by level (the query side's cache, and
+// dropped with it), it keeps each node's parent and level by index and an
+// index by primary key, so a row of the aggregation's query costs one array
+// look-up and one addition. A pass touches only the nodes that received
+// seconds and their ancestors: their sums go up level by level (a counting
+// sort by level, deepest first), and only nodes whose total changed, or that
+// had one from the last pass and have none now, are written (a copy of the
+// totals is compared, so the other nodes' objects are not even read).
+//
+// Usage: begin(), add...() for every matching row and live event, finish().
+// Main thread only.
+
+#include <QtGlobal>
+#include <unordered_map>
+#include <vector>
+
+class TRASPathComponent;
+
+class ActivityStoreTotals final {
+public:
+    // REQUIRES: nodes sorted by level; every node's parent is in the list
+    // or absent. The nodes' current totals may be anything.
+    explicit ActivityStoreTotals(const std::vector<TRASPathComponent*>& nodes);
+
+    void begin();
+    // A saved row's seconds for the node with that key (unknown keys, such
+    // as a node deleted here, are ignored).
+    void addForKey(qint64 key, double seconds) {
+        if (key > 0 && quint64(key) < m_indexOfKey.size()) {
+            const int index = m_indexOfKey[size_t(key)];
+            if (index >= 0) add(index, seconds);
+        } else if (!m_sparseKeys.empty()) {
+            addForSparseKey(key, seconds);
+        }
+    }
+    void addForNode(TRASPathComponent* node, double seconds);
+    // Sums upwards and sets every total that changed; returns how many did.
+    int finish(const std::vector<TRASPathComponent*>& nodes);
+
+private:
+    void add(int index, double seconds) {
+        if (!m_seen[size_t(index)]) {
+            m_seen[size_t(index)] = 1;
+            m_touched.push_back(index);
+        }
+        m_sum[size_t(index)] += seconds;
+    }
+    void adoptNewKeys();
+    void addForSparseKey(qint64 key, double seconds);
+    void sumUpwards();
+
+    std::vector<int> m_parent;  // -1: none
+    std::vector<int> m_level;
+    std::vector<int> m_indexOfKey;  // -1: not a node here
+    std::unordered_map<qint64, int> m_sparseKeys;  // keys far beyond the node count
+    std::unordered_map<TRASPathComponent*, int> m_unsaved;  // nodes without a key yet
+    std::vector<double> m_sum;
+    std::vector<char> m_seen;
+    std::vector<int> m_touched;
+    // The nodes' totals as last set (only the aggregation sets them), and
+    // the nodes that may hold one other than 0.
+    std::vector<double> m_current;
+    std::vector<int> m_lastTouched;
+    std::vector<std::vector<int>> m_byLevel;
+};
