@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <ctime>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "store/activity/TRASApplication.h"
@@ -75,6 +76,40 @@ inline double median(std::vector<double> values) {
 inline void print(const char* name, double value, const char* unit) {
     std::printf("%s: %.3f %s\n", name, value, unit);
     std::fflush(stdout);
+}
+
+// Our figure and the plain reference's, measured in three alternating
+// rounds of `runs` calls each (CPU time of this process, which the other
+// programs on a shared machine do not inflate); prints the median of the
+// rounds' medians for both and their ratio. `scale` turns microseconds into
+// `unit`.
+template <class Ours, class Reference>
+void compareWithReference(const char* name, int runs, double scale, const char* unit, Ours ours,
+                          Reference reference) {
+    std::vector<double> oursRounds, referenceRounds, wallRatios;
+    const auto round = [runs](auto& work, std::vector<double>* wall) {
+        std::vector<double> cpu;
+        for (int i = 0; i < runs; ++i) {
+            const auto start = Clock::now();
+            const double cpuStart = cpuMicroseconds();
+            work();
+            cpu.push_back(cpuMicroseconds() - cpuStart);
+            wall->push_back(microsecondsSince(start));
+        }
+        return median(cpu);
+    };
+    for (int r = 0; r < 3; ++r) {
+        std::vector<double> oursWall, referenceWall;
+        oursRounds.push_back(round(ours, &oursWall));
+        referenceRounds.push_back(round(reference, &referenceWall));
+        wallRatios.push_back(median(oursWall) / median(referenceWall));
+    }
+    const double o = median(oursRounds), ref = median(referenceRounds);
+    const std::string base(name);
+    print((base + "_ours").c_str(), o * scale, unit);
+    print((base + "_reference").c_str(), ref * scale, unit);
+    print((base + "_ratio").c_str(), o / ref, "x");
+    print((base + "_wall_ratio").c_str(), median(wallRatios), "x");
 }
 
 inline TRActivityStore::Options storeOptions(const QTemporaryDir& dir) {

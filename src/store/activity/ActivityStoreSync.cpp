@@ -57,8 +57,9 @@ ActivityStoreSync::~ActivityStoreSync() {
 void ActivityStoreSync::save() {
     TRObjectContext* context = m_file.context();
     if (!context) return;
+    // Without a notification centre no one hears of the save: no URIs.
     TRSaveResult result;
-    if (std::optional<TRError> error = context->save(&result)) {
+    if (std::optional<TRError> error = context->save(m_center ? &result : nullptr)) {
         m_reporter.presentError(*error);
         const QString userInfo = QStringLiteral("{domain = %1; code = %2; file = \"%3/%4\"}")
                                      .arg(error->domain)

@@ -134,6 +134,8 @@ public:
     }
 
     bool hasChanges() const;
+    // result may be nullptr when no one is told what was written (the URIs
+    // are then never made).
     std::optional<TRError> save(TRSaveResult* result);
 
     // Another program saved: inserted rows become known, updated rows are
@@ -157,6 +159,7 @@ private:
         Update,
         Delete,
         JoinInsert,
+        LargestKey,
     };
     static quint64 statementKey(StatementKind kind, std::uint8_t entity, quint64 detail) {
         return (quint64(kind) << 56) | (quint64(entity) << 48) | detail;

@@ -18,7 +18,7 @@ std::vector<TRManagedObject*> sortedByCreation(const std::unordered_set<TRManage
 }  // namespace
 
 std::optional<TRError> TRObjectContext::save(TRSaveResult* result) {
-    *result = TRSaveResult();
+    if (result) *result = TRSaveResult();
     if (!hasChanges()) return std::nullopt;
     runCleanupRules();
     if (auto error = writeChanges()) return error;
@@ -53,12 +53,17 @@ std::optional<TRError> TRObjectContext::assignPrimaryKeys() {
     for (TRManagedObject* object : inserted) {
         qint64& key = next[object->m_entity];
         if (key < 0) {
-            const QString table = QLatin1String(m_entities[object->m_entity]->table);
-            const qint64 sequence = m_db.scalarInt(
-                QStringLiteral("SELECT seq FROM sqlite_sequence WHERE name = '%1'").arg(table));
-            const qint64 maximum =
-                m_db.scalarInt(QStringLiteral("SELECT MAX(id) FROM %1").arg(table));
-            key = std::max(sequence, maximum);
+            SqliteStatement* stmt = m_db.cachedByKey(
+                statementKey(StatementKind::LargestKey, object->m_entity, 0), [&] {
+                    return QStringLiteral(
+                               "SELECT MAX(IFNULL((SELECT seq FROM sqlite_sequence WHERE name "
+                               "= '%1'), 0), IFNULL((SELECT MAX(id) FROM %1), 0))")
+                        .arg(QLatin1String(m_entities[object->m_entity]->table));
+                });
+            if (!stmt) return m_db.lastError();
+            if (!stmt->step()) return stmt->error().value_or(m_db.lastError());
+            key = stmt->int64(0);
+            stmt->reset();
         }
         object->m_primaryKey = ++key;
     }
@@ -206,19 +211,20 @@ std::optional<TRError> TRObjectContext::writeChanges() {
 }
 
 void TRObjectContext::finishSave(TRSaveResult* result) {
+    const bool uris = result != nullptr;
     for (TRManagedObject* object : m_inserted) {
-        result->inserted.append(uriFor(*object));
+        if (uris) result->inserted.append(uriFor(*object));
         m_registered[object->m_entity].emplace(object->m_primaryKey, object);
         object->m_inserted = false;
         object->m_dirty = 0;
     }
     for (TRManagedObject* object : m_updated) {
-        result->updated.append(uriFor(*object));
+        if (uris) result->updated.append(uriFor(*object));
         object->m_updated = false;
         object->m_dirty = 0;
     }
     for (TRManagedObject* object : m_deleted) {
-        if (object->m_primaryKey) result->deleted.append(uriFor(*object));
+        if (uris && object->m_primaryKey) result->deleted.append(uriFor(*object));
     }
     const std::unordered_set<TRManagedObject*> deleted = std::move(m_deleted);
     m_inserted.clear();
@@ -230,6 +236,7 @@ void TRObjectContext::finishSave(TRSaveResult* result) {
         if (!deleted.count(object)) markUpdated(object);
     }
     m_dirtiedByCleanup.clear();
+    if (!uris) return;
     result->inserted.sort();
     result->updated.sort();
     result->deleted.sort();
