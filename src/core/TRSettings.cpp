@@ -1,5 +1,8 @@
 #include "core/TRSettings.h"
 
+#include <sys/stat.h>
+
+#include <QFile>
 #include <QFileInfo>
 #include <QSettings>
 #include <cmath>
@@ -104,9 +107,15 @@ void TRSettings::readIfChanged() {
         if (!m_read) read();
         return;
     }
-    const QFileInfo info(m_filePath);
-    const QDateTime modified = info.exists() ? info.lastModified() : QDateTime();
-    const qint64 size = info.exists() ? info.size() : -1;
+    // One stat() and no local-time conversion: this runs before each
+    // recording of a web page.
+    struct stat st {};
+    const bool exists = ::stat(QFile::encodeName(m_filePath).constData(), &st) == 0;
+    const QDateTime modified =
+        exists ? QDateTime::fromMSecsSinceEpoch(
+                     qint64(st.st_mtim.tv_sec) * 1000 + st.st_mtim.tv_nsec / 1000000, Qt::UTC)
+               : QDateTime();
+    const qint64 size = exists ? qint64(st.st_size) : -1;
     if (m_read && modified == m_readModified && size == m_readSize) return;
     m_readModified = modified;
     m_readSize = size;

@@ -41,14 +41,35 @@ TRASPathComponent* ActivityStoreRecorder::lastPathComponentForActivity(const TRA
         return nullptr;
     TRObjectContext* context = m_file.context();
     if (!context) return nullptr;
-    TRASApplication* app =
-        TRASApplication::applicationWithRunningApplication(*context, activity.application(), true);
+    TRASApplication* app = applicationFor(*context, activity);
     TRASPathComponent* node = app ? app->pathRoot() : nullptr;
     for (const QString& component : components) {
         if (!node) break;
         node = node->childComponentWithValue(component, true);
     }
     return node;
+}
+
+TRASApplication* ActivityStoreRecorder::applicationFor(TRObjectContext& context,
+                                                       const TRActivity& activity) {
+    const RunningApplication* running = activity.runningApplication();
+    if (!running)
+        return TRASApplication::applicationWithRunningApplication(context, activity.application(),
+                                                                  true);
+    // A null text and an empty one look the application up differently.
+    const auto part = [](const QString& text) -> QString {
+        if (text.isNull()) return QStringLiteral("\x01");
+        return QLatin1Char('=') + text;
+    };
+    const QString key = part(running->bundleIdentifier) + QLatin1Char('\0') +
+                        part(running->executablePath) + QLatin1Char('\0') +
+                        part(running->localizedName);
+    if (TRASApplication* known = m_applications.value(key)) return known;
+    TRASApplication* app =
+        TRASApplication::applicationWithRunningApplication(context, activity.application(), true);
+    // A new application's insertion has just emptied the table; keep it now.
+    if (app) m_applications.insert(key, app);
+    return app;
 }
 
 void ActivityStoreRecorder::addActivity(TRASPathComponent* node, const QDateTime& start,

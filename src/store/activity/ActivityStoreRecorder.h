@@ -11,10 +11,14 @@
 // Main thread only.
 
 #include <QDateTime>
+#include <QHash>
+#include <QString>
 
 #include "core/TRActivity.h"
 
 class ActivityStoreFile;
+class TRASApplication;
+class TRObjectContext;
 class TRASPathComponent;
 class TRBlacklist;
 class TRSettings;
@@ -36,8 +40,17 @@ public:
     // and its ancestors. REQUIRES: start <= stop.
     static void addActivity(TRASPathComponent* node, const QDateTime& start, const QDateTime& stop);
 
+    // The applications found for running ones are kept by their three texts
+    // (looking one up is the only query of a recording); the store drops
+    // them whenever objects are inserted or deleted or the other program's
+    // changes are merged.
+    void forgetApplications() { m_applications.clear(); }
+
 private:
+    TRASApplication* applicationFor(TRObjectContext& context, const TRActivity& activity);
+
     ActivityStoreFile& m_file;
     TRSettings& m_settings;
     TRBlacklist& m_blacklist;
+    QHash<QString, TRASApplication*> m_applications;
 };

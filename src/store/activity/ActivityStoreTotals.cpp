@@ -33,6 +33,11 @@ ActivityStoreTotals::ActivityStoreTotals(const std::vector<TRASPathComponent*>& 
         auto parent = indexOfNode.find(nodes[i]->pathParent());
         if (parent != indexOfNode.end()) m_parent[i] = parent->second;
     }
+    // A parent not above its child (only in hand-made data) gets nothing
+    // from it: the sums go up in level order.
+    for (size_t i = 0; i < count; ++i) {
+        if (m_parent[i] >= 0 && m_level[size_t(m_parent[i])] >= m_level[i]) m_parent[i] = -1;
+    }
     m_sum.assign(count, 0.0);
     m_seen.assign(count, 0);
     m_byLevel.resize(size_t(maxLevel) + 1);
@@ -41,6 +46,7 @@ ActivityStoreTotals::ActivityStoreTotals(const std::vector<TRASPathComponent*>& 
         m_current[i] = nodes[i]->totalDurationWithFilterValue();
         if (m_current[i] != 0.0) m_lastTouched.push_back(int(i));
     }
+    m_lastReached = m_lastTouched.size();
 }
 
 // Nodes that were new when the arrays were built get their keys at a save
@@ -69,6 +75,9 @@ void ActivityStoreTotals::begin() {
         m_sum[size_t(index)] = 0.0;
     }
     m_touched.clear();
+    m_dense = m_lastReached * 16 > m_sum.size();
+    if (m_dense || m_sumsLeft) std::fill(m_sum.begin(), m_sum.end(), 0.0);
+    m_sumsLeft = false;
 }
 
 void ActivityStoreTotals::addForSparseKey(qint64 key, double seconds) {
@@ -99,16 +108,44 @@ void ActivityStoreTotals::sumUpwards() {
             if (!m_seen[size_t(parent)]) {
                 m_seen[size_t(parent)] = 1;
                 m_touched.push_back(parent);
-                const int parentLevel = m_level[size_t(parent)];
-                // A parent not above its child (hand-made data) is summed no further.
-                if (size_t(parentLevel) < level) m_byLevel[size_t(parentLevel)].push_back(parent);
+                m_byLevel[size_t(m_level[size_t(parent)])].push_back(parent);
             }
             m_sum[size_t(parent)] += m_sum[size_t(index)];
         }
     }
 }
 
+// The nodes are sorted by level, so from the last index back each node is
+// complete before it is added to its parent.
+int ActivityStoreTotals::finishDense(const std::vector<TRASPathComponent*>& nodes) {
+    for (size_t i = m_sum.size(); i-- > 0;) {
+        const int parent = m_parent[i];
+        if (parent >= 0) m_sum[size_t(parent)] += m_sum[i];
+    }
+    int changed = 0;
+    size_t nonZero = 0;
+    for (size_t i = 0; i < m_sum.size(); ++i) {
+        const double total = m_sum[i];
+        nonZero += total != 0.0;
+        if (m_current[i] == total) continue;
+        m_current[i] = total;
+        nodes[i]->setTotalDurationWithFilterValue(total);
+        ++changed;
+    }
+    // The list of nodes with a total is needed only when the next pass
+    // keeps track of the nodes it reaches.
+    m_lastReached = nonZero;
+    m_lastTouched.clear();
+    if (nonZero * 16 <= m_sum.size()) {
+        for (size_t i = 0; i < m_sum.size(); ++i)
+            if (m_sum[i] != 0.0) m_lastTouched.push_back(int(i));
+    }
+    m_sumsLeft = true;
+    return changed;
+}
+
 int ActivityStoreTotals::finish(const std::vector<TRASPathComponent*>& nodes) {
+    if (m_dense) return finishDense(nodes);
     sumUpwards();
     // Compared with the copy of the totals, so an unchanged node's object
     // is not even read.
@@ -125,5 +162,6 @@ int ActivityStoreTotals::finish(const std::vector<TRASPathComponent*>& nodes) {
     }
     for (int index : m_touched) set(index, m_sum[size_t(index)]);
     m_lastTouched = m_touched;
+    m_lastReached = m_touched.size();
     return changed;
 }

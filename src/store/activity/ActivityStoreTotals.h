@@ -8,7 +8,9 @@
 // seconds and their ancestors: their sums go up level by level (a counting
 // sort by level, deepest first), and only nodes whose total changed, or that
 // had one from the last pass and have none now, are written (a copy of the
-// totals is compared, so the other nodes' objects are not even read).
+// totals is compared, so the other nodes' objects are not even read). When
+// the last pass reached more than a sixteenth of the nodes, the sums run over
+// the whole arrays in order instead (no node objects are touched either way).
 //
 // Usage: begin(), add...() for every matching row and live event, finish().
 // Main thread only.
@@ -42,6 +44,10 @@ public:
 
 private:
     void add(int index, double seconds) {
+        if (m_dense) {
+            m_sum[size_t(index)] += seconds;
+            return;
+        }
         if (!m_seen[size_t(index)]) {
             m_seen[size_t(index)] = 1;
             m_touched.push_back(index);
@@ -51,6 +57,7 @@ private:
     void adoptNewKeys();
     void addForSparseKey(qint64 key, double seconds);
     void sumUpwards();
+    int finishDense(const std::vector<TRASPathComponent*>& nodes);
 
     std::vector<int> m_parent;  // -1: none
     std::vector<int> m_level;
@@ -60,9 +67,14 @@ private:
     std::vector<double> m_sum;
     std::vector<char> m_seen;
     std::vector<int> m_touched;
-    // The nodes' totals as last set (only the aggregation sets them), and
-    // the nodes that may hold one other than 0.
+    // The nodes' totals as last set (only the aggregation sets them); how
+    // many nodes the last pass reached, and which (kept only when few).
     std::vector<double> m_current;
+    size_t m_lastReached = 0;
     std::vector<int> m_lastTouched;
     std::vector<std::vector<int>> m_byLevel;
+    // A pass that reached many nodes last time sums over the whole arrays in
+    // order, which is cheaper then than keeping track of each node reached.
+    bool m_dense = false;
+    bool m_sumsLeft = false;  // a whole-array pass leaves its sums behind
 };

@@ -39,11 +39,17 @@ TRActivityStore::TRActivityStore(Options options, QObject* parent)
       m_options(withDefaults(std::move(options))),
       m_timeThreshold(m_options.settings->snapshot().activityStoreTimeThreshold),
       m_file(m_options.dataFolder, *m_options.reporter, m_options.abortProcess,
-             [this] { m_queries.objectsInsertedOrDeleted(); }),
+             [this] {
+                 m_queries.objectsInsertedOrDeleted();
+                 m_recorder.forgetApplications();
+             }),
       m_queries(m_file),
       m_recorder(m_file, *m_options.settings, *m_options.blacklist),
       m_sync(m_file, m_options.bundleIdentifier, m_options.notificationCenter, *m_options.reporter,
-             this, [this] { Q_EMIT remoteChangesMerged(); }) {}
+             this, [this] {
+                 m_recorder.forgetApplications();
+                 Q_EMIT remoteChangesMerged();
+             }) {}
 
 TRActivityStore::~TRActivityStore() = default;
 
