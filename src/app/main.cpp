@@ -103,7 +103,8 @@ bool requireXDisplay(XDisplay display) {
         return true;
     }
     if (display == XDisplay::Unset) {
-        std::fprintf(stderr, "vorlix-helper: no X display (DISPLAY is not set); nothing to track\n");
+        std::fprintf(stderr,
+                     "vorlix-helper: no X display (DISPLAY is not set); nothing to track\n");
     } else {
         std::fprintf(stderr, "vorlix-helper: cannot open the X display %s; nothing to track\n",
                      qgetenv("DISPLAY").constData());

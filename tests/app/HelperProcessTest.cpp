@@ -5,18 +5,18 @@
 
 #include <gtest/gtest.h>
 
+#include <sqlite3.h>
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QThread>
-#include <QDeadlineTimer>
 #include <algorithm>
 #include <csignal>
 #include <memory>
 #include <string>
-#include <sqlite3.h>
 
 #include "harness/DisposableDesktop.h"
 #include "harness/HelperProcess.h"
@@ -61,8 +61,8 @@ protected:
         double seconds = -1;
         if (sqlite3_open_v2(QFile::encodeName(file).constData(), &db, SQLITE_OPEN_READONLY,
                             nullptr) == SQLITE_OK &&
-            sqlite3_prepare_v2(db, "SELECT TOTAL(duration) FROM HourlyEvent", -1, &sum,
-                               nullptr) == SQLITE_OK &&
+            sqlite3_prepare_v2(db, "SELECT TOTAL(duration) FROM HourlyEvent", -1, &sum, nullptr) ==
+                SQLITE_OK &&
             sqlite3_step(sum) == SQLITE_ROW) {
             seconds = sqlite3_column_double(sum, 0);
         }
@@ -163,8 +163,9 @@ TEST_F(HelperProcessTest, LostDisplayEndsTrackingAndSaves) {
         ASSERT_TRUE(window && desktop->activateWindow(*window));
         const double storedBefore = std::max(0.0, storedSeconds());
         auto helper = startTracking();
-        ASSERT_TRUE(desktop->run(QStringLiteral("xdotool"), {QStringLiteral("mousemove"),
-                                                             QStringLiteral("5"), QStringLiteral("5")}));
+        ASSERT_TRUE(
+            desktop->run(QStringLiteral("xdotool"),
+                         {QStringLiteral("mousemove"), QStringLiteral("5"), QStringLiteral("5")}));
         QThread::msleep(3000);
         ::kill(pid_t(desktop->xServerProcessIdentifier()), SIGTERM);
         ASSERT_TRUE(helper->waitForExit(15000)) << helper->errors().toStdString();
