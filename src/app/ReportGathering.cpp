@@ -69,7 +69,7 @@ std::vector<ReportLine> applicationLines(TRActivityStore& activities, const Repo
 
 // Aggregates what a selection of projects counts (none: "All Activities").
 void filterFor(TRProjectStore& projects, const std::vector<TRPSProject*>& selection,
-                          const ReportRequest& request) {
+               const ReportRequest& request) {
     TRASEventFilter filter;
     filter.start = dayStart(request.firstDay);
     filter.stop = Calculations::endOfDay(dayStart(request.lastDay));

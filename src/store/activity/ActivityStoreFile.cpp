@@ -44,8 +44,9 @@ bool ActivityStoreFile::createDataFolder() {
 // made, so the running helper's files stay exactly as it keeps them.
 bool ActivityStoreFile::openReadOnly(const QString& file, QString* storeUuid) {
     if (!QFileInfo::exists(file)) {
-        m_reporter.presentError(TRError{QStringLiteral("ActivityStore"), 260,
-                                        QStringLiteral("There is no activity store at %1.").arg(file)});
+        m_reporter.presentError(
+            TRError{QStringLiteral("ActivityStore"), 260,
+                    QStringLiteral("There is no activity store at %1.").arg(file)});
         return false;
     }
     std::optional<TRError> error = m_db.open(file, SqliteDatabase::Mode::ReadOnly);

@@ -115,7 +115,8 @@ bool TRProjectStore::openReadOnly(const QString& file) {
     std::optional<TRError> error = exists ? m_db.open(file, SqliteDatabase::Mode::ReadOnly)
                                           : m_db.open(QStringLiteral(":memory:"));
     if (!error)
-        error = exists ? ProjectStoreSchema::checkReadable(m_db) : ProjectStoreSchema::prepare(m_db);
+        error =
+            exists ? ProjectStoreSchema::checkReadable(m_db) : ProjectStoreSchema::prepare(m_db);
     if (error) {
         error->failureReason = QStringLiteral("(%1)").arg(file);
         m_options.reporter->presentError(*error);
