@@ -14,10 +14,6 @@ const char kUserPreferences[] = R"(
 user_pref("mail.provider.suppress_dialog_on_startup", true);
 user_pref("mail.shell.checkDefaultClient", false);
 user_pref("mailnews.start_page.enabled", false);
-user_pref("toolkit.telemetry.reportingpolicy.firstRun", false);
-user_pref("datareporting.policy.dataSubmissionEnabled", false);
-user_pref("app.update.enabled", false);
-user_pref("extensions.update.enabled", false);
 user_pref("network.proxy.type", 1);
 user_pref("network.proxy.http", "127.0.0.1");
 user_pref("network.proxy.http_port", 9);
