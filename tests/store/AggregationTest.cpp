@@ -115,4 +115,30 @@ TEST_F(AggregationTest, TotalsAndSumsMatchTheRecordedIntervals) {
     EXPECT_EQ(store().timeThreshold(), all);
 }
 
+// A narrow range after a wide one reaches few nodes, and the pass after it
+// follows only those: every total left from before must still be cleared.
+TEST_F(StoreTest, TotalsFollowEachRangeWhetherItReachesFewNodesOrMany) {
+    std::vector<TRASPathComponent*> leaves;
+    for (int i = 0; i < 200; ++i)
+        leaves.push_back(record(onPath(QStringLiteral("/p/%1").arg(i)),
+                                utc(2024, 3, 5, 0).addSecs(3600 * (i % 48)), 60 + i));
+    store().save();
+    const QDateTime none;
+    const TRASEventFilter ranges[] = {
+        {}, {utc(2024, 3, 5, 3), utc(2024, 3, 5, 4), {}, {}},
+        {utc(2024, 3, 6, 7), utc(2024, 3, 6, 9), {}, {}}, {utc(2024, 3, 9, 0), none, {}, {}},
+        {utc(2024, 3, 5, 3), utc(2024, 3, 5, 4), {}, {}}, {}};
+    for (const TRASEventFilter& range : ranges) {
+        SCOPED_TRACE(range.start.toString(Qt::ISODate).toStdString());
+        store().filterEventsBetweenDate(range);
+        for (TRASPathComponent* leaf : leaves) {
+            ASSERT_EQ(leaf->totalDurationWithFilterValue(),
+                      store().sumOfDurationsOfEventsBetweenDate(
+                          {range.start, range.stop, std::vector{leaf}, {}}));
+        }
+        EXPECT_EQ(leaves[0]->pathParent()->pathParent()->totalDurationWithFilterValue(),
+                  store().sumOfDurationsOfEventsBetweenDate(range));
+    }
+}
+
 }  // namespace
