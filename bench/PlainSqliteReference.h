@@ -26,8 +26,8 @@ public:
     explicit Db(const std::string& path) {
         sqlite3_open_v2(path.c_str(), &m_db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
         sqlite3_busy_timeout(m_db, 5000);
-        sqlite3_exec(m_db, "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL;", nullptr,
-                     nullptr, nullptr);
+        sqlite3_exec(m_db, "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL;", nullptr, nullptr,
+                     nullptr);
     }
     ~Db() {
         for (auto& entry : m_statements) sqlite3_finalize(entry.second);

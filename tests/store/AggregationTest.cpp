@@ -124,10 +124,12 @@ TEST_F(StoreTest, TotalsFollowEachRangeWhetherItReachesFewNodesOrMany) {
                                 utc(2024, 3, 5, 0).addSecs(3600 * (i % 48)), 60 + i));
     store().save();
     const QDateTime none;
-    const TRASEventFilter ranges[] = {
-        {}, {utc(2024, 3, 5, 3), utc(2024, 3, 5, 4), {}, {}},
-        {utc(2024, 3, 6, 7), utc(2024, 3, 6, 9), {}, {}}, {utc(2024, 3, 9, 0), none, {}, {}},
-        {utc(2024, 3, 5, 3), utc(2024, 3, 5, 4), {}, {}}, {}};
+    const TRASEventFilter ranges[] = {{},
+                                      {utc(2024, 3, 5, 3), utc(2024, 3, 5, 4), {}, {}},
+                                      {utc(2024, 3, 6, 7), utc(2024, 3, 6, 9), {}, {}},
+                                      {utc(2024, 3, 9, 0), none, {}, {}},
+                                      {utc(2024, 3, 5, 3), utc(2024, 3, 5, 4), {}, {}},
+                                      {}};
     for (const TRASEventFilter& range : ranges) {
         SCOPED_TRACE(range.start.toString(Qt::ISODate).toStdString());
         store().filterEventsBetweenDate(range);

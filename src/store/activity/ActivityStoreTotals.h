@@ -61,8 +61,8 @@ private:
 
     std::vector<int> m_parent;  // -1: none
     std::vector<int> m_level;
-    std::vector<int> m_indexOfKey;  // -1: not a node here
-    std::unordered_map<qint64, int> m_sparseKeys;  // keys far beyond the node count
+    std::vector<int> m_indexOfKey;                          // -1: not a node here
+    std::unordered_map<qint64, int> m_sparseKeys;           // keys far beyond the node count
     std::unordered_map<TRASPathComponent*, int> m_unsaved;  // nodes without a key yet
     std::vector<double> m_sum;
     std::vector<char> m_seen;

@@ -53,8 +53,8 @@ std::optional<TRError> TRObjectContext::assignPrimaryKeys() {
     for (TRManagedObject* object : inserted) {
         qint64& key = next[object->m_entity];
         if (key < 0) {
-            SqliteStatement* stmt = m_db.cachedByKey(
-                statementKey(StatementKind::LargestKey, object->m_entity, 0), [&] {
+            SqliteStatement* stmt =
+                m_db.cachedByKey(statementKey(StatementKind::LargestKey, object->m_entity, 0), [&] {
                     return QStringLiteral(
                                "SELECT MAX(IFNULL((SELECT seq FROM sqlite_sequence WHERE name "
                                "= '%1'), 0), IFNULL((SELECT MAX(id) FROM %1), 0))")
@@ -125,9 +125,8 @@ std::optional<TRError> TRObjectContext::updateRow(TRManagedObject* object) {
 
 std::optional<TRError> TRObjectContext::deleteJoinRows(const char* table, const char* column,
                                                        qint64 key) {
-    auto stmt =
-        m_db.cached(QStringLiteral("DELETE FROM %1 WHERE %2 = ?1")
-                        .arg(QLatin1String(table), QLatin1String(column)));
+    auto stmt = m_db.cached(QStringLiteral("DELETE FROM %1 WHERE %2 = ?1")
+                                .arg(QLatin1String(table), QLatin1String(column)));
     if (!stmt) return m_db.lastError();
     stmt->bind(1, key);
     return stmt->run();
