@@ -1,17 +1,25 @@
 #include "app/PlatformObjects.h"
 
 #include "platform/linux/AtspiAccessibility.h"
+#include "platform/linux/DesktopSession.h"
 #include "platform/linux/LinuxHostNames.h"
+#include "platform/linux/LinuxIdleTimeSource.h"
 #include "platform/linux/LinuxProcessSource.h"
 #include "platform/linux/LinuxRunningApplications.h"
+#include "platform/linux/SwayWindowSystem.h"
+#include "platform/linux/WaylandIdleTimeSource.h"
 #include "platform/linux/XcbWindowSystem.h"
 #include "tracking/TRSerialQueue.h"
 #include "tracking/bridge/TRDesktopScriptingTargets.h"
 
+#include <QDBusConnection>
 #include <functional>
 
-// X11 today; a Wayland session gets its own window system here later, behind
-// the same interfaces.
+#include "app/AppLog.h"
+
+// The window source follows the session: X11's window manager, sway's IPC,
+// or on another Wayland desktop the X11 windows alone (said once, with what
+// would help).
 namespace {
 
 void createAccessibilityObjects(PlatformObjects& objects, DialogOwnerSource* dialogOwners) {
@@ -20,6 +28,44 @@ void createAccessibilityObjects(PlatformObjects& objects, DialogOwnerSource* dia
         std::make_unique<TRDesktopScriptingTargets>(*accessibility, *objects.processes,
                                                     accessibility.get());
     objects.accessibility = std::move(accessibility);
+}
+
+// The window system and the hint source behind it (the same object).
+struct WindowObjects final {
+    std::unique_ptr<WindowSystem> windows;
+    WindowHintSource* hints = nullptr;
+    DialogOwnerSource* dialogOwners = nullptr;
+};
+
+WindowObjects x11Windows() {
+    auto x11 = std::make_unique<XcbWindowSystem>();
+    WindowObjects objects;
+    objects.hints = x11.get();
+    objects.dialogOwners = x11.get();
+    objects.windows = std::move(x11);
+    return objects;
+}
+
+WindowObjects windowsForSession(const DesktopSession& session, QString& advice) {
+    if (session.windowSource() == DesktopSession::WindowSource::Sway) {
+        auto sway = std::make_unique<SwayWindowSystem>(session.swaySocket);
+        if (sway->isAvailable()) {
+            WindowObjects objects;
+            objects.hints = sway.get();
+            objects.windows = std::move(sway);
+            return objects;
+        }
+        advice = QStringLiteral("sway's IPC socket (SWAYSOCK) does not answer; restart the "
+                                "helper from this sway session");
+    } else {
+        advice = session.advice();
+    }
+    if (!advice.isEmpty()) {
+        qCWarning(lcApp).noquote()
+            << "Wayland session: only windows of X11 programs (XWayland) are seen. To see the "
+               "others:" << advice;
+    }
+    return x11Windows();
 }
 
 void onWorker(TRSerialQueue* worker, const std::function<void()>& task) {
@@ -37,12 +83,13 @@ PlatformObjects createPlatformObjects(TRSerialQueue* worker) {
     PlatformObjects objects;
     objects.processes = std::make_unique<LinuxProcessSource>();
     objects.hostNames = std::make_unique<LinuxHostNames>();
-    auto windows = std::make_unique<XcbWindowSystem>();
+    WindowObjects windows =
+        windowsForSession(DesktopSession::fromEnvironment(), objects.windowSourceAdvice);
     DialogOwnerSource* dialogOwners = nullptr;
-    if (windows->isAvailable()) {
-        objects.runningApplications = std::make_unique<LinuxRunningApplications>(*windows);
-        dialogOwners = windows.get();
-        objects.windowSystem = std::move(windows);
+    if (windows.windows->isAvailable()) {
+        objects.runningApplications = std::make_unique<LinuxRunningApplications>(*windows.hints);
+        dialogOwners = windows.dialogOwners;
+        objects.windowSystem = std::move(windows.windows);
     }
     onWorker(worker,
              [&objects, dialogOwners] { createAccessibilityObjects(objects, dialogOwners); });
@@ -54,4 +101,14 @@ void releaseWorkerObjects(PlatformObjects& objects, TRSerialQueue* worker) {
         objects.scriptingTargets.reset();
         objects.accessibility.reset();
     });
+}
+
+std::unique_ptr<IdleTimeSource> createIdleTimeSource() {
+    const bool wayland = DesktopSession::fromEnvironment().wayland;
+    if (wayland) {
+        auto compositor = std::make_unique<WaylandIdleTimeSource>();
+        if (compositor->isAvailable()) return compositor;
+    }
+    return std::make_unique<LinuxIdleTimeSource>(QByteArray(), QDBusConnection::sessionBus(),
+                                                 !wayland);
 }

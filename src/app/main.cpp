@@ -109,7 +109,8 @@ int runInspect(int argc, char* argv[]) {
     QCoreApplication::setApplicationVersion(QStringLiteral(VORLIX_VERSION));
     installTranslations(app);
     const PlatformObjects platform = createPlatformObjects();
-    return runInspectCommand(QCoreApplication::arguments().mid(2), platform.context());
+    return runInspectCommand(QCoreApplication::arguments().mid(2), platform.context(),
+                             platform.windowSourceAdvice);
 }
 
 int runProjects(int argc, char* argv[]) {

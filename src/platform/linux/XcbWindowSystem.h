@@ -39,6 +39,7 @@ public:
     XcbWindowSystem& operator=(const XcbWindowSystem&) = delete;
 
     bool isAvailable() const override;
+    QString sourceDescription() const override;
     std::optional<qint32> frontProcessIdentifier() override;
     std::optional<quint64> activeWindow() override;
     std::vector<WindowInfo> windowList() override;
