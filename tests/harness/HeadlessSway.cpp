@@ -85,8 +85,7 @@ bool HeadlessSway::pressShift() const {
     QProcess wtype;
     wtype.setProcessEnvironment(m_environment);
     wtype.start(QStringLiteral("wtype"),
-                {QStringLiteral("-M"), QStringLiteral("shift"), QStringLiteral("-m"),
-                 QStringLiteral("shift")});
+                {QStringLiteral("-k"), QStringLiteral("Shift_L")});
     return wtype.waitForFinished(5000) && wtype.exitCode() == 0;
 }
 

@@ -32,8 +32,9 @@ public:
 
     // One sway command ("[app_id=foot] focus", "exec foot"): true on success.
     bool command(const QString& command) const;
-    // The user presses and releases Shift (in the window in front, through
-    // the compositor's virtual keyboard): input, as far as idleness goes.
+    // The user presses and releases Shift in the window in front, through
+    // the compositor's virtual keyboard (a key, not only a modifier change:
+    // sway counts only keys as input).
     bool pressShift() const;
     // The compositor's window tree, empty on failure.
     QJsonObject tree() const;
