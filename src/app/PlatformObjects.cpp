@@ -2,6 +2,7 @@
 
 #include "platform/linux/AtspiAccessibility.h"
 #include "platform/linux/DesktopSession.h"
+#include "platform/linux/KWinWindowSystem.h"
 #include "platform/linux/LinuxHostNames.h"
 #include "platform/linux/LinuxIdleTimeSource.h"
 #include "platform/linux/LinuxProcessSource.h"
@@ -13,6 +14,8 @@
 #include "tracking/bridge/TRDesktopScriptingTargets.h"
 
 #include <QDBusConnection>
+#include <QStandardPaths>
+#include <optional>
 #include <functional>
 
 #include "app/AppLog.h"
@@ -46,20 +49,32 @@ WindowObjects x11Windows() {
     return objects;
 }
 
-WindowObjects windowsForSession(const DesktopSession& session, QString& advice) {
-    if (session.windowSource() == DesktopSession::WindowSource::Sway) {
-        auto sway = std::make_unique<SwayWindowSystem>(session.swaySocket);
-        if (sway->isAvailable()) {
-            WindowObjects objects;
-            objects.hints = sway.get();
-            objects.windows = std::move(sway);
-            return objects;
-        }
-        advice = QStringLiteral("sway's IPC socket (SWAYSOCK) does not answer; restart the "
-                                "helper from this sway session");
-    } else {
-        advice = session.advice();
+// A Wayland source of ours, or nothing when the session has none that answers.
+template <class Source>
+std::optional<WindowObjects> ifAnswering(std::unique_ptr<Source> source) {
+    if (!source->isAvailable()) return std::nullopt;
+    WindowObjects objects;
+    objects.hints = source.get();
+    objects.windows = std::move(source);
+    return objects;
+}
+
+std::optional<WindowObjects> waylandWindows(const DesktopSession& session) {
+    switch (session.windowSource()) {
+        case DesktopSession::WindowSource::Sway:
+            return ifAnswering(std::make_unique<SwayWindowSystem>(session.swaySocket));
+        case DesktopSession::WindowSource::KWin:
+            return ifAnswering(std::make_unique<KWinWindowSystem>(
+                QDBusConnection::sessionBus(),
+                QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation)));
+        default:
+            return std::nullopt;
     }
+}
+
+WindowObjects windowsForSession(const DesktopSession& session, QString& advice) {
+    if (auto windows = waylandWindows(session)) return std::move(*windows);
+    advice = session.advice();
     if (!advice.isEmpty()) {
         qCWarning(lcApp).noquote()
             << "Wayland session: only windows of X11 programs (XWayland) are seen. To see the "

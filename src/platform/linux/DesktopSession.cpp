@@ -25,18 +25,29 @@ DesktopSession DesktopSession::fromEnvironment(const QProcessEnvironment& enviro
 DesktopSession::WindowSource DesktopSession::windowSource() const {
     if (!wayland) return WindowSource::X11;
     if (!swaySocket.isEmpty()) return WindowSource::Sway;
+    if (desktopIs(desktop, "KDE")) return WindowSource::KWin;
     return WindowSource::WaylandOther;
 }
 
 QString DesktopSession::advice() const {
-    if (windowSource() != WindowSource::WaylandOther) return {};
+    switch (windowSource()) {
+        case WindowSource::X11:
+            return {};
+        case WindowSource::Sway:
+            return QStringLiteral("restart the helper from this sway session (its IPC socket, "
+                                  "SWAYSOCK, does not answer)");
+        case WindowSource::KWin:
+            return QStringLiteral("make sure KWin's scripting is available (org.kde.KWin "
+                                  "/Scripting on the session bus), or log in to Plasma (X11)");
+        case WindowSource::WaylandOther:
+            break;
+    }
     if (desktopIs(desktop, "sway")) {
         return QStringLiteral("start the helper from sway itself (its SWAYSOCK must be set)");
     }
-    if (desktopIs(desktop, "KDE") || desktopIs(desktop, "GNOME")) {
-        return QStringLiteral("log in to an X11 session of this desktop (Plasma or GNOME "
-                              "on Xorg); its Wayland session does not show this helper "
-                              "the front window yet");
+    if (desktopIs(desktop, "GNOME")) {
+        return QStringLiteral("log in to GNOME on Xorg; GNOME on Wayland does not show this "
+                              "helper the front window yet");
     }
     return QStringLiteral("use sway, or log in to an X11 session; this Wayland desktop does "
                           "not show this helper the front window");

@@ -17,6 +17,7 @@ struct DesktopSession final {
     enum class WindowSource {
         X11,           // _NET_ACTIVE_WINDOW from the window manager
         Sway,          // sway's IPC
+        KWin,          // a KWin script on KDE Plasma
         WaylandOther,  // a Wayland desktop without a source of ours: X11 windows only
     };
 
@@ -28,7 +29,8 @@ struct DesktopSession final {
         const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment());
 
     WindowSource windowSource() const;
-    // What a user on this desktop could install or switch on so that native
-    // Wayland windows are seen; empty when nothing is missing.
+    // In a Wayland session, what the user could do when the session's source
+    // does not answer, or (a desktop without one) to see native windows at
+    // all; empty on X11.
     QString advice() const;
 };

@@ -1,0 +1,116 @@
+#include "platform/linux/KWinWindowSystem.h"
+
+#include <QCoreApplication>
+#include <QDBusMessage>
+#include <QFile>
+
+#include "platform/linux/KWinScriptSource.h"
+#include "platform/linux/LinuxPlatformLog.h"
+
+namespace {
+
+const QLatin1String kKWin("org.kde.KWin");
+const QLatin1String kObjectPath("/info/mallowby/VorlixHelper/KWin");
+constexpr int kTimeoutMs = 1000;
+
+QDBusMessage callKWin(QDBusConnection& bus, const QString& path, const char* interface,
+                      const char* method, const QVariantList& arguments = {}) {
+    QDBusMessage message = QDBusMessage::createMethodCall(kKWin, path, QLatin1String(interface),
+                                                          QLatin1String(method));
+    message.setArguments(arguments);
+    return bus.call(message, QDBus::Block, kTimeoutMs);
+}
+
+}  // namespace
+
+KWinWindowSystem::KWinWindowSystem(const QDBusConnection& bus, const QString& scriptFolder)
+    : m_bus(bus),
+      m_scriptFile(scriptFolder + QStringLiteral("/vorlix-kwin-%1.js")
+                                      .arg(QCoreApplication::applicationPid())),
+      m_pluginName(QStringLiteral("vorlix-active-window-%1").arg(QCoreApplication::applicationPid())) {
+    if (!m_bus.isConnected()) return;
+    if (!m_bus.registerObject(kObjectPath, this, QDBusConnection::ExportScriptableSlots)) {
+        qCWarning(lcPlatformLinux) << "KWin: cannot offer the object its script calls";
+        return;
+    }
+    m_loaded = load();
+    if (m_loaded) qCInfo(lcPlatformLinux) << "front window from a KWin script";
+}
+
+bool KWinWindowSystem::load() {
+    QFile file(m_scriptFile);
+    const QByteArray script =
+        QByteArray(kKWinActiveWindowScript).replace("@SERVICE@", m_bus.baseService().toUtf8());
+    if (!file.open(QIODevice::WriteOnly) || file.write(script) != script.size()) return false;
+    file.close();
+    const QDBusMessage loaded = callKWin(m_bus, QStringLiteral("/Scripting"),
+                                         "org.kde.kwin.Scripting", "loadScript",
+                                         {m_scriptFile, m_pluginName});
+    const int id = loaded.arguments().value(0, -1).toInt();
+    if (loaded.type() != QDBusMessage::ReplyMessage || id < 0) {
+        qCInfo(lcPlatformLinux) << "KWin: no scripting service:" << loaded.errorMessage();
+        QFile::remove(m_scriptFile);
+        return false;
+    }
+    // The script object's path: Plasma 6, then Plasma 5.
+    for (const QString& path : {QStringLiteral("/Scripting/Script%1").arg(id),
+                                QStringLiteral("/%1").arg(id)}) {
+        if (callKWin(m_bus, path, "org.kde.kwin.Script", "run").type() ==
+            QDBusMessage::ReplyMessage) {
+            return true;
+        }
+    }
+    qCWarning(lcPlatformLinux) << "KWin: the script was loaded but would not run";
+    callKWin(m_bus, QStringLiteral("/Scripting"), "org.kde.kwin.Scripting", "unloadScript",
+             {m_pluginName});
+    QFile::remove(m_scriptFile);
+    return false;
+}
+
+KWinWindowSystem::~KWinWindowSystem() {
+    if (m_loaded) {
+        callKWin(m_bus, QStringLiteral("/Scripting"), "org.kde.kwin.Scripting", "unloadScript",
+                 {m_pluginName});
+        QFile::remove(m_scriptFile);
+    }
+    m_bus.unregisterObject(kObjectPath);
+}
+
+QString KWinWindowSystem::sourceDescription() const {
+    return QStringLiteral("KWin script (window activations)");
+}
+
+void KWinWindowSystem::WindowActivated(const QString& resourceClass, const QString& caption,
+                                       int pid) {
+    if (pid != m_pid || resourceClass != m_resourceClass) ++m_activations;
+    m_resourceClass = resourceClass;
+    m_caption = caption;
+    m_pid = pid;
+}
+
+std::optional<qint32> KWinWindowSystem::frontProcessIdentifier() {
+    if (!m_loaded || m_pid <= 0) return std::nullopt;
+    return m_pid;
+}
+
+std::optional<quint64> KWinWindowSystem::activeWindow() {
+    if (!m_loaded || m_pid <= 0) return std::nullopt;
+    return m_activations;
+}
+
+std::vector<WindowInfo> KWinWindowSystem::windowList() {
+    if (!m_loaded || m_pid <= 0) return {};
+    WindowInfo front;
+    front.windowId = m_activations;
+    front.ownerProcessIdentifier = m_pid;
+    front.name = m_caption;
+    return {front};
+}
+
+std::optional<WindowHints> KWinWindowSystem::windowHintsForProcess(qint32 processIdentifier) {
+    if (!m_loaded || processIdentifier != m_pid || m_pid <= 0) return std::nullopt;
+    WindowHints hints;
+    hints.instance = m_resourceClass;
+    hints.className = m_resourceClass;
+    return hints;
+}
