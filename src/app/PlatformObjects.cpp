@@ -2,6 +2,7 @@
 
 #include "platform/linux/AtspiAccessibility.h"
 #include "platform/linux/DesktopSession.h"
+#include "platform/linux/GnomeShellWindowSystem.h"
 #include "platform/linux/KWinWindowSystem.h"
 #include "platform/linux/LinuxHostNames.h"
 #include "platform/linux/LinuxIdleTimeSource.h"
@@ -67,6 +68,8 @@ std::optional<WindowObjects> waylandWindows(const DesktopSession& session) {
             return ifAnswering(std::make_unique<KWinWindowSystem>(
                 QDBusConnection::sessionBus(),
                 QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation)));
+        case DesktopSession::WindowSource::GnomeShell:
+            return ifAnswering(std::make_unique<GnomeShellWindowSystem>(QDBusConnection::sessionBus()));
         default:
             return std::nullopt;
     }

@@ -114,7 +114,8 @@ TEST(DesktopSessionTest, ChoosesTheWindowSourceFromTheSession) {
         {"", "wayland-1", "", "/tmp/sway-ipc.sock", Source::Sway},
         {"tty", "wayland-1", "sway", "", Source::WaylandOther},
         {"wayland", "wayland-0", "KDE", "", Source::KWin},
-        {"wayland", "wayland-0", "ubuntu:GNOME", "", Source::WaylandOther},
+        {"wayland", "wayland-0", "ubuntu:GNOME", "", Source::GnomeShell},
+        {"wayland", "wayland-0", "Hyprland", "", Source::WaylandOther},
         {"", "", "", "", Source::X11},
         {"x11", "", "KDE", "", Source::X11},
     };

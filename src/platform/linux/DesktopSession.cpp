@@ -26,6 +26,7 @@ DesktopSession::WindowSource DesktopSession::windowSource() const {
     if (!wayland) return WindowSource::X11;
     if (!swaySocket.isEmpty()) return WindowSource::Sway;
     if (desktopIs(desktop, "KDE")) return WindowSource::KWin;
+    if (desktopIs(desktop, "GNOME")) return WindowSource::GnomeShell;
     return WindowSource::WaylandOther;
 }
 
@@ -39,15 +40,15 @@ QString DesktopSession::advice() const {
         case WindowSource::KWin:
             return QStringLiteral("make sure KWin's scripting is available (org.kde.KWin "
                                   "/Scripting on the session bus), or log in to Plasma (X11)");
+        case WindowSource::GnomeShell:
+            return QStringLiteral("enable the helper's GNOME Shell extension: gnome-extensions "
+                                  "enable vorlix-focused-window@mallowby.info (installed with "
+                                  "the helper; log out and in after installing it)");
         case WindowSource::WaylandOther:
             break;
     }
     if (desktopIs(desktop, "sway")) {
         return QStringLiteral("start the helper from sway itself (its SWAYSOCK must be set)");
-    }
-    if (desktopIs(desktop, "GNOME")) {
-        return QStringLiteral("log in to GNOME on Xorg; GNOME on Wayland does not show this "
-                              "helper the front window yet");
     }
     return QStringLiteral("use sway, or log in to an X11 session; this Wayland desktop does "
                           "not show this helper the front window");

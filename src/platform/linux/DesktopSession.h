@@ -18,6 +18,7 @@ struct DesktopSession final {
         X11,           // _NET_ACTIVE_WINDOW from the window manager
         Sway,          // sway's IPC
         KWin,          // a KWin script on KDE Plasma
+        GnomeShell,    // our GNOME Shell extension
         WaylandOther,  // a Wayland desktop without a source of ours: X11 windows only
     };
 

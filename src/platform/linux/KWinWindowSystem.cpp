@@ -82,35 +82,21 @@ QString KWinWindowSystem::sourceDescription() const {
 
 void KWinWindowSystem::WindowActivated(const QString& resourceClass, const QString& caption,
                                        int pid) {
-    if (pid != m_pid || resourceClass != m_resourceClass) ++m_activations;
-    m_resourceClass = resourceClass;
-    m_caption = caption;
-    m_pid = pid;
+    m_front.report(resourceClass, caption, pid);
 }
 
 std::optional<qint32> KWinWindowSystem::frontProcessIdentifier() {
-    if (!m_loaded || m_pid <= 0) return std::nullopt;
-    return m_pid;
+    return m_loaded ? m_front.processIdentifier() : std::nullopt;
 }
 
 std::optional<quint64> KWinWindowSystem::activeWindow() {
-    if (!m_loaded || m_pid <= 0) return std::nullopt;
-    return m_activations;
+    return m_loaded ? m_front.windowId() : std::nullopt;
 }
 
 std::vector<WindowInfo> KWinWindowSystem::windowList() {
-    if (!m_loaded || m_pid <= 0) return {};
-    WindowInfo front;
-    front.windowId = m_activations;
-    front.ownerProcessIdentifier = m_pid;
-    front.name = m_caption;
-    return {front};
+    return m_loaded ? m_front.windowList() : std::vector<WindowInfo>{};
 }
 
 std::optional<WindowHints> KWinWindowSystem::windowHintsForProcess(qint32 processIdentifier) {
-    if (!m_loaded || processIdentifier != m_pid || m_pid <= 0) return std::nullopt;
-    WindowHints hints;
-    hints.instance = m_resourceClass;
-    hints.className = m_resourceClass;
-    return hints;
+    return m_loaded ? m_front.hintsForProcess(processIdentifier) : std::nullopt;
 }

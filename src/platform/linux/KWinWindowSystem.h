@@ -9,9 +9,8 @@
 // activation and caption change, so nothing is asked once a second. The
 // plugin name carries our pid, so `inspect` can load its own copy beside a
 // running helper. At destruction the script is unloaded and its file
-// removed. KWin knows only the active window: the window list holds it
-// alone. The resource class stands for WM_CLASS in the identity rules; on
-// Wayland it is the application's app_id.
+// removed. The resource class (on Wayland the application's app_id) and
+// the window list follow ReportedFrontWindow's rules.
 //
 // Thread: the thread that created it (the main thread); calls arrive
 // through its event loop. Not copyable.
@@ -21,6 +20,7 @@
 #include <QString>
 
 #include "platform/WindowSystem.h"
+#include "platform/linux/ReportedFrontWindow.h"
 #include "platform/linux/WindowHints.h"
 
 class KWinWindowSystem final : public QObject, public WindowSystem, public WindowHintSource {
@@ -51,8 +51,5 @@ private:
     QString m_scriptFile;
     QString m_pluginName;
     bool m_loaded = false;
-    quint64 m_activations = 0;  // stands in for a window id
-    QString m_resourceClass;
-    QString m_caption;
-    qint32 m_pid = 0;
+    ReportedFrontWindow m_front;
 };
