@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QDBusMessage>
+#include <QDeadlineTimer>
 #include <QFile>
 
 #include "platform/linux/KWinScriptSource.h"
@@ -34,7 +35,14 @@ KWinWindowSystem::KWinWindowSystem(const QDBusConnection& bus, const QString& sc
         return;
     }
     m_loaded = load();
-    if (m_loaded) qCInfo(lcPlatformLinux) << "front window from a KWin script";
+    if (!m_loaded) return;
+    qCInfo(lcPlatformLinux) << "front window from a KWin script";
+    // The script reports the window in front as it starts; wait for that
+    // first call (briefly), so that a single look (`inspect --once`) sees it.
+    QDeadlineTimer deadline(kTimeoutMs);
+    while (!m_heard && !deadline.hasExpired()) {
+        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents, 20);
+    }
 }
 
 bool KWinWindowSystem::load() {
@@ -82,6 +90,7 @@ QString KWinWindowSystem::sourceDescription() const {
 
 void KWinWindowSystem::WindowActivated(const QString& resourceClass, const QString& caption,
                                        int pid) {
+    m_heard = true;
     m_front.report(resourceClass, caption, pid);
 }
 

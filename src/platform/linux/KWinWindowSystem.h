@@ -6,7 +6,8 @@
 // in it, to a file of our own and loaded through org.kde.KWin /Scripting
 // (loadScript, then the script object's run); from then on KWin calls
 // WindowActivated(resource class, caption, pid) on this object at every
-// activation and caption change, so nothing is asked once a second. The
+// activation and caption change, so nothing is asked once a second (the
+// constructor waits up to a second for the script's first call). The
 // plugin name carries our pid, so `inspect` can load its own copy beside a
 // running helper. At destruction the script is unloaded and its file
 // removed. The resource class (on Wayland the application's app_id) and
@@ -51,5 +52,6 @@ private:
     QString m_scriptFile;
     QString m_pluginName;
     bool m_loaded = false;
+    bool m_heard = false;  // the script has called at least once
     ReportedFrontWindow m_front;
 };
