@@ -11,7 +11,6 @@
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
-#include <QJsonDocument>
 #include <QThread>
 #include <algorithm>
 #include <cstdio>
@@ -79,9 +78,7 @@ int main(int argc, char** argv) {
     QCoreApplication application(argc, argv);
     if (!sway->command(QStringLiteral("exec foot -T bench-a sleep 600")) ||
         !sway->command(QStringLiteral("exec foot -T bench-b sleep 600")) ||
-        !DisposableDesktop::waitUntil(
-            [&] { return QJsonDocument(sway->tree()).toJson().count("\"app_id\": \"foot\"") == 2; },
-            20000, 200)) {
+        !sway->waitForWindows(QStringLiteral("foot"), 2, 20000)) {
         std::fprintf(stderr, "foot did not come up\n");
         return 1;
     }

@@ -98,9 +98,9 @@ TEST_F(SwayTrackingTest, RecordsTheWindowInFrontAtEachSwitchAndNothingWhileIdle)
                                      "dontNotifyAboutDisabledAccessibilityAPI=true\n")
                      .isEmpty());
     ASSERT_TRUE(m_sway->command(QStringLiteral("exec foot -T 'Notes on foot' sleep 600")));
-    ASSERT_TRUE(m_sway->waitForWindow(QStringLiteral("foot"), kWindowTimeoutMs));
+    ASSERT_TRUE(m_sway->waitForWindows(QStringLiteral("foot"), 1, kWindowTimeoutMs));
     ASSERT_TRUE(m_sway->command(QStringLiteral("exec xterm -T 'Build in xterm' -e sleep 600")));
-    ASSERT_TRUE(m_sway->waitForWindow(QStringLiteral("XTerm"), kWindowTimeoutMs));
+    ASSERT_TRUE(m_sway->waitForWindows(QStringLiteral("XTerm"), 1, kWindowTimeoutMs));
 
     m_helper = std::make_unique<HelperProcess>(helperEnvironment());
     ASSERT_TRUE(m_helper->waitForOutput(QStringLiteral("tracking started")))

@@ -2,8 +2,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QJsonArray>
-#include <QJsonDocument>
 #include <QProcess>
 
 #include "harness/DisposableDesktop.h"
@@ -11,21 +9,6 @@
 namespace {
 
 constexpr int kStartTimeoutMs = 15000;
-
-std::optional<qint32> pidOfWindow(const QJsonObject& node, const QString& id) {
-    const QString appId = node.value(QLatin1String("app_id")).toString();
-    const QString x11Class =
-        node.value(QLatin1String("window_properties")).toObject().value(QLatin1String("class")).toString();
-    if (node.contains(QLatin1String("pid")) && (appId == id || x11Class == id)) {
-        return qint32(node.value(QLatin1String("pid")).toInteger());
-    }
-    for (const char* key : {"nodes", "floating_nodes"}) {
-        for (const QJsonValue& child : node.value(QLatin1String(key)).toArray()) {
-            if (const auto pid = pidOfWindow(child.toObject(), id)) return pid;
-        }
-    }
-    return std::nullopt;
-}
 
 }  // namespace
 
@@ -89,18 +72,17 @@ bool HeadlessSway::pressShift() const {
     return wtype.waitForFinished(5000) && wtype.exitCode() == 0;
 }
 
-QJsonObject HeadlessSway::tree() const {
-    QByteArray output;
-    m_desktop.run(QStringLiteral("swaymsg"),
-                  {QStringLiteral("-s"), m_environment.value(QStringLiteral("SWAYSOCK")),
-                   QStringLiteral("-r"), QStringLiteral("-t"), QStringLiteral("get_tree")},
-                  &output);
-    return QJsonDocument::fromJson(output).object();
-}
-
-std::optional<qint32> HeadlessSway::waitForWindow(const QString& id, int timeoutMs) const {
-    std::optional<qint32> pid;
-    DisposableDesktop::waitUntil([&] { return (pid = pidOfWindow(tree(), id)).has_value(); },
-                                 timeoutMs, 200);
-    return pid;
+bool HeadlessSway::waitForWindows(const QString& id, int count, int timeoutMs) const {
+    const QByteArray appId = "\"app_id\": \"" + id.toUtf8() + '"';
+    const QByteArray x11Class = "\"class\": \"" + id.toUtf8() + '"';
+    return DisposableDesktop::waitUntil(
+        [&] {
+            QByteArray output;
+            m_desktop.run(QStringLiteral("swaymsg"),
+                          {QStringLiteral("-s"), m_environment.value(QStringLiteral("SWAYSOCK")),
+                           QStringLiteral("-t"), QStringLiteral("get_tree")},
+                          &output);
+            return output.count(appId) + output.count(x11Class) >= count;
+        },
+        timeoutMs, 200);
 }

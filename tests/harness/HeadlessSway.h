@@ -12,11 +12,9 @@
 //
 // Thread: the test's main thread.
 
-#include <QJsonObject>
 #include <QProcessEnvironment>
 #include <QString>
 #include <memory>
-#include <optional>
 
 class DisposableDesktop;
 
@@ -36,11 +34,9 @@ public:
     // the compositor's virtual keyboard (a key, not only a modifier change:
     // sway counts only keys as input).
     bool pressShift() const;
-    // The compositor's window tree, empty on failure.
-    QJsonObject tree() const;
-    // The pid of the first window whose `app_id`, or X11 class under XWayland,
-    // is `id`, waiting for it to appear.
-    std::optional<qint32> waitForWindow(const QString& id, int timeoutMs) const;
+    // Waits until `count` windows whose `app_id`, or X11 class under
+    // XWayland, is `id` are mapped.
+    bool waitForWindows(const QString& id, int count, int timeoutMs) const;
 
 private:
     HeadlessSway(DisposableDesktop& desktop) : m_desktop(desktop) {}
