@@ -88,7 +88,9 @@ TEST(KWinWindowSystemTest, LoadsItsScriptFollowsItsCallsAndUnloadsItAtExit) {
             timer.start();
             while (!arrived() && timer.elapsed() < 5000) QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
             ASSERT_TRUE(arrived());
-            if (to.pid != 0) EXPECT_EQ(windows.windowHintsForProcess(to.pid)->className, QLatin1String(to.resourceClass));
+            if (to.pid != 0) {
+                EXPECT_EQ(windows.windowHintsForProcess(to.pid)->className, QLatin1String(to.resourceClass));
+            }
         }
     }
     EXPECT_TRUE(readAll(log).contains(QStringLiteral("unloadScript vorlix-active-window-")));
