@@ -82,25 +82,3 @@ TEST(TRSettingsTest, SeesAnotherWritersChangeAndWritesItsOwnThrough) {
 }
 
 }  // namespace
-
-// The notices' answers outlive the helper: an empty list (the first launch
-// is over), a one-item list and a date come back from the file as written,
-// and a removed date reads as absent.
-TEST(TRSettingsTest, ListsAndDatesComeBackFromTheFile) {
-    QTemporaryDir dir;
-    const QString path = dir.filePath(QStringLiteral("VorlixHelper.conf"));
-    const QDateTime checked = QDateTime::fromString(QStringLiteral("2026-03-01T12:00:00.250Z"), Qt::ISODateWithMs);
-    {
-        TRSettings writer(path);
-        writer.setValue(TRSettingKey::iNotifyIgnoredNotifications, QStringList());
-        writer.setValue(TRSettingKey::iNotifyViewedNotifications, QStringList{QStringLiteral("c, d")});
-        writer.setValue(TRSettingKey::iNotifyLastChecked, checked);
-        writer.setValue(TRSettingKey::iNotifyLastReminded, checked);
-        writer.removeValue(TRSettingKey::iNotifyLastReminded);
-    }
-    TRSettings reader(path);
-    EXPECT_EQ(reader.snapshot().iNotifyIgnoredNotifications, QStringList());
-    EXPECT_EQ(reader.snapshot().iNotifyViewedNotifications, QStringList{QStringLiteral("c, d")});
-    EXPECT_EQ(reader.snapshot().iNotifyLastChecked, checked);
-    EXPECT_FALSE(reader.snapshot().iNotifyLastReminded);
-}

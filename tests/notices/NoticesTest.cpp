@@ -11,6 +11,8 @@
 #include "core/TRSettings.h"
 #include "notices/iNotify.h"
 
+using namespace Qt::Literals::StringLiterals;
+
 namespace {
 
 struct RecordingPresenter final : iNotifyAlertPresenter {
@@ -24,19 +26,13 @@ struct RecordingPresenter final : iNotifyAlertPresenter {
     std::vector<QUrl> opened;
 };
 
-struct RecordingDelegate final : iNotifyDelegate {
-    void iNotifyNotificationsCheckDidFailWithError(const TRError&) override { ++failures; }
-    int failures = 0;
-};
-
 class NoticesTest : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
         server = new QProcess;
-        server->start(QStringLiteral("python3"),
-                      {QStringLiteral("-u"), QStringLiteral("-m"), QStringLiteral("http.server"),
-                       QStringLiteral("--bind"), QStringLiteral("127.0.0.1"), QStringLiteral("0"),
-                       QStringLiteral("--directory"), QStringLiteral(NOTICES_TEST_DATA)});
+        server->start(u"python3"_s, {u"-u"_s, u"-m"_s, u"http.server"_s, u"--bind"_s,
+                                     u"127.0.0.1"_s, u"0"_s, u"--directory"_s,
+                                     QStringLiteral(NOTICES_TEST_DATA)});
         // "Serving HTTP on 127.0.0.1 port 40123 (http://127.0.0.1:40123/) ..."
         while (!server->canReadLine() && server->waitForReadyRead(10000)) {}
         const QString line = QString::fromUtf8(server->readLine());
@@ -49,27 +45,30 @@ protected:
     }
 
     void SetUp() override {
-        ASSERT_TRUE(baseAddress.startsWith(QStringLiteral("http://127.0.0.1:"))) << baseAddress.toStdString();
-        settings = std::make_unique<TRSettings>(dir.filePath(QStringLiteral("VorlixHelper.conf")));
+        ASSERT_TRUE(baseAddress.startsWith(u"http://127.0.0.1:"_s)) << baseAddress.toStdString();
+        settings = std::make_unique<TRSettings>(dir.filePath(u"VorlixHelper.conf"_s));
         // Past the first launch, never checked.
         settings->setValue(TRSettingKey::iNotifyIgnoredNotifications, QStringList());
         checker = std::make_unique<iNotify>(*settings, [this] { return now; });
         checker->setPresenter(&presenter);
-        checker->setDelegate(&delegate);
-        checker->options().applicationVersion = QStringLiteral("1.0");
+        checker->options().applicationVersion = u"1.0"_s;
     }
 
     void serve(const char* file) {
-        settings->setValue(TRSettingKey::notificationsPlistURL, baseAddress + QString::fromLatin1(file));
+        settings->setValue(TRSettingKey::notificationsPlistURL,
+                           baseAddress + QString::fromLatin1(file));
     }
     void check() {
         QSignalSpy done(checker.get(), &iNotify::notificationsChecked);
         checker->checkForNotifications();
         ASSERT_TRUE(done.wait(20000));
     }
+    TRSettingsSnapshot fromFile() const {
+        return TRSettings(dir.filePath(u"VorlixHelper.conf"_s)).snapshot();
+    }
     QStringList keys() const {
         QStringList found;
-        for (const auto& entry : checker->notificationsDict().value_or(TRNotices())) found << entry.first;
+        for (const auto& [key, notice] : *checker->notificationsDict()) found << key;
         return found;
     }
 
@@ -79,29 +78,28 @@ protected:
     QDateTime now = QDateTime(QDate(2026, 3, 1), QTime(12, 0), Qt::UTC);
     std::unique_ptr<TRSettings> settings;
     RecordingPresenter presenter;
-    RecordingDelegate delegate;
     std::unique_ptr<iNotify> checker;
 };
 
 TEST_F(NoticesTest, ChecksAfterTheFirstLaunchAtMostEveryHalfDayAndADayAfterAReminder) {
-    struct Row {
+    const struct {
         const char* name;
         std::optional<int> hoursSinceCheck, hoursSinceReminder;
         bool expected;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"never checked", {}, {}, true},
         {"11 h after a check", 11, {}, false},
         {"13 h after a check", 13, {}, true},
         {"13 h after a reminder", 48, 13, false},
         {"25 h after a reminder", 1, 25, true},
     };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         settings->removeValue(TRSettingKey::iNotifyLastChecked);
         settings->removeValue(TRSettingKey::iNotifyLastReminded);
         if (row.hoursSinceCheck) {
-            settings->setValue(TRSettingKey::iNotifyLastChecked, now.addSecs(-3600 * *row.hoursSinceCheck));
+            settings->setValue(TRSettingKey::iNotifyLastChecked,
+                               now.addSecs(-3600 * *row.hoursSinceCheck));
         }
         if (row.hoursSinceReminder) {
             settings->setValue(TRSettingKey::iNotifyLastReminded,
@@ -115,11 +113,9 @@ TEST_F(NoticesTest, TheFirstLaunchOnlyNotesItselfUnlessDebugging) {
     settings->removeValue(TRSettingKey::iNotifyIgnoredNotifications);
     checker->options().debug = true;
     EXPECT_TRUE(checker->shouldCheckForNotifications());
-    EXPECT_FALSE(settings->snapshot().iNotifyIgnoredNotifications);
     checker->options().debug = false;
     EXPECT_FALSE(checker->shouldCheckForNotifications());
-    EXPECT_EQ(TRSettings(dir.filePath(QStringLiteral("VorlixHelper.conf"))).snapshot().iNotifyIgnoredNotifications,
-              QStringList());
+    EXPECT_EQ(fromFile().iNotifyIgnoredNotifications, QStringList());
     EXPECT_TRUE(checker->shouldCheckForNotifications());
 }
 
@@ -133,14 +129,14 @@ TEST_F(NoticesTest, ShowsTheNewestNoticeOrTheOldestWhenAsked) {
         ASSERT_EQ(presenter.alerts.size(), 1u);
         const iNotifyAlert& shown = presenter.alerts.front();
         if (oldestFirst) {  // "a": no address, only OK; "%%" in its text is one "%"
-            EXPECT_EQ(shown.informativeText, QStringLiteral("Only 100% private."));
-            EXPECT_EQ(shown.defaultButton, QStringLiteral("OK"));
+            EXPECT_EQ(shown.informativeText, u"Only 100% private."_s);
+            EXPECT_EQ(shown.defaultButton, u"OK"_s);
             EXPECT_TRUE(shown.alternateButton.isEmpty() && shown.otherButton.isEmpty());
         } else {  // "c", after "B" whatever the case
-            EXPECT_EQ(shown.messageText, QStringLiteral("Reports for the last five years"));
-            EXPECT_EQ(shown.defaultButton, QStringLiteral("Read the Notes"));
-            EXPECT_EQ(shown.alternateButton, QStringLiteral("Ignore"));
-            EXPECT_EQ(shown.otherButton, QStringLiteral("Remind Me Later"));
+            EXPECT_EQ(shown.messageText, u"Reports for the last five years"_s);
+            EXPECT_EQ(shown.defaultButton, u"Read the Notes"_s);
+            EXPECT_EQ(shown.alternateButton, u"Ignore"_s);
+            EXPECT_EQ(shown.otherButton, u"Remind Me Later"_s);
         }
         presenter.answer(iNotifyButton::Other);
     }
@@ -150,9 +146,9 @@ TEST_F(NoticesTest, ShowsTheNewestNoticeOrTheOldestWhenAsked) {
 TEST_F(NoticesTest, KeepsOnlyNoticesForThisVersionComparedPieceByPiece) {
     serve("versions.plist");
     const std::pair<const char*, QStringList> rows[] = {
-        {"1.9", {QStringLiteral("up-to-1.9")}},
-        {"1.10", {QStringLiteral("from-1.10")}},
-        {"2.0", {QStringLiteral("from-1.10"), QStringLiteral("from-2.0")}},
+        {"1.9", {u"up-to-1.9"_s}},
+        {"1.10", {u"from-1.10"_s}},
+        {"2.0", {u"from-1.10"_s, u"from-2.0"_s}},
     };
     for (const auto& [version, expected] : rows) {
         SCOPED_TRACE(version);
@@ -168,10 +164,9 @@ TEST_F(NoticesTest, AFailedCheckShowsNothingAndStillWaitsForTheCheckPeriod) {
         SCOPED_TRACE(file);
         serve(file);
         now = now.addDays(1);
-        delegate.failures = 0;
         check();
         EXPECT_FALSE(checker->notificationsDict());
-        EXPECT_EQ(delegate.failures, 1);
+        EXPECT_TRUE(checker->downloadError());
         EXPECT_TRUE(presenter.alerts.empty());
         EXPECT_EQ(settings->snapshot().iNotifyLastChecked, now);
         now = now.addSecs(11 * 3600);
@@ -185,33 +180,30 @@ TEST_F(NoticesTest, NothingIsDownloadedWhileTheAddressIsUnset) {
     EXPECT_FALSE(settings->snapshot().iNotifyLastChecked);
 }
 
+// Read back from the file: the answers outlive the helper.
 TEST_F(NoticesTest, RemembersEachAnswer) {
-    struct Row {
+    const struct {
         iNotifyButton button;
-        const char* viewed;
-        const char* ignored;
+        const char *viewed, *ignored;
         bool reminded;
-        const char* nextShown;  // after the next check
-    };
-    const Row rows[] = {
+        const char* nextShown;  // by the next check
+    } rows[] = {
         {iNotifyButton::Default, "c", "", false, "Middle notice"},
         {iNotifyButton::Alternate, "", "c", false, "Middle notice"},
         {iNotifyButton::Other, "", "", true, "Reports for the last five years"},
     };
     serve("abc.plist");
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         SCOPED_TRACE(static_cast<int>(row.button));
         settings->setValue(TRSettingKey::iNotifyViewedNotifications, QStringList());
         settings->setValue(TRSettingKey::iNotifyIgnoredNotifications, QStringList());
         settings->setValue(TRSettingKey::iNotifyLastReminded, now.addDays(-3));
-        presenter.alerts.clear();
         presenter.opened.clear();
         check();
         presenter.answer(row.button);
-        const TRSettingsSnapshot& state = settings->snapshot();
-        EXPECT_EQ(state.iNotifyViewedNotifications.value_or(QStringList()).join(QLatin1Char(',')),
-                  QString::fromLatin1(row.viewed));
-        EXPECT_EQ(state.iNotifyIgnoredNotifications->join(QLatin1Char(',')), QString::fromLatin1(row.ignored));
+        const TRSettingsSnapshot state = fromFile();
+        EXPECT_EQ(state.iNotifyViewedNotifications->join(u','), QString::fromLatin1(row.viewed));
+        EXPECT_EQ(state.iNotifyIgnoredNotifications->join(u','), QString::fromLatin1(row.ignored));
         EXPECT_EQ(state.iNotifyLastReminded == now, row.reminded);
         EXPECT_EQ(presenter.opened.size(), row.button == iNotifyButton::Default ? 1u : 0u);
         check();
@@ -223,13 +215,13 @@ TEST_F(NoticesTest, RemembersEachAnswer) {
 TEST_F(NoticesTest, DebugBringsViewedNoticesBackOnceAllAreViewed) {
     serve("abc.plist");
     settings->setValue(TRSettingKey::iNotifyViewedNotifications,
-                       QStringList{QStringLiteral("a"), QStringLiteral("B"), QStringLiteral("c")});
+                       QStringList{u"a"_s, u"B"_s, u"c"_s});
     check();
     EXPECT_TRUE(presenter.alerts.empty());
     checker->options().debug = true;
     check();
     ASSERT_EQ(presenter.alerts.size(), 1u);
-    EXPECT_EQ(presenter.alerts.front().messageText, QStringLiteral("Reports for the last five years"));
+    EXPECT_EQ(presenter.alerts.front().messageText, u"Reports for the last five years"_s);
     EXPECT_EQ(settings->snapshot().iNotifyViewedNotifications, QStringList());
 }
 
