@@ -15,8 +15,8 @@ constexpr int kStopPollMs = 100;
 
 namespace TRNoticesDownload {
 
-std::variant<TRNotices, TRError> downloadNotices(const QUrl& address,
-                                                 const std::atomic_bool& stop, int timeoutMs) {
+std::variant<TRNotices, TRError> downloadNotices(const QUrl& address, const std::atomic_bool& stop,
+                                                 int timeoutMs) {
     QNetworkAccessManager network;
     QNetworkRequest request(address);
     request.setAttribute(QNetworkRequest::CacheLoadControlAttribute,

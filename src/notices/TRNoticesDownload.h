@@ -19,8 +19,7 @@ namespace TRNoticesDownload {
 inline constexpr int kDefaultTimeoutMs = 30000;
 
 // The notices, or the download's or the parse's error.
-std::variant<TRNotices, TRError> downloadNotices(const QUrl& address,
-                                                 const std::atomic_bool& stop,
+std::variant<TRNotices, TRError> downloadNotices(const QUrl& address, const std::atomic_bool& stop,
                                                  int timeoutMs = kDefaultTimeoutMs);
 
 }  // namespace TRNoticesDownload

@@ -77,10 +77,12 @@ int compareVersions(const QString& left, const QString& right) {
 }
 
 bool isForVersion(const TRNotice& notice, const QString& applicationVersion) {
-    if (!notice.minVersion.isEmpty() && compareVersions(notice.minVersion, applicationVersion) > 0) {
+    if (!notice.minVersion.isEmpty() &&
+        compareVersions(notice.minVersion, applicationVersion) > 0) {
         return false;
     }
-    return notice.maxVersion.isEmpty() || compareVersions(notice.maxVersion, applicationVersion) >= 0;
+    return notice.maxVersion.isEmpty() ||
+           compareVersions(notice.maxVersion, applicationVersion) >= 0;
 }
 
 std::optional<QString> chosenKey(const TRNotices& notices, bool oldestFirst) {

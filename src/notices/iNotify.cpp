@@ -70,7 +70,8 @@ void iNotify::checkForNotifications() {
         // Handed over as a typed call; Qt drops it if the checker is gone
         // before the main thread gets to it.
         QMetaObject::invokeMethod(
-            this, [this, result = std::move(result)]() mutable { checkDidFinish(std::move(result)); },
+            this,
+            [this, result = std::move(result)]() mutable { checkDidFinish(std::move(result)); },
             Qt::QueuedConnection);
     });
 }
@@ -139,13 +140,14 @@ iNotifyAlert iNotify::alertForNotice(const TRNotice& notice) const {
     iNotifyAlert alert;
     alert.messageText = notice.title;
     // The message is a format without arguments: only "%%" means something.
-    alert.informativeText = QString(notice.message).replace(QStringLiteral("%%"), QStringLiteral("%"));
+    alert.informativeText =
+        QString(notice.message).replace(QStringLiteral("%%"), QStringLiteral("%"));
     if (notice.actionURL.isEmpty()) {
         alert.defaultButton = m_options.okButtonLabel;
         return alert;
     }
-    alert.defaultButton = notice.actionButton.isEmpty() ? m_options.defaultActionButtonLabel
-                                                        : notice.actionButton;
+    alert.defaultButton =
+        notice.actionButton.isEmpty() ? m_options.defaultActionButtonLabel : notice.actionButton;
     alert.alternateButton = m_options.ignoreButtonLabel;
     alert.otherButton = m_options.remindButtonLabel;
     return alert;
@@ -160,23 +162,23 @@ void iNotify::alertDidEnd(iNotifyButton button) {
     const TRNotice notice = m_notifications->at(*key);
     iNotifyDelegate& delegate = m_delegate ? *m_delegate : m_noDelegate;
     switch (button) {
-    case iNotifyButton::Default:
-        setNotificationViewed(*key);
-        m_settings.removeValue(TRSettingKey::iNotifyLastReminded);
-        if (!notice.actionURL.isEmpty()) {
-            delegate.iNotifyUserDidViewActionURLForNotificationWithKey(*key, notice);
-            if (m_presenter) m_presenter->openURL(QUrl(notice.actionURL));
-        }
-        break;
-    case iNotifyButton::Alternate:
-        delegate.iNotifyUserDidIgnoreNotificationWithKey(*key, notice);
-        setNotificationIgnored(*key);
-        m_settings.removeValue(TRSettingKey::iNotifyLastReminded);
-        break;
-    case iNotifyButton::Other:
-        delegate.iNotifyUserDidRequestReminderForNotificationWithKey(*key, notice);
-        m_settings.setValue(TRSettingKey::iNotifyLastReminded, m_now());
-        break;
+        case iNotifyButton::Default:
+            setNotificationViewed(*key);
+            m_settings.removeValue(TRSettingKey::iNotifyLastReminded);
+            if (!notice.actionURL.isEmpty()) {
+                delegate.iNotifyUserDidViewActionURLForNotificationWithKey(*key, notice);
+                if (m_presenter) m_presenter->openURL(QUrl(notice.actionURL));
+            }
+            break;
+        case iNotifyButton::Alternate:
+            delegate.iNotifyUserDidIgnoreNotificationWithKey(*key, notice);
+            setNotificationIgnored(*key);
+            m_settings.removeValue(TRSettingKey::iNotifyLastReminded);
+            break;
+        case iNotifyButton::Other:
+            delegate.iNotifyUserDidRequestReminderForNotificationWithKey(*key, notice);
+            m_settings.setValue(TRSettingKey::iNotifyLastReminded, m_now());
+            break;
     }
 }
 

@@ -18,8 +18,8 @@
 
 #include <QObject>
 #include <QString>
-#include <QUrl>
 #include <QThreadPool>
+#include <QUrl>
 #include <atomic>
 #include <functional>
 #include <optional>
@@ -27,7 +27,6 @@
 #include "core/TRError.h"
 #include "core/TRSettings.h"
 #include "notices/TRNoticesList.h"
-
 
 struct iNotifyOptions final {
     QString applicationVersion;  // default: the application's version

@@ -67,5 +67,6 @@ void TRNoticeAlert::presentAlert(const iNotifyAlert& alert,
 }
 
 void TRNoticeAlert::openURL(const QUrl& address) {
-    if (!QDesktopServices::openUrl(address)) qCInfo(lcUi) << "no program to open the notice's address";
+    if (!QDesktopServices::openUrl(address))
+        qCInfo(lcUi) << "no program to open the notice's address";
 }

@@ -14,7 +14,6 @@
 
 #include "notices/iNotify.h"
 
-
 class QWidget;
 
 class TRNoticeAlert final : public iNotifyAlertPresenter {

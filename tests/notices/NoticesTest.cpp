@@ -30,11 +30,12 @@ class NoticesTest : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
         server = new QProcess;
-        server->start(u"python3"_s, {u"-u"_s, u"-m"_s, u"http.server"_s, u"--bind"_s,
-                                     u"127.0.0.1"_s, u"0"_s, u"--directory"_s,
-                                     QStringLiteral(NOTICES_TEST_DATA)});
+        server->start(u"python3"_s,
+                      {u"-u"_s, u"-m"_s, u"http.server"_s, u"--bind"_s, u"127.0.0.1"_s, u"0"_s,
+                       u"--directory"_s, QStringLiteral(NOTICES_TEST_DATA)});
         // "Serving HTTP on 127.0.0.1 port 40123 (http://127.0.0.1:40123/) ..."
-        while (!server->canReadLine() && server->waitForReadyRead(10000)) {}
+        while (!server->canReadLine() && server->waitForReadyRead(10000)) {
+        }
         const QString line = QString::fromUtf8(server->readLine());
         baseAddress = line.section(QLatin1Char('('), 1).section(QLatin1Char(')'), 0, 0);
     }
@@ -81,63 +82,54 @@ protected:
     std::unique_ptr<iNotify> checker;
 };
 
+// Rows run in order on one settings file: the first launch leaves its mark.
 TEST_F(NoticesTest, ChecksAfterTheFirstLaunchAtMostEveryHalfDayAndADayAfterAReminder) {
     const struct {
         const char* name;
         std::optional<int> hoursSinceCheck, hoursSinceReminder;
         bool expected;
     } rows[] = {
-        {"never checked", {}, {}, true},
-        {"11 h after a check", 11, {}, false},
-        {"13 h after a check", 13, {}, true},
-        {"13 h after a reminder", 48, 13, false},
-        {"25 h after a reminder", 1, 25, true},
+        {"first launch", {}, {}, false},          {"second launch, never checked", {}, {}, true},
+        {"11 h after a check", 11, {}, false},    {"13 h after a check", 13, {}, true},
+        {"13 h after a reminder", 48, 13, false}, {"25 h after a reminder", 1, 25, true},
     };
+    settings->removeValue(TRSettingKey::iNotifyIgnoredNotifications);
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         settings->removeValue(TRSettingKey::iNotifyLastChecked);
         settings->removeValue(TRSettingKey::iNotifyLastReminded);
-        if (row.hoursSinceCheck) {
-            settings->setValue(TRSettingKey::iNotifyLastChecked,
-                               now.addSecs(-3600 * *row.hoursSinceCheck));
-        }
-        if (row.hoursSinceReminder) {
-            settings->setValue(TRSettingKey::iNotifyLastReminded,
-                               now.addSecs(-3600 * *row.hoursSinceReminder));
+        for (const auto& [key, hours] :
+             {std::pair{TRSettingKey::iNotifyLastChecked, row.hoursSinceCheck},
+              {TRSettingKey::iNotifyLastReminded, row.hoursSinceReminder}}) {
+            if (hours) settings->setValue(key, now.addSecs(-3600 * *hours));
         }
         EXPECT_EQ(checker->shouldCheckForNotifications(), row.expected);
+        EXPECT_EQ(fromFile().iNotifyIgnoredNotifications, QStringList());
     }
 }
 
-TEST_F(NoticesTest, TheFirstLaunchOnlyNotesItselfUnlessDebugging) {
-    settings->removeValue(TRSettingKey::iNotifyIgnoredNotifications);
-    checker->options().debug = true;
-    EXPECT_TRUE(checker->shouldCheckForNotifications());
-    checker->options().debug = false;
-    EXPECT_FALSE(checker->shouldCheckForNotifications());
-    EXPECT_EQ(fromFile().iNotifyIgnoredNotifications, QStringList());
-    EXPECT_TRUE(checker->shouldCheckForNotifications());
-}
-
+// "c" comes after "B" whatever the case; "a" has no address, so only OK,
+// and "%%" in its text is one "%".
 TEST_F(NoticesTest, ShowsTheNewestNoticeOrTheOldestWhenAsked) {
+    const struct {
+        bool oldestFirst;
+        QString informativeText, defaultButton, alternateButton, otherButton;
+    } rows[] = {
+        {false, u"Vorlix 0.2 prints where your time went by project, as a tree, CSV or JSON."_s,
+         u"Read the Notes"_s, u"Ignore"_s, u"Remind Me Later"_s},
+        {true, u"Only 100% private."_s, u"OK"_s, {}, {}},
+    };
     serve("abc.plist");
-    for (const bool oldestFirst : {false, true}) {
-        SCOPED_TRACE(oldestFirst ? "oldest first" : "newest first");
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.oldestFirst ? "oldest first" : "newest first");
         presenter.alerts.clear();
-        checker->options().showOldestFirst = oldestFirst;
+        checker->options().showOldestFirst = row.oldestFirst;
         check();
         ASSERT_EQ(presenter.alerts.size(), 1u);
         const iNotifyAlert& shown = presenter.alerts.front();
-        if (oldestFirst) {  // "a": no address, only OK; "%%" in its text is one "%"
-            EXPECT_EQ(shown.informativeText, u"Only 100% private."_s);
-            EXPECT_EQ(shown.defaultButton, u"OK"_s);
-            EXPECT_TRUE(shown.alternateButton.isEmpty() && shown.otherButton.isEmpty());
-        } else {  // "c", after "B" whatever the case
-            EXPECT_EQ(shown.messageText, u"Reports for the last five years"_s);
-            EXPECT_EQ(shown.defaultButton, u"Read the Notes"_s);
-            EXPECT_EQ(shown.alternateButton, u"Ignore"_s);
-            EXPECT_EQ(shown.otherButton, u"Remind Me Later"_s);
-        }
+        EXPECT_EQ(shown.informativeText, row.informativeText);
+        EXPECT_EQ(QStringList({shown.defaultButton, shown.alternateButton, shown.otherButton}),
+                  QStringList({row.defaultButton, row.alternateButton, row.otherButton}));
         presenter.answer(iNotifyButton::Other);
     }
     EXPECT_EQ(settings->snapshot().iNotifyLastChecked, now);
