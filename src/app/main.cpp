@@ -26,6 +26,7 @@
 #include "app/InspectCommand.h"
 #include "app/PlatformObjects.h"
 #include "app/ProjectsCommand.h"
+#include "app/ReportCommand.h"
 #include "app/SingleInstance.h"
 #include "store/activity/TRActivityStore.h"
 #include "store/project/TRProjectStore.h"
@@ -59,6 +60,10 @@ void parseCommandLine(QCoreApplication& app) {
         QStringLiteral("projects"),
         QStringLiteral("List, create and change projects and the blacklist (projects --help)."),
         QStringLiteral("[projects ...]"));
+    parser.addPositionalArgument(
+        QStringLiteral("report"),
+        QStringLiteral("Show where the time went: today, a week, a month (report --help)."),
+        QStringLiteral("[report ...]"));
     parser.process(app);
     if (!parser.positionalArguments().isEmpty()) {
         std::fprintf(stderr, "vorlix-helper: unknown command '%s'\nTry 'vorlix-helper --help'.\n",
@@ -123,12 +128,22 @@ int runProjects(int argc, char* argv[]) {
     return runProjectsCommand(QCoreApplication::arguments().mid(2));
 }
 
+// Reads the stores only: no folder migrated, nothing created.
+int runReport(int argc, char* argv[]) {
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("vorlix-helper"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(VORLIX_VERSION));
+    installTranslations(app);
+    return runReportCommand(QCoreApplication::arguments().mid(2));
+}
+
 }  // namespace
 
 int main(int argc, char* argv[]) {
     TRExceptionHandler::install();
     if (argc > 1 && std::strcmp(argv[1], "inspect") == 0) return runInspect(argc, argv);
     if (argc > 1 && std::strcmp(argv[1], "projects") == 0) return runProjects(argc, argv);
+    if (argc > 1 && std::strcmp(argv[1], "report") == 0) return runReport(argc, argv);
 
     const bool hasDisplay = chooseDisplay();
     QApplication app(argc, argv);
