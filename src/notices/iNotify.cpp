@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QPointer>
+#include <algorithm>
 
 #include "notices/NoticesLog.h"
 #include "notices/TRNoticesDownload.h"
@@ -22,12 +23,11 @@ iNotify::iNotify(TRSettings& settings, std::function<QDateTime()> now, QObject* 
         localizedStringForKey(QT_TRANSLATE_NOOP("iNotify", "Remind Me Later"));
     m_options.defaultActionButtonLabel =
         localizedStringForKey(QT_TRANSLATE_NOOP("iNotify", "More Info"));
-    m_background.setMaxThreadCount(1);
 }
 
 iNotify::~iNotify() {
     m_stopping = true;
-    m_background.waitForDone();
+    for (std::thread& check : m_checks) check.join();
 }
 
 QString iNotify::localizedStringForKey(const char* key) {
@@ -65,15 +65,40 @@ bool iNotify::shouldCheckForNotifications() {
 void iNotify::checkForNotifications() {
     const QUrl address(m_settings.snapshot().notificationsPlistURL);
     if (address.isEmpty()) return;
-    m_background.start([this, address] {
+    m_checks.emplace_back([this, address] {
+        const std::lock_guard oneAtATime(m_checkMutex);
         auto result = TRNoticesDownload::downloadNotices(address, m_stopping);
-        // Handed over as a typed call; Qt drops it if the checker is gone
-        // before the main thread gets to it.
+        {
+            const std::lock_guard lock(m_resultsMutex);
+            m_results.push_back({std::this_thread::get_id(), std::move(result)});
+        }
+        // The result crosses on our own mutex, which ThreadSanitizer follows;
+        // the typed call only wakes the main thread, and Qt drops it if the
+        // checker is gone first.
         QMetaObject::invokeMethod(
-            this,
-            [this, result = std::move(result)]() mutable { checkDidFinish(std::move(result)); },
-            Qt::QueuedConnection);
+            this, [this] { deliverResults(); }, Qt::QueuedConnection);
     });
+}
+
+void iNotify::deliverResults() {
+    for (;;) {
+        std::optional<CheckResult> next;
+        {
+            const std::lock_guard lock(m_resultsMutex);
+            if (m_results.empty()) return;
+            next = std::move(m_results.front());
+            m_results.pop_front();
+        }
+        // Its thread has nothing left to do but return.
+        const auto finished = std::find_if(m_checks.begin(), m_checks.end(), [&](const auto& t) {
+            return t.get_id() == next->thread;
+        });
+        if (finished != m_checks.end()) {
+            finished->join();
+            m_checks.erase(finished);
+        }
+        checkDidFinish(std::move(next->result));
+    }
 }
 
 void iNotify::checkDidFinish(std::variant<TRNotices, TRError> result) {

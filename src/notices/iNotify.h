@@ -18,11 +18,15 @@
 
 #include <QObject>
 #include <QString>
-#include <QThreadPool>
 #include <QUrl>
 #include <atomic>
+#include <deque>
 #include <functional>
+#include <list>
+#include <mutex>
 #include <optional>
+#include <thread>
+#include <variant>
 
 #include "core/TRError.h"
 #include "core/TRSettings.h"
@@ -119,6 +123,7 @@ Q_SIGNALS:
 
 private:
     void setNotificationsDict(std::optional<TRNotices> notices);
+    void deliverResults();
     void checkDidFinish(std::variant<TRNotices, TRError> result);
     void downloadedNotificationsData();
     iNotifyAlert alertForNotice(const TRNotice& notice) const;
@@ -135,7 +140,15 @@ private:
     std::optional<TRNotices> m_notifications;
     std::optional<TRError> m_downloadError;
     bool m_alertVisible = false;
+    // One thread per check, serialised by m_checkMutex; each leaves its
+    // result in m_results and is joined once the main thread took it.
+    struct CheckResult {
+        std::thread::id thread;
+        std::variant<TRNotices, TRError> result;
+    };
     std::atomic_bool m_stopping = false;
-    // One thread: checks run one after the other, as under one lock.
-    QThreadPool m_background;
+    std::mutex m_checkMutex;
+    std::mutex m_resultsMutex;
+    std::deque<CheckResult> m_results;
+    std::list<std::thread> m_checks;
 };
