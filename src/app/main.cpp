@@ -37,6 +37,7 @@
 #include "platform/linux/InotifyFolderEventStream.h"
 #include "platform/linux/XcbWindowSystem.h"
 #include "platform/linux/XdgAutostartLoginItems.h"
+#include "notices/iNotify.h"
 #include "ui/TRHelperAppDelegate.h"
 
 Q_LOGGING_CATEGORY(lcApp, "vorlix.app", QtInfoMsg)
@@ -222,6 +223,10 @@ int main(int argc, char* argv[]) {
         if (accessibility != nullptr) accessibility->enable();
     };
     face.askStartupQuestions = hasDisplay;
+    // Notices need someone to read them: none without a display.
+    std::unique_ptr<iNotify> notices;
+    if (hasDisplay) notices = std::make_unique<iNotify>(*wiring->settings);
+    face.notices = notices.get();
     TRHelperAppDelegate delegate(std::move(face));
     wiring->statusMenu->setTarget(&delegate);
     QObject::connect(&app, &QCoreApplication::aboutToQuit, &app,
