@@ -71,14 +71,9 @@ QList<qint32> LinuxProcessSource::children(qint32 processIdentifier) {
 qint32 LinuxProcessSource::foregroundProcess(qint32 processIdentifier) {
     if (processIdentifier <= 0) return 0;
     const QByteArray stat = readSmallFile(path(processIdentifier, "stat"));
-    // The command name may hold spaces and parentheses: fields count from
-    // the last ')'. tpgid is field 8; the state (field 3) is the first after it.
-    const qsizetype close = stat.lastIndexOf(')');
-    if (close < 0) return 0;
-    const QList<QByteArray> fields = stat.mid(close + 2).split(' ');
-    if (fields.size() < 6) return 0;
+    // tpgid, the terminal's foreground process group, is field 8.
     bool ok = false;
-    const qint32 group = fields[5].toInt(&ok);
+    const qint32 group = ProcessIdentity::statField(stat, 8).toInt(&ok);
     return ok && group > 0 ? group : 0;
 }
 
@@ -87,12 +82,8 @@ qint32 LinuxProcessSource::foregroundProcess(qint32 processIdentifier) {
 std::optional<double> LinuxProcessSource::secondsRunning(qint32 processIdentifier) {
     if (processIdentifier <= 0) return std::nullopt;
     const QByteArray stat = readSmallFile(path(processIdentifier, "stat"));
-    const qsizetype close = stat.lastIndexOf(')');
-    if (close < 0) return std::nullopt;
-    const QList<QByteArray> fields = stat.mid(close + 2).split(' ');
-    if (fields.size() < 20) return std::nullopt;
     bool ok = false;
-    const double startTicks = fields[19].toDouble(&ok);
+    const double startTicks = ProcessIdentity::statField(stat, 22).toDouble(&ok);
     const long ticksPerSecond = sysconf(_SC_CLK_TCK);
     if (!ok || ticksPerSecond <= 0) return std::nullopt;
     const QByteArray uptime = readSmallFile(m_procRoot + QStringLiteral("/uptime"));

@@ -124,16 +124,25 @@ bool isZombieStat(const QByteArray& stat) {
 }
 
 quint64 startTimeFromStat(const QByteArray& stat) {
-    // The command name (field 2) may hold blanks and parentheses: count
-    // fields from the last ')'.
-    const qsizetype close = stat.lastIndexOf(')');
-    if (close < 0) return 0;
-    const QList<QByteArray> fields = stat.mid(close + 2).split(' ');
-    constexpr qsizetype kStartTimeAfterComm = 22 - 3;  // field 3 is fields[0]
-    if (fields.size() <= kStartTimeAfterComm) return 0;
     bool ok = false;
-    const quint64 value = fields.at(kStartTimeAfterComm).toULongLong(&ok);
+    const quint64 value = statField(stat, 22).toULongLong(&ok);
     return ok ? value : 0;
+}
+
+// The command name (field 2) may hold blanks and parentheses: fields count
+// from the last ')', whose next field is the third. Read once or more a
+// tick: a scan, where splitting the line cost a list of 50 copies.
+QByteArrayView statField(const QByteArray& stat, int number) {
+    const qsizetype close = stat.lastIndexOf(')');
+    if (close < 0 || number < 3) return {};
+    qsizetype start = close + 2;
+    for (int field = 3; field < number && start > 0; ++field) {
+        start = stat.indexOf(' ', start) + 1;
+    }
+    if (start <= 0 || start >= stat.size()) return {};
+    qsizetype end = stat.indexOf(' ', start);
+    if (end < 0) end = stat.size();
+    return QByteArrayView(stat).sliced(start, end - start).trimmed();
 }
 
 }  // namespace ProcessIdentity

@@ -9,6 +9,7 @@
 // Plain values and pure functions; any thread.
 
 #include <QByteArray>
+#include <QByteArrayView>
 #include <QString>
 
 struct ProcessFacts final {
@@ -42,5 +43,8 @@ QString scopeIdFromCgroup(const QByteArray& cgroup);
 bool isZombieStat(const QByteArray& stat);
 // Field 22 of /proc/PID/stat; 0 when malformed.
 quint64 startTimeFromStat(const QByteArray& stat);
+// Field `number` (counted from 1, at least 3) of /proc/PID/stat, found
+// without splitting the line; empty when malformed.
+QByteArrayView statField(const QByteArray& stat, int number);
 
 }  // namespace ProcessIdentity

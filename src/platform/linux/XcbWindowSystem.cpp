@@ -123,6 +123,9 @@ struct XcbWindowSystem::Private final {
     xcb_window_t root = XCB_NONE;
     std::array<xcb_atom_t, kAtomCount> atoms{};
     bool hasResourceExtension = false;
+    // What frontProcessIdentifier found last (main thread only).
+    xcb_window_t lastFrontWindow = XCB_NONE;
+    qint32 lastFrontPid = 0;
 
     bool connect(const QByteArray& displayName);
     xcb_get_property_cookie_t get(xcb_window_t w, xcb_atom_t property, xcb_atom_t type,
@@ -239,11 +242,20 @@ std::optional<quint64> XcbWindowSystem::activeWindow() {
 }
 
 std::optional<qint32> XcbWindowSystem::frontProcessIdentifier() {
+    d->lastFrontWindow = XCB_NONE;
+    d->lastFrontPid = 0;
     const std::optional<quint64> window = activeWindow();
     if (!window) return std::nullopt;
     const qint32 pid = d->pidOf(xcb_window_t(*window));
     if (pid <= 0) return std::nullopt;
+    d->lastFrontWindow = xcb_window_t(*window);
+    d->lastFrontPid = pid;
     return pid;
+}
+
+std::optional<quint64> XcbWindowSystem::lastFrontWindowOf(qint32 processIdentifier) {
+    if (d->lastFrontWindow == XCB_NONE || d->lastFrontPid != processIdentifier) return std::nullopt;
+    return d->lastFrontWindow;
 }
 
 std::optional<XcbWindowSystem::FrontWindow> XcbWindowSystem::frontWindow() {

@@ -43,6 +43,7 @@ public:
     std::optional<quint64> activeWindow() override;
     std::vector<WindowInfo> windowList() override;
     std::optional<WindowHints> windowHintsForProcess(qint32 processIdentifier) override;
+    std::optional<quint64> lastFrontWindowOf(qint32 processIdentifier) override;
 
     // One look at the front window: id, process, name and WM_CLASS in two
     // round trips. nullopt when no window is active.
