@@ -1,9 +1,9 @@
-#include <QFile>
 #include <algorithm>
 #include <QLoggingCategory>
 #include <deque>
 
 #include "platform/linux/AtspiSession.h"
+#include "platform/linux/ProcessFacts.h"
 
 Q_DECLARE_LOGGING_CATEGORY(lcAtspi)
 
@@ -36,14 +36,11 @@ bool AtspiApplicationState::checkNotStopped() {
     constexpr qint64 kRecheckAfterMs = 50;
     if (stopCheckedAt.isValid() && stopCheckedAt.elapsed() < kRecheckAfterMs) return responsive();
     stopCheckedAt.start();
-    QFile stat(QStringLiteral("/proc/%1/stat").arg(processIdentifier));
-    char state = '?';
-    if (stat.open(QIODevice::ReadOnly)) {
-        const QByteArray text = stat.read(512);
-        const qsizetype close = text.lastIndexOf(')');
-        if (close >= 0 && close + 2 < text.size()) state = text.at(close + 2);
-    }
-    backoff.noteStopped(state == 'T' || state == 't');
+    const QByteArray stat = ProcFiles::read(QStringLiteral("/proc/") +
+                                            QString::number(processIdentifier) +
+                                            QStringLiteral("/stat"));
+    const QByteArrayView state = ProcessIdentity::statField(stat, 3);
+    backoff.noteStopped(state == "T" || state == "t");
     return responsive();
 }
 

@@ -1,15 +1,20 @@
 #include "platform/linux/ProcessFacts.h"
 
 #include <QFile>
-#include <QFileInfo>
 #include <QList>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
 
 namespace {
 
 QByteArray readSmallFile(const QString& path) {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) return {};
-    return file.read(64 * 1024);
+    return ProcFiles::read(path);
 }
 
 // The last path component of every cgroup line ("N:controllers:/path").
@@ -66,12 +71,51 @@ ProcessFacts ProcessFacts::read(qint32 processIdentifier, const QString& procRoo
     ProcessFacts facts = readLiveness(processIdentifier, procRoot);
     if (!facts.exists) return facts;
     const QString dir = procRoot + QLatin1Char('/') + QString::number(processIdentifier);
-    const QString exe = QFileInfo(dir + QStringLiteral("/exe")).symLinkTarget();
+    const QString exe = ProcFiles::linkTarget(dir + QStringLiteral("/exe"));
     if (!exe.isEmpty()) facts.executablePath = exe;
     facts.cgroup = readSmallFile(dir + QStringLiteral("/cgroup"));
     facts.flatpakInfo = readSmallFile(dir + QStringLiteral("/root/.flatpak-info"));
     return facts;
 }
+
+namespace ProcFiles {
+
+QByteArray read(const QString& path) {
+    constexpr qsizetype kLimit = 64 * 1024;
+    const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return {};
+    QByteArray text;
+    char buffer[4096];
+    while (text.size() < kLimit) {
+        const ssize_t got = ::read(fd, buffer, sizeof buffer);
+        if (got < 0 && errno == EINTR) continue;
+        if (got <= 0) break;
+        text.append(buffer, std::min<qsizetype>(got, kLimit - text.size()));
+    }
+    ::close(fd);
+    return text;
+}
+
+QString linkTarget(const QString& path) {
+    char buffer[PATH_MAX];
+    const ssize_t length = ::readlink(QFile::encodeName(path).constData(), buffer, sizeof buffer);
+    if (length <= 0 || size_t(length) >= sizeof buffer) return {};
+    return QFile::decodeName(QByteArray(buffer, length));
+}
+
+QList<QByteArray> folderEntries(const QString& path) {
+    QList<QByteArray> names;
+    DIR* folder = ::opendir(QFile::encodeName(path).constData());
+    if (folder == nullptr) return names;
+    while (const dirent* entry = ::readdir(folder)) {
+        const QByteArray name(entry->d_name);
+        if (name != "." && name != "..") names.append(name);
+    }
+    ::closedir(folder);
+    return names;
+}
+
+}  // namespace ProcFiles
 
 namespace ProcessIdentity {
 

@@ -10,6 +10,7 @@
 
 #include <QByteArray>
 #include <QByteArrayView>
+#include <QList>
 #include <QString>
 
 struct ProcessFacts final {
@@ -27,6 +28,17 @@ struct ProcessFacts final {
     static ProcessFacts readLiveness(qint32 processIdentifier,
                                      const QString& procRoot = QStringLiteral("/proc"));
 };
+
+// Plain reads of /proc, a few a tick: one open, read and close each, where
+// QFile and QFileInfo add two or three stat calls per file.
+namespace ProcFiles {
+// At most 64 KiB of the file; empty when it cannot be read.
+QByteArray read(const QString& path);
+// The target of a symbolic link (/proc/PID/exe, cwd); empty when unreadable.
+QString linkTarget(const QString& path);
+// The names in a folder, without "." and "..".
+QList<QByteArray> folderEntries(const QString& path);
+}  // namespace ProcFiles
 
 namespace ProcessIdentity {
 
