@@ -22,8 +22,11 @@
 
 class AnswerBackoff final {
 public:
-    // The pause after the first, second and any further timeout in a row.
-    static constexpr std::array<qint64, 3> kPausesMs = {500, 5000, 30000};
+    // The pause after the first, second, ... and any further timeout in a
+    // row: half a minute only once an application has not answered for more
+    // than half a minute, so one that is busy for a few seconds (starting,
+    // on a loaded machine) is asked again soon.
+    static constexpr std::array<qint64, 5> kPausesMs = {500, 5000, 10000, 20000, 30000};
 
     // Whether the application may be asked at `nowMs`.
     bool mayAsk(qint64 nowMs) const {

@@ -13,13 +13,13 @@ Q_LOGGING_CATEGORY(lcAtspi, "vorlix.platform.linux.atspi", QtInfoMsg)
 namespace {
 
 constexpr int kCallTimeoutMs = 250;
-// A process without an application is looked for again when the registry
-// announces a change of the list, else (the announcements cannot be
-// watched) after kMissRetryMs; kMissRecheckMs is the safety net.
+// A process without an application is looked for again after a change on
+// the accessibility bus (below), for kSettleMs after it every kMissRetryMs,
+// since an application registers a moment after it connects; else (the bus
+// cannot be watched) every kMissRetryMs. kMissRecheckMs is the safety net.
 constexpr qint64 kMissRetryMs = 2000;
+constexpr qint64 kSettleMs = 10000;
 constexpr qint64 kMissRecheckMs = 30000;
-constexpr char kRootPath[] = "/org/a11y/atspi/accessible/root";
-constexpr char kObjectEventInterface[] = "org.a11y.atspi.Event.Object";
 constexpr int kMaxDrainIterations = 64;
 
 const QString kBusService = QStringLiteral("org.a11y.Bus");
@@ -31,14 +31,15 @@ bool processExists(qint32 processIdentifier) {
     return QFileInfo::exists(QStringLiteral("/proc/%1").arg(processIdentifier));
 }
 
-// libatspi listens for every ChildrenChanged signal already (for its
-// caches); this filter only counts the registry's, sent on the desktop when
-// an application joins or leaves. An application's own root shares the path
-// and counts too, which costs at most a needless look.
+// An application joining the accessibility bus first connects to it: the
+// bus announces the new connection (NameOwnerChanged), and libatspi, which
+// asks for these announcements itself, passes them on to later filters. (It
+// keeps the registry's ChildrenChanged on the desktop to itself.)
 DBusHandlerResult countApplicationListChanges(DBusConnection*, DBusMessage* message, void* data) {
-    if (dbus_message_is_signal(message, kObjectEventInterface, "ChildrenChanged") &&
-        dbus_message_has_path(message, kRootPath)) {
-        ++static_cast<AtspiAccessibilityProvider::Session*>(data)->listGeneration;
+    if (dbus_message_is_signal(message, "org.freedesktop.DBus", "NameOwnerChanged")) {
+        auto* session = static_cast<AtspiAccessibilityProvider::Session*>(data);
+        ++session->listGeneration;
+        session->listChangedAt.start();
     }
     return DBUS_HANDLER_RESULT_NOT_YET_HANDLED;
 }
@@ -87,7 +88,9 @@ void AtspiAccessibilityProvider::Session::unwatchApplicationList() {
 
 bool AtspiAccessibilityProvider::Session::mayLookAgain(const Miss& miss) const {
     if (!listWatched) return miss.at.elapsed() >= kMissRetryMs;
-    return miss.generation != listGeneration || miss.at.elapsed() >= kMissRecheckMs;
+    if (miss.generation != listGeneration) return true;
+    const bool settling = listChangedAt.isValid() && listChangedAt.elapsed() < kSettleMs;
+    return miss.at.elapsed() >= (settling ? kMissRetryMs : kMissRecheckMs);
 }
 
 void AtspiAccessibilityProvider::Session::assertThread() const {
@@ -111,8 +114,8 @@ std::shared_ptr<AtspiApplicationState> AtspiAccessibilityProvider::Session::stat
 }
 
 // Looks through the registered applications once and remembers every pid
-// it saw; a pid without an application is looked for again only once the
-// list has changed (a window in front that never joins, such as a
+// it saw; a pid without an application is looked for again only after a
+// change on the bus (a window in front that never joins, such as a
 // terminal's, costs no look a tick).
 AtspiAccessible* AtspiAccessibilityProvider::Session::application(qint32 processIdentifier) {
     if (const auto known = applications.find(processIdentifier); known != applications.end()) {

@@ -37,8 +37,8 @@
 // so the Qt main loop never dispatches AT-SPI traffic. libatspi is one per
 // process: so is this provider. Elements must not outlive it. Every call is bounded
 // by a 250 ms timeout; an application that times out is left alone for the
-// rest of the tick, then for 5 s and 30 s after further timeouts without an
-// answer in between (AnswerBackoff), so a hung program costs one bounded
+// rest of the tick, then longer (5 s up to 30 s) after further timeouts
+// without an answer in between (AnswerBackoff), so a hung program costs one bounded
 // call every half minute; a stopped one (read from /proc) is not asked
 // until it runs again, and `isAnswering` tells the caller either way.
 // Meanwhile window 1 of `document` and `windowName` answers what it answered

@@ -187,9 +187,11 @@ struct AtspiAccessibilityProvider::Session final {
         QElapsedTimer at;
     };
     std::unordered_map<qint32, Miss> misses;
-    // Counts the changes of the list of applications the registry announced
-    // (ChildrenChanged on the desktop); watched while `listWatched`.
+    // Counts the connections that came or went on the accessibility bus
+    // (an application joining connects first), the latest at
+    // `listChangedAt`; watched while `listWatched`.
     quint64 listGeneration = 0;
+    QElapsedTimer listChangedAt;
     bool listWatched = false;
     DialogOwnerSource* dialogOwners = nullptr;         // borrowed; may be null
 
