@@ -1,5 +1,6 @@
 #include "app/ReportCommand.h"
 
+#include <QLocale>
 #include <QRegularExpression>
 #include <cstdio>
 #include <cstdlib>
@@ -28,7 +29,7 @@ const char kUsageText[] =
     "Shows where the recorded time went: today unless asked otherwise.\n"
     "\n"
     "  --yesterday, --week, --month   those days of your calendar (the week\n"
-    "                 from the Sunday before the current week to its Saturday)\n"
+    "                 starts on your locale's first weekday)\n"
     "  --from, --to   first and last day, as YYYY-MM-DD (--to: today if left out)\n"
     "  --by           app (default): applications and their documents, folders\n"
     "                 and pages; project: each project, then its applications\n"
@@ -165,8 +166,11 @@ private:
         if (m_range == QLatin1String("--yesterday")) {
             first = last = localDate(Calculations::yesterday(now));
         } else if (m_range == QLatin1String("--week")) {
-            first = localDate(Calculations::beginningOfWeek(now));
-            last = localDate(Calculations::endOfWeek(now));
+            // The seven days of this calendar week, from the first weekday of
+            // the user's locale (Monday in most, Sunday in some).
+            const int firstWeekday = QLocale().firstDayOfWeek();
+            first = first.addDays(-((first.dayOfWeek() - firstWeekday + 7) % 7));
+            last = first.addDays(6);
         } else if (m_range == QLatin1String("--month")) {
             first = localDate(Calculations::beginningOfMonth(now));
             last = localDate(Calculations::endOfMonth(now));

@@ -2,11 +2,15 @@
 // documentation, with the widgets the helper uses and a throw-away store.
 //
 //   vorlix-ui-screenshots OUTDIR            menu, custom-activity window, the
-//                                           three questions (any platform,
-//                                           offscreen included)
+//                                           three questions, a notice (any
+//                                           platform, offscreen included)
 //   vorlix-ui-screenshots --panel OUTFILE   the icon in the running tray (X11
 //                                           with a tray, e.g. trayer): the
 //                                           screen's bottom right corner
+//   vorlix-ui-screenshots --grab OUTFILE X Y W H
+//                                           a part of the screen as it is
+//                                           (the real helper in a real panel,
+//                                           its menu open)
 //
 // Not installed; scripts/screenshots.sh runs it.
 
@@ -31,6 +35,7 @@
 #include "tracking/TRInfoLogger.h"
 #include "ui/TRAlert.h"
 #include "ui/TRHelperAppDelegate.h"
+#include "ui/TRNoticeAlert.h"
 #include "ui/TRStatusItem.h"
 
 namespace {
@@ -137,6 +142,16 @@ int drawWindows(const QString& out) {
         wait(200);
         ok &= save(box->grab().toImage(), out + QLatin1Char('/') + QString::fromLatin1(file));
     }
+    // A notice from the notices list, with an address: its three buttons.
+    const iNotifyAlert notice{
+        QStringLiteral("Reports for the last five years"),
+        QStringLiteral("Vorlix 0.2 prints where your time went by project, as a tree, CSV or JSON."),
+        QStringLiteral("Read the Notes"), iNotify::localizedStringForKey("Ignore"),
+        iNotify::localizedStringForKey("Remind Me Later")};
+    std::unique_ptr<QMessageBox> noticeBox(TRNoticeAlert::create(notice));
+    noticeBox->show();
+    wait(200);
+    ok &= save(noticeBox->grab().toImage(), out + QStringLiteral("/notice.png"));
     logger.endTracking();
     return ok ? 0 : 1;
 }
@@ -156,6 +171,16 @@ int drawPanel(const QString& file) {
                : 1;
 }
 
+// The screen's rectangle as the X server shows it, whoever drew it.
+int grabScreen(const QString& file, const QStringList& rectangle) {
+    QList<int> numbers;
+    for (const QString& text : rectangle) numbers.append(text.toInt());
+    QScreen* screen = QGuiApplication::primaryScreen();
+    const QImage shot =
+        screen->grabWindow(0, numbers.at(0), numbers.at(1), numbers.at(2), numbers.at(3)).toImage();
+    return save(shot, file) ? 0 : 1;
+}
+
 }  // namespace
 
 int main(int argc, char* argv[]) {
@@ -165,8 +190,11 @@ int main(int argc, char* argv[]) {
     if (arguments.size() == 3 && arguments.at(1) == QStringLiteral("--panel")) {
         return drawPanel(arguments.at(2));
     }
+    if (arguments.size() == 7 && arguments.at(1) == QStringLiteral("--grab")) {
+        return grabScreen(arguments.at(2), arguments.mid(3));
+    }
     if (arguments.size() != 2) {
-        std::fprintf(stderr, "usage: vorlix-ui-screenshots OUTDIR | --panel OUTFILE\n");
+        std::fprintf(stderr, "usage: vorlix-ui-screenshots OUTDIR | --panel OUTFILE | --grab OUTFILE X Y W H\n");
         return 2;
     }
     return drawWindows(arguments.at(1));
