@@ -5,7 +5,8 @@
 # "name: value unit" line each. The desktop is Xvfb with a private session
 # bus, the accessibility bus and openbox, with an xterm in front (the helper
 # asks the window system, the idle counter and the accessibility bus every
-# tick, and records into its store); FRONT=none leaves the screen empty.
+# tick, and records into its store); FRONT=chromium puts Chromium on a local
+# page in front instead, FRONT=none leaves the screen empty.
 # The helper shows its icon to a stand-in panel (a StatusNotifierWatcher on
 # the private bus; TRAY=none leaves it without a tray).
 #
@@ -29,6 +30,7 @@ command -v Xvfb >/dev/null || { echo "Xvfb is not installed" >&2; exit 77; }
 state=$(mktemp -d)
 pids=()
 cleanup() {
+  [[ -n ${KEEP_LOG:-} && -f $state/helper.log ]] && cp "$state/helper.log" "$KEEP_LOG"
   for pid in "${pids[@]}"; do kill -TERM "$pid" 2>/dev/null || true; done
   sleep 0.5
   for pid in "${pids[@]}"; do kill -KILL "$pid" 2>/dev/null || true; done
@@ -77,10 +79,19 @@ if [[ $front != none ]]; then
   "${desktop_env[@]}" openbox --sm-disable >/dev/null 2>&1 &
   pids+=($!)
   sleep 1
-  "${desktop_env[@]}" "$front" >/dev/null 2>&1 &
+  front_args=()
+  if [[ $front == chromium ]]; then
+    # A local page in a throw-away profile, with its accessibility tree on
+    # (the helper reads the page address from it every tick).
+    printf '<title>bench page</title><p>steady</p>\n' >"$state/page.html"
+    front_args=(--no-sandbox --disable-gpu --no-first-run --disable-background-networking
+      --disable-component-update --disable-sync --user-data-dir="$state/chromium"
+      --proxy-server=127.0.0.1:9 --force-renderer-accessibility "file://$state/page.html")
+  fi
+  "${desktop_env[@]}" ACCESSIBILITY_ENABLED=1 "$front" "${front_args[@]}" >/dev/null 2>&1 &
   pids+=($!)
   front_pid=$!
-  for _ in $(seq 100); do
+  for _ in $(seq 300); do
     window=$("${desktop_env[@]}" xdotool search --onlyvisible --pid "$front_pid" 2>/dev/null | head -n1 || true)
     [[ -n $window ]] && break; sleep 0.1
   done
@@ -102,6 +113,7 @@ helper_pid=$!
 pids=("$helper_pid" "${pids[@]}")
 
 sleep 3  # start-up is not part of the steady state
+kill -0 "$helper_pid" 2>/dev/null || { echo "the helper has ended:" >&2; cat "$state/helper.log" >&2; exit 1; }
 h0=$(cpu_ns "$helper_pid"); x0=$(cpu_ns "$xvfb_pid")
 sleep "$seconds"
 h1=$(cpu_ns "$helper_pid"); x1=$(cpu_ns "$xvfb_pid")

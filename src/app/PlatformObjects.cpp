@@ -21,6 +21,10 @@
 
 #include "app/AppLog.h"
 
+// Defined here, not in main.cpp: the tests that build their platform
+// objects with this library log through it too.
+Q_LOGGING_CATEGORY(lcApp, "vorlix.app", QtInfoMsg)
+
 // The window source follows the session: X11's window manager, sway's IPC,
 // or on another Wayland desktop the X11 windows alone (said once, with what
 // would help).

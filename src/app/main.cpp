@@ -40,7 +40,6 @@
 #include "notices/iNotify.h"
 #include "ui/TRHelperAppDelegate.h"
 
-Q_LOGGING_CATEGORY(lcApp, "vorlix.app", QtInfoMsg)
 
 namespace {
 

@@ -73,4 +73,13 @@ public:
         (void)processIdentifier;
         (void)title;
     }
+
+    // Whether the process's application answers: false while it is left
+    // alone after missing a timeout, or is stopped. Its elements then answer
+    // nothing, which says nothing about what it shows. Asked after reading
+    // its elements, it tells whether the answers read were complete.
+    virtual bool isAnswering(qint32 processIdentifier) {
+        (void)processIdentifier;
+        return true;
+    }
 };

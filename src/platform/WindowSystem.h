@@ -42,4 +42,13 @@ public:
     // Mapped windows front to back, without desktop, dock and hidden
     // (minimised) windows.
     virtual std::vector<WindowInfo> windowList() = 0;
+
+    // The front process and the window list in one look: what a tick asks.
+    // An implementation may ask for both together (two X round trips for
+    // both, instead of two each).
+    struct FrontLook final {
+        std::optional<qint32> frontProcessIdentifier;
+        std::vector<WindowInfo> windows;
+    };
+    virtual FrontLook lookAtFront() { return {frontProcessIdentifier(), windowList()}; }
 };

@@ -29,9 +29,9 @@ constexpr char kIgnoredWindowNamePrefix[] = "Activity window for";
 // The first window of the process, front to back, that is shared and has a
 // name not starting with the ignored prefix; an empty name counts.
 void fillWindowTitleFromWindowList(TRActivity& activity, qint32 processIdentifier,
-                                   WindowSystem& windowSystem) {
+                                   const std::vector<WindowInfo>& windows) {
     const QString ignoredPrefix = QString::fromLatin1(kIgnoredWindowNamePrefix);
-    for (const WindowInfo& window : windowSystem.windowList()) {
+    for (const WindowInfo& window : windows) {
         if (window.ownerProcessIdentifier != processIdentifier) continue;
         if (window.sharingState == 0 || window.name.isNull()) continue;
         if (StringAdditions::startsWith(window.name, ignoredPrefix)) continue;
@@ -64,8 +64,7 @@ bool TRInfoExtractor::isExcludedApplication(const RunningApplication& applicatio
     return false;
 }
 
-std::optional<qint32> TRInfoExtractor::frontProcessBridgingGap() {
-    const std::optional<qint32> front = m_context.windowSystem->frontProcessIdentifier();
+std::optional<qint32> TRInfoExtractor::frontProcessBridgingGap(std::optional<qint32> front) {
     if (front) {
         m_front = FrontProcessMemory{front, false};
         return front;
@@ -81,7 +80,8 @@ std::optional<qint32> TRInfoExtractor::frontProcessBridgingGap() {
 std::optional<TRActivity> TRInfoExtractor::currentActivity() {
     TRActivity activity;
     if (m_context.windowSystem == nullptr || !m_context.windowSystem->isAvailable()) return activity;
-    const std::optional<qint32> front = frontProcessBridgingGap();
+    WindowSystem::FrontLook look = m_context.windowSystem->lookAtFront();
+    const std::optional<qint32> front = frontProcessBridgingGap(look.frontProcessIdentifier);
     if (!front) return activity;
     if (*front == QCoreApplication::applicationPid()) return std::nullopt;
     if (m_context.runningApplications != nullptr) {
@@ -90,7 +90,7 @@ std::optional<TRActivity> TRInfoExtractor::currentActivity() {
             activity.setApplication(*application);
         }
     }
-    fillWindowTitleFromWindowList(activity, *front, *m_context.windowSystem);
+    fillWindowTitleFromWindowList(activity, *front, look.windows);
     return activity;
 }
 

@@ -99,7 +99,7 @@ private:
         QString documentPath;
     };
 
-    std::optional<qint32> frontProcessBridgingGap();
+    std::optional<qint32> frontProcessBridgingGap(std::optional<qint32> front);
     bool applyLastTreeAnswer(TRActivity& activity, qint32 processIdentifier) const;
 
     const TRExtractionContext& m_context;

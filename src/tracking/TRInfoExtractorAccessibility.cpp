@@ -58,6 +58,9 @@ std::optional<TRActivityDetails> detailsOfFrontWindows(AccessibilityProvider* pr
             details.setDocumentPath(stringAttribute(kDocumentAttribute, window));
         }
     }
+    // An application that stopped answering on the way gave empty answers,
+    // not its window's: no answer at all, so the caller keeps the last one.
+    if (!provider->isAnswering(processIdentifier)) return std::nullopt;
     return details;
 }
 

@@ -24,9 +24,10 @@ inline constexpr char kMainWindowAttribute[] = "AXMainWindow";
 inline constexpr char kFocusedWindowAttribute[] = "AXFocusedWindow";
 inline constexpr char kDocumentAttribute[] = "AXDocument";
 
-// Nothing when accessibility is off (or there is no provider) or the
-// process exposes no application element; else the details found, at most
-// windowTitle and documentPath, possibly none of them.
+// Nothing when accessibility is off (or there is no provider), the process
+// exposes no application element, or it stopped answering (a timeout, or a
+// stopped process) before the details were read in full; else the details
+// found, at most windowTitle and documentPath, possibly none of them.
 std::optional<TRActivityDetails> detailsOfFrontWindows(AccessibilityProvider* provider,
                                                        qint32 processIdentifier);
 

@@ -27,6 +27,21 @@ struct RegexCloser {
     void operator()(URegularExpression* expression) const { uregex_close(expression); }
 };
 
+using SessionExpression = std::unique_ptr<URegularExpression, RegexCloser>;
+
+// Compiling the pattern costs more than all the rest of a tick: it is
+// compiled once per thread (an expression holds its match state, so
+// threads never share one). Null when it does not compile.
+URegularExpression* sessionExpression() {
+    thread_local const SessionExpression expression = [] {
+        UErrorCode status = U_ZERO_ERROR;
+        SessionExpression compiled(uregex_open(kSessionPattern, -1, 0, nullptr, &status));
+        if (U_FAILURE(status)) compiled.reset();
+        return compiled;
+    }();
+    return expression.get();
+}
+
 QString group(URegularExpression* expression, int32_t index, const QString& text) {
     UErrorCode status = U_ZERO_ERROR;
     const int32_t start = uregex_start(expression, index, &status);
@@ -58,18 +73,17 @@ QString fileUrlOfDirectory(const QString& directory) {
 
 std::optional<TRTerminalInfoExtractor::SessionLine> TRTerminalInfoExtractor::parseSessionLine(
     const QString& line) {
+    URegularExpression* expression = sessionExpression();
+    if (expression == nullptr) return std::nullopt;
     UErrorCode status = U_ZERO_ERROR;
-    std::unique_ptr<URegularExpression, RegexCloser> expression(
-        uregex_open(kSessionPattern, -1, 0, nullptr, &status));
-    if (U_FAILURE(status)) return std::nullopt;
-    uregex_setText(expression.get(), reinterpret_cast<const UChar*>(line.utf16()),
+    uregex_setText(expression, reinterpret_cast<const UChar*>(line.utf16()),
                    static_cast<int32_t>(line.size()), &status);
-    if (U_FAILURE(status) || !uregex_find(expression.get(), 0, &status) || U_FAILURE(status)) {
+    if (U_FAILURE(status) || !uregex_find(expression, 0, &status) || U_FAILURE(status)) {
         return std::nullopt;
     }
-    if (uregex_groupCount(expression.get(), &status) < 4) return std::nullopt;
-    return SessionLine{group(expression.get(), 2, line), group(expression.get(), 3, line),
-                       group(expression.get(), 4, line)};
+    if (uregex_groupCount(expression, &status) < 4) return std::nullopt;
+    return SessionLine{group(expression, 2, line), group(expression, 3, line),
+                       group(expression, 4, line)};
 }
 
 bool TRTerminalInfoExtractor::isLocalHost(const QString& host, const QStringList& names) {

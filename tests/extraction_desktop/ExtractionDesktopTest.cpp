@@ -3,10 +3,13 @@
 // entry, a browser, applications that stop answering, and what
 // `vorlix-helper inspect --once` prints.
 
+#include <QFile>
 #include <QFileInfo>
 #include <QProcess>
 
 #include <signal.h>
+
+#include <functional>
 
 #include "ExtractionDesktopSupport.h"
 #include "platform/RunningApplications.h"
@@ -195,34 +198,56 @@ GLib.timeout_add(20, look)
 Gtk.main()
 )";
 
-// Running but no longer answering (its main loop is blocked): unlike a
-// stopped one, nothing in /proc tells, so the worker's first question waits
-// for the accessibility timeout, and the application is then left alone.
-TEST(ExtractionOnDesktop, HungApplicationDelaysOneWorkerStepByAboutItsTimeout) {
+// An application that stops answering keeps the tree's last answer while the
+// window list shows the same window, so one visit is not split between the
+// tree's title (or a browser's address) and the window list's. Stopped
+// (SIGSTOP), /proc tells at once; hung (its main loop blocked), nothing tells,
+// so the worker's first question waits for the accessibility timeout, and
+// the application is then left alone.
+TEST(ExtractionOnDesktop, ApplicationThatStopsAnsweringKeepsTheTreesLastAnswer) {
     REQUIRE_DESKTOP();
     const QString script = g_desktop->writeFile(QStringLiteral("busy.py"), kBusyProgram);
     const QString flag = g_desktop->stateDir() + QStringLiteral("/block-now");
-    // Accessibility on from the start, as the harness does for the browsers:
-    // on a loaded machine the toolkit's own question may come back too late.
-    const qint64 pid = startInFront([&] {
-        return g_desktop->startProgram(QStringLiteral("/usr/bin/env"),
-                                       {QStringLiteral("GNOME_ACCESSIBILITY=1"),
-                                        QStringLiteral("/usr/bin/python3"), script, flag});
-    });
-    ASSERT_GT(pid, 0);
-    // Only an application the tree answers for can keep the worker waiting.
-    Tick last;
-    if (!waitForTick([](const Tick& t) { return titled(t, QStringLiteral("busy accessible")); },
-                     kWindowTimeoutMs, &last)) {
-        GTEST_SKIP() << "the tick never got the tree's title: " << qPrintable(describe(last));
+    const QString treeTitle = QStringLiteral("busy accessible");
+    const struct {
+        const char* name;
+        std::function<void(qint64)> silence;
+    } cases[] = {
+        {"stopped",
+         [](qint64 pid) {
+             ASSERT_EQ(kill(pid_t(pid), SIGSTOP), 0);
+             DisposableDesktop::waitUntil([pid] { return processState(pid) == 'T'; }, 2000, 5);
+         }},
+        {"hung",
+         [](qint64) {
+             ASSERT_FALSE(g_desktop->writeFile(QStringLiteral("block-now"), "").isEmpty());
+             DisposableDesktop::waitUntil([] { return false; }, 300);  // noticed within 20 ms
+         }},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        QFile::remove(flag);
+        // Accessibility on from the start, as the harness does for the
+        // browsers: on a loaded machine the toolkit's own question may come
+        // back too late.
+        const qint64 pid = startInFront([&] {
+            return g_desktop->startProgram(QStringLiteral("/usr/bin/env"),
+                                           {QStringLiteral("GNOME_ACCESSIBILITY=1"),
+                                            QStringLiteral("/usr/bin/python3"), script, flag});
+        });
+        ASSERT_GT(pid, 0);
+        Tick last;
+        if (!waitForTick([&](const Tick& t) { return titled(t, treeTitle); }, kWindowTimeoutMs,
+                         &last)) {
+            GTEST_SKIP() << "the tick never got the tree's title: " << qPrintable(describe(last));
+        }
+        c.silence(pid);
+        const BlockedRun run = runWhileBlocked(pid, 10);
+        kill(pid_t(pid), SIGCONT);
+        EXPECT_LT(run.slowestMainMs, 200);
+        EXPECT_LT(run.second.wallMs, 100) << "no second wait";
+        EXPECT_EQ(run.first.activity.windowTitle(), treeTitle);
+        EXPECT_EQ(run.second.activity.windowTitle(), treeTitle);
+        g_desktop->stopProgram(pid);
     }
-    ASSERT_FALSE(g_desktop->writeFile(QStringLiteral("block-now"), "").isEmpty());
-    DisposableDesktop::waitUntil([] { return false; }, 300);  // the loop notices within 20 ms
-    const BlockedRun run = runWhileBlocked(pid, 10);
-    EXPECT_LT(run.slowestMainMs, 200);
-    EXPECT_LT(run.first.wallMs, 2000);
-    EXPECT_LT(run.second.wallMs, 100) << "no second wait";
-    EXPECT_EQ(run.first.activity.windowTitle(), QStringLiteral("busy window"));
-    EXPECT_EQ(run.second.activity.windowTitle(), QStringLiteral("busy window"));
-    g_desktop->stopProgram(pid);
 }

@@ -158,7 +158,12 @@ public:
         const auto found = hints.find(processIdentifier);
         return found == hints.end() ? std::nullopt : std::optional(found->second);
     }
+    std::optional<quint64> lastFrontWindowOf(qint32 processIdentifier) override {
+        const auto found = frontWindows.find(processIdentifier);
+        return found == frontWindows.end() ? std::nullopt : std::optional(found->second);
+    }
     std::map<qint32, WindowHints> hints;
+    std::map<qint32, quint64> frontWindows;  // the latest look at the front
 };
 
 // A /proc folder in which processes can be started, replaced and ended.
@@ -208,6 +213,15 @@ TEST(LinuxRunningApplicationsCacheTest, ResolvesOncePerProcessAgainForAReusedPid
     EXPECT_EQ(applications.runningApplication(200)->identifier(), QStringLiteral("unknown-program"));
     windows.hints[200] = hints("viewer", "Viewer");  // not cached while it had no window
     EXPECT_EQ(applications.runningApplication(200)->bundleIdentifier, QStringLiteral("viewer"));
+
+    // While the same window of it stays in front, the window system vouches
+    // for the process: /proc is read again only for another window.
+    windows.frontWindows[300] = 7;
+    EXPECT_TRUE(applications.runningApplication(300));
+    proc.end(300);
+    EXPECT_EQ(applications.runningApplication(300)->bundleIdentifier, QStringLiteral("org.x.Flat"));
+    windows.frontWindows[300] = 8;
+    EXPECT_EQ(applications.runningApplication(300), std::nullopt);
 }
 
 TEST(LinuxRunningApplicationsCacheTest, AnApplicationInstalledLaterIdentifiesItsRunningProcess) {

@@ -13,7 +13,13 @@ Q_LOGGING_CATEGORY(lcAtspi, "vorlix.platform.linux.atspi", QtInfoMsg)
 namespace {
 
 constexpr int kCallTimeoutMs = 250;
-constexpr qint64 kMissRetryMs = 2000;  // a process without an accessible is looked for again after this
+// A process without an application is looked for again after a change on
+// the accessibility bus (below), for kSettleMs after it every kMissRetryMs,
+// since an application registers a moment after it connects; else (the bus
+// cannot be watched) every kMissRetryMs. kMissRecheckMs is the safety net.
+constexpr qint64 kMissRetryMs = 2000;
+constexpr qint64 kSettleMs = 10000;
+constexpr qint64 kMissRecheckMs = 30000;
 constexpr int kMaxDrainIterations = 64;
 
 const QString kBusService = QStringLiteral("org.a11y.Bus");
@@ -23,6 +29,19 @@ const QString kPropertiesInterface = QStringLiteral("org.freedesktop.DBus.Proper
 
 bool processExists(qint32 processIdentifier) {
     return QFileInfo::exists(QStringLiteral("/proc/%1").arg(processIdentifier));
+}
+
+// An application joining the accessibility bus first connects to it: the
+// bus announces the new connection (NameOwnerChanged), and libatspi, which
+// asks for these announcements itself, passes them on to later filters. (It
+// keeps the registry's ChildrenChanged on the desktop to itself.)
+DBusHandlerResult countApplicationListChanges(DBusConnection*, DBusMessage* message, void* data) {
+    if (dbus_message_is_signal(message, "org.freedesktop.DBus", "NameOwnerChanged")) {
+        auto* session = static_cast<AtspiAccessibilityProvider::Session*>(data);
+        ++session->listGeneration;
+        session->listChangedAt.start();
+    }
+    return DBUS_HANDLER_RESULT_NOT_YET_HANDLED;
 }
 
 }  // namespace
@@ -49,7 +68,29 @@ bool AtspiAccessibilityProvider::Session::ensureStarted() {
         atspi_accessible_set_cache_mask(desktop.get(),
                                         AtspiCache(ATSPI_CACHE_DEFAULT & ~ATSPI_CACHE_CHILDREN));
     }
+    watchApplicationList();
     return true;
+}
+
+void AtspiAccessibilityProvider::Session::watchApplicationList() {
+    DBusConnection* bus = atspi_get_a11y_bus();
+    listWatched = bus != nullptr &&
+                  dbus_connection_add_filter(bus, countApplicationListChanges, this, nullptr);
+}
+
+void AtspiAccessibilityProvider::Session::unwatchApplicationList() {
+    if (!listWatched) return;
+    if (DBusConnection* bus = atspi_get_a11y_bus()) {
+        dbus_connection_remove_filter(bus, countApplicationListChanges, this);
+    }
+    listWatched = false;
+}
+
+bool AtspiAccessibilityProvider::Session::mayLookAgain(const Miss& miss) const {
+    if (!listWatched) return miss.at.elapsed() >= kMissRetryMs;
+    if (miss.generation != listGeneration) return true;
+    const bool settling = listChangedAt.isValid() && listChangedAt.elapsed() < kSettleMs;
+    return miss.at.elapsed() >= (settling ? kMissRetryMs : kMissRecheckMs);
 }
 
 void AtspiAccessibilityProvider::Session::assertThread() const {
@@ -73,18 +114,23 @@ std::shared_ptr<AtspiApplicationState> AtspiAccessibilityProvider::Session::stat
 }
 
 // Looks through the registered applications once and remembers every pid
-// it saw; a pid without an application is looked for again after a while.
+// it saw; a pid without an application is looked for again only after a
+// change on the bus (a window in front that never joins, such as a
+// terminal's, costs no look a tick).
 AtspiAccessible* AtspiAccessibilityProvider::Session::application(qint32 processIdentifier) {
     if (const auto known = applications.find(processIdentifier); known != applications.end()) {
         return known->second.get();
     }
     if (const auto miss = misses.find(processIdentifier);
-        miss != misses.end() && miss->second.elapsed() < kMissRetryMs) {
+        miss != misses.end() && !mayLookAgain(miss->second)) {
         return nullptr;
     }
     for (auto it = applications.begin(); it != applications.end();) {
         it = processExists(it->first) ? std::next(it) : applications.erase(it);
     }
+    std::erase_if(misses, [](const auto& miss) { return !processExists(miss.first); });
+    // A change announced while the list is read makes this look's misses stale.
+    const quint64 generation = listGeneration;
     AccessiblePtr desktop(atspi_get_desktop(0));
     const int count = desktop ? atspi_accessible_get_child_count(desktop.get(), nullptr) : 0;
     for (int i = 0; i < count; ++i) {
@@ -103,7 +149,9 @@ AtspiAccessible* AtspiAccessibilityProvider::Session::application(qint32 process
         misses.erase(processIdentifier);
         return found->second.get();
     }
-    misses[processIdentifier].start();
+    Miss& miss = misses[processIdentifier];
+    miss.generation = generation;
+    miss.at.start();
     return nullptr;
 }
 
@@ -114,6 +162,7 @@ AtspiAccessibilityProvider::AtspiAccessibilityProvider(DialogOwnerSource* dialog
 
 AtspiAccessibilityProvider::~AtspiAccessibilityProvider() {
     d->assertThread();
+    d->unwatchApplicationList();
     d->applications.clear();
     // Give the thread back the default context it had: whoever pushed that
     // one (Qt's event dispatcher, when AT-SPI ran on the main thread) pops it
@@ -174,6 +223,12 @@ void AtspiAccessibilityProvider::noteFrontWindowTitle(qint32 processIdentifier,
     d->assertThread();
     if (processIdentifier <= 0) return;
     d->state(processIdentifier)->frontWindowTitle = title;
+}
+
+bool AtspiAccessibilityProvider::isAnswering(qint32 processIdentifier) {
+    d->assertThread();
+    const auto known = d->states.find(processIdentifier);
+    return known == d->states.end() || known->second->responsive();
 }
 
 void AtspiAccessibilityProvider::processPendingEvents() {

@@ -40,10 +40,12 @@
 // so the Qt main loop never dispatches AT-SPI traffic. libatspi is one per
 // process: so is this provider. Elements must not outlive it. Every call is bounded
 // by a 250 ms timeout; an application that times out is left alone for the
-// rest of the tick, and for a few seconds after a second timeout, so a
-// stopped program delays one query by about a quarter of a second, not every
-// call in it. Meanwhile window 1 of `document` and `windowName` answers what
-// it answered last for the same window-manager title. The window in front
+// rest of the tick, then longer (5 s up to 30 s) after further timeouts
+// without an answer in between (AnswerBackoff), so a hung program costs one bounded
+// call every half minute; a stopped one (read from /proc) is not asked
+// until it runs again, and `isAnswering` tells the caller either way.
+// Meanwhile window 1 of `document` and `windowName` answers what it answered
+// last for the same window-manager title. The window in front
 // and what was read of it are kept for one tick (a new application element
 // starts the next), so the accessibility step and the extractor ask the
 // application each thing once. `isEnabled` and `enable` use the session
@@ -77,6 +79,7 @@ public:
     bool enable() override;
     AccessibilityElementRef applicationElement(qint32 processIdentifier) override;
     void noteFrontWindowTitle(qint32 processIdentifier, const QString& title) override;
+    bool isAnswering(qint32 processIdentifier) override;
 
     // Handles what the accessibility bus sent meanwhile; never blocks.
     void processPendingEvents();

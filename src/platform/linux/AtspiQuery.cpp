@@ -1,9 +1,9 @@
-#include <QFile>
 #include <algorithm>
 #include <QLoggingCategory>
 #include <deque>
 
 #include "platform/linux/AtspiSession.h"
+#include "platform/linux/ProcessFacts.h"
 
 Q_DECLARE_LOGGING_CATEGORY(lcAtspi)
 
@@ -36,13 +36,11 @@ bool AtspiApplicationState::checkNotStopped() {
     constexpr qint64 kRecheckAfterMs = 50;
     if (stopCheckedAt.isValid() && stopCheckedAt.elapsed() < kRecheckAfterMs) return responsive();
     stopCheckedAt.start();
-    QFile stat(QStringLiteral("/proc/%1/stat").arg(processIdentifier));
-    if (stat.open(QIODevice::ReadOnly)) {
-        const QByteArray text = stat.read(512);
-        const qsizetype close = text.lastIndexOf(')');
-        const char state = close >= 0 && close + 2 < text.size() ? text.at(close + 2) : '?';
-        if (state == 'T' || state == 't') markSilent();
-    }
+    const QByteArray stat = ProcFiles::read(QStringLiteral("/proc/") +
+                                            QString::number(processIdentifier) +
+                                            QStringLiteral("/stat"));
+    const QByteArrayView state = ProcessIdentity::statField(stat, 3);
+    backoff.noteStopped(state == "T" || state == "t");
     return responsive();
 }
 
@@ -253,8 +251,12 @@ AtspiApplicationState::TickFront& AtspiQuery::front(AtspiAccessible* application
                      (tick.name->size() == tick.title.size() ||
                       QStringView(*tick.name).mid(tick.title.size()).startsWith(QLatin1String(" (")));
     }
-    // Only a complete answer is kept for the tick.
-    if (responsive()) tick.foundAt.start();
+    // Only a complete answer is kept for the tick; the cache was cleared
+    // first, so it came from the application itself.
+    if (responsive()) {
+        tick.foundAt.start();
+        m_state.markAnswered();
+    }
     return tick;
 }
 

@@ -9,12 +9,14 @@
 #include <QElapsedTimer>
 #include <QString>
 #include <QStringList>
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <thread>
 #include <unordered_map>
 #include <vector>
 
+#include "platform/linux/AnswerBackoff.h"
 #include "platform/linux/AtspiAccessibility.h"
 
 // GLib and AT-SPI last: GLib's headers clash with Qt's keywords.
@@ -36,19 +38,14 @@ inline AccessiblePtr retainAccessible(AtspiAccessible* accessible) {
     return AccessiblePtr(accessible);
 }
 
-// Whether an application answered lately. After a call that timed out the
-// application is skipped for the rest of the tick; after a timeout in the
-// next tick too, for kPause. So a hung program costs two timeouts, and a
-// busy one (a browser on a loaded machine that was just brought to the
-// front and answers in half a second) only the tick it was busy in.
+// Whether an application answers, and what it answered last. After a call
+// that timed out the application is left alone for a while (AnswerBackoff:
+// the rest of the tick first, half a minute at most), so a hung program
+// cannot slow every tick, and a busy one loses only the tick it was busy in.
 struct AtspiApplicationState final {
-    static constexpr qint64 kShortPauseMs = 900;
-    static constexpr qint64 kPauseMs = 5000;
-    static constexpr qint64 kAgainWithinMs = 2500;
     qint32 processIdentifier = 0;
-    QElapsedTimer silentSince;  // invalid while the application answers
+    AnswerBackoff backoff;
     QElapsedTimer stopCheckedAt;
-    qint64 pauseMs = kShortPauseMs;
     // The window manager's title of the process's window in front; empty
     // when unknown.
     QString frontWindowTitle;
@@ -106,14 +103,18 @@ struct AtspiApplicationState final {
                tickFront.title == frontWindowTitle;
     }
 
-    bool responsive() const { return !silentSince.isValid() || silentSince.elapsed() > pauseMs; }
-    // A stopped process (SIGSTOP, a debugger) cannot answer: it is marked
-    // silent without waiting for a timeout. Reads /proc/PID/stat.
+    bool responsive() const { return backoff.mayAsk(nowMs()); }
+    // A stopped process (SIGSTOP, a debugger) cannot answer: it is left
+    // alone without waiting for a timeout, until it runs again. Reads
+    // /proc/PID/stat.
     bool checkNotStopped();
-    void markSilent() {
-        const bool again = silentSince.isValid() && silentSince.elapsed() < kAgainWithinMs;
-        pauseMs = again ? kPauseMs : kShortPauseMs;
-        silentSince.start();
+    void markSilent() { backoff.noteTimeout(nowMs()); }
+    // It answered questions asked past libatspi's cache.
+    void markAnswered() { backoff.noteAnswer(); }
+    static qint64 nowMs() {
+        return std::chrono::duration_cast<std::chrono::milliseconds>(
+                   std::chrono::steady_clock::now().time_since_epoch())
+            .count();
     }
     // The remembered answer for the window now in front, or null.
     FrontAnswer* rememberedFront() {
@@ -210,7 +211,18 @@ struct AtspiAccessibilityProvider::Session final {
     GMainContext* context = nullptr;
     std::unordered_map<qint32, AccessiblePtr> applications;
     std::unordered_map<qint32, std::shared_ptr<AtspiApplicationState>> states;
-    std::unordered_map<qint32, QElapsedTimer> misses;  // when a pid was last looked for in vain
+    // A pid looked for in vain, with the list's generation and the time then.
+    struct Miss final {
+        quint64 generation = 0;
+        QElapsedTimer at;
+    };
+    std::unordered_map<qint32, Miss> misses;
+    // Counts the connections that came or went on the accessibility bus
+    // (an application joining connects first), the latest at
+    // `listChangedAt`; watched while `listWatched`.
+    quint64 listGeneration = 0;
+    QElapsedTimer listChangedAt;
+    bool listWatched = false;
     DialogOwnerSource* dialogOwners = nullptr;         // borrowed; may be null
 
     // Connects on the calling thread the first time; false when there is no
@@ -219,6 +231,9 @@ struct AtspiAccessibilityProvider::Session final {
     void assertThread() const;
     void drain();
     AtspiAccessible* application(qint32 processIdentifier);  // borrowed
+    bool mayLookAgain(const Miss& miss) const;
+    void watchApplicationList();
+    void unwatchApplicationList();
     std::shared_ptr<AtspiApplicationState> state(qint32 processIdentifier);
 };
 

@@ -4,17 +4,13 @@
 
 #include <algorithm>
 
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
 
 #include "platform/linux/ProcessFacts.h"
 
 namespace {
 
 QByteArray readSmallFile(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.read(64 * 1024) : QByteArray();
+    return ProcFiles::read(path);
 }
 
 }  // namespace
@@ -22,8 +18,8 @@ QByteArray readSmallFile(const QString& path) {
 LinuxProcessSource::LinuxProcessSource(QString procRoot) : m_procRoot(std::move(procRoot)) {}
 
 QString LinuxProcessSource::path(qint32 processIdentifier, const char* entry) const {
-    return QStringLiteral("%1/%2/%3").arg(m_procRoot).arg(processIdentifier).arg(
-        QLatin1String(entry));
+    return m_procRoot + QLatin1Char('/') + QString::number(processIdentifier) + QLatin1Char('/') +
+           QLatin1String(entry);
 }
 
 bool LinuxProcessSource::isRunning(qint32 processIdentifier) {
@@ -37,7 +33,7 @@ QString LinuxProcessSource::executablePath(qint32 processIdentifier) {
 
 QString LinuxProcessSource::workingDirectory(qint32 processIdentifier) {
     if (processIdentifier <= 0) return {};
-    const QString target = QFileInfo(path(processIdentifier, "cwd")).symLinkTarget();
+    const QString target = ProcFiles::linkTarget(path(processIdentifier, "cwd"));
     return target.isEmpty() ? QString() : target;
 }
 
@@ -56,9 +52,12 @@ QList<qint32> LinuxProcessSource::children(qint32 processIdentifier) {
     if (processIdentifier <= 0) return found;
     // Each thread lists the children it started; most programs start them
     // from their main thread, but a terminal may not.
-    const QDir tasks(path(processIdentifier, "task"));
-    for (const QString& task : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name)) {
-        const QByteArray text = readSmallFile(tasks.filePath(task + QStringLiteral("/children")));
+    const QString tasks = path(processIdentifier, "task");
+    QList<QByteArray> taskNames = ProcFiles::folderEntries(tasks);
+    std::sort(taskNames.begin(), taskNames.end());
+    for (const QByteArray& task : taskNames) {
+        const QByteArray text = readSmallFile(tasks + QLatin1Char('/') + QString::fromLatin1(task) +
+                                              QStringLiteral("/children"));
         for (const QByteArray& word : text.split(' ')) {
             bool ok = false;
             const qint32 child = word.trimmed().toInt(&ok);
@@ -71,14 +70,9 @@ QList<qint32> LinuxProcessSource::children(qint32 processIdentifier) {
 qint32 LinuxProcessSource::foregroundProcess(qint32 processIdentifier) {
     if (processIdentifier <= 0) return 0;
     const QByteArray stat = readSmallFile(path(processIdentifier, "stat"));
-    // The command name may hold spaces and parentheses: fields count from
-    // the last ')'. tpgid is field 8; the state (field 3) is the first after it.
-    const qsizetype close = stat.lastIndexOf(')');
-    if (close < 0) return 0;
-    const QList<QByteArray> fields = stat.mid(close + 2).split(' ');
-    if (fields.size() < 6) return 0;
+    // tpgid, the terminal's foreground process group, is field 8.
     bool ok = false;
-    const qint32 group = fields[5].toInt(&ok);
+    const qint32 group = ProcessIdentity::statField(stat, 8).toInt(&ok);
     return ok && group > 0 ? group : 0;
 }
 
@@ -87,12 +81,8 @@ qint32 LinuxProcessSource::foregroundProcess(qint32 processIdentifier) {
 std::optional<double> LinuxProcessSource::secondsRunning(qint32 processIdentifier) {
     if (processIdentifier <= 0) return std::nullopt;
     const QByteArray stat = readSmallFile(path(processIdentifier, "stat"));
-    const qsizetype close = stat.lastIndexOf(')');
-    if (close < 0) return std::nullopt;
-    const QList<QByteArray> fields = stat.mid(close + 2).split(' ');
-    if (fields.size() < 20) return std::nullopt;
     bool ok = false;
-    const double startTicks = fields[19].toDouble(&ok);
+    const double startTicks = ProcessIdentity::statField(stat, 22).toDouble(&ok);
     const long ticksPerSecond = sysconf(_SC_CLK_TCK);
     if (!ok || ticksPerSecond <= 0) return std::nullopt;
     const QByteArray uptime = readSmallFile(m_procRoot + QStringLiteral("/uptime"));

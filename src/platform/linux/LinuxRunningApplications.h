@@ -4,7 +4,8 @@
 //
 // Each process is resolved once (ApplicationIdentity.h has the rules) and
 // cached by pid and start time, so a pid reused by another program is
-// resolved again; the whole cache is dropped when the desktop entries
+// resolved again; while the same window of the process stays in front, the
+// window system vouches for it and /proc is not read at all; the whole cache is dropped when the desktop entries
 // change. A process whose window is not mapped yet is not cached, so the
 // next tick can still find its window's hints.
 //
@@ -30,8 +31,11 @@ public:
 private:
     struct CachedIdentity final {
         quint64 startTime = 0;
+        quint64 frontWindow = 0;  // the window it was last confirmed through; 0: none
         RunningApplication application;
     };
+    const CachedIdentity* confirmedByFrontWindow(qint32 processIdentifier,
+                                                 std::optional<quint64> frontWindow) const;
 
     WindowHintSource& m_windows;
     DesktopEntryIndex m_entries;

@@ -1,15 +1,20 @@
 #include "platform/linux/ProcessFacts.h"
 
 #include <QFile>
-#include <QFileInfo>
 #include <QList>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
 
 namespace {
 
 QByteArray readSmallFile(const QString& path) {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) return {};
-    return file.read(64 * 1024);
+    return ProcFiles::read(path);
 }
 
 // The last path component of every cgroup line ("N:controllers:/path").
@@ -66,12 +71,51 @@ ProcessFacts ProcessFacts::read(qint32 processIdentifier, const QString& procRoo
     ProcessFacts facts = readLiveness(processIdentifier, procRoot);
     if (!facts.exists) return facts;
     const QString dir = procRoot + QLatin1Char('/') + QString::number(processIdentifier);
-    const QString exe = QFileInfo(dir + QStringLiteral("/exe")).symLinkTarget();
+    const QString exe = ProcFiles::linkTarget(dir + QStringLiteral("/exe"));
     if (!exe.isEmpty()) facts.executablePath = exe;
     facts.cgroup = readSmallFile(dir + QStringLiteral("/cgroup"));
     facts.flatpakInfo = readSmallFile(dir + QStringLiteral("/root/.flatpak-info"));
     return facts;
 }
+
+namespace ProcFiles {
+
+QByteArray read(const QString& path) {
+    constexpr qsizetype kLimit = 64 * 1024;
+    const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return {};
+    QByteArray text;
+    char buffer[4096];
+    while (text.size() < kLimit) {
+        const ssize_t got = ::read(fd, buffer, sizeof buffer);
+        if (got < 0 && errno == EINTR) continue;
+        if (got <= 0) break;
+        text.append(buffer, std::min<qsizetype>(got, kLimit - text.size()));
+    }
+    ::close(fd);
+    return text;
+}
+
+QString linkTarget(const QString& path) {
+    char buffer[PATH_MAX];
+    const ssize_t length = ::readlink(QFile::encodeName(path).constData(), buffer, sizeof buffer);
+    if (length <= 0 || size_t(length) >= sizeof buffer) return {};
+    return QFile::decodeName(QByteArray(buffer, length));
+}
+
+QList<QByteArray> folderEntries(const QString& path) {
+    QList<QByteArray> names;
+    DIR* folder = ::opendir(QFile::encodeName(path).constData());
+    if (folder == nullptr) return names;
+    while (const dirent* entry = ::readdir(folder)) {
+        const QByteArray name(entry->d_name);
+        if (name != "." && name != "..") names.append(name);
+    }
+    ::closedir(folder);
+    return names;
+}
+
+}  // namespace ProcFiles
 
 namespace ProcessIdentity {
 
@@ -124,16 +168,25 @@ bool isZombieStat(const QByteArray& stat) {
 }
 
 quint64 startTimeFromStat(const QByteArray& stat) {
-    // The command name (field 2) may hold blanks and parentheses: count
-    // fields from the last ')'.
-    const qsizetype close = stat.lastIndexOf(')');
-    if (close < 0) return 0;
-    const QList<QByteArray> fields = stat.mid(close + 2).split(' ');
-    constexpr qsizetype kStartTimeAfterComm = 22 - 3;  // field 3 is fields[0]
-    if (fields.size() <= kStartTimeAfterComm) return 0;
     bool ok = false;
-    const quint64 value = fields.at(kStartTimeAfterComm).toULongLong(&ok);
+    const quint64 value = statField(stat, 22).toULongLong(&ok);
     return ok ? value : 0;
+}
+
+// The command name (field 2) may hold blanks and parentheses: fields count
+// from the last ')', whose next field is the third. Read once or more a
+// tick: a scan, where splitting the line cost a list of 50 copies.
+QByteArrayView statField(const QByteArray& stat, int number) {
+    const qsizetype close = stat.lastIndexOf(')');
+    if (close < 0 || number < 3) return {};
+    qsizetype start = close + 2;
+    for (int field = 3; field < number && start > 0; ++field) {
+        start = stat.indexOf(' ', start) + 1;
+    }
+    if (start <= 0 || start >= stat.size()) return {};
+    qsizetype end = stat.indexOf(' ', start);
+    if (end < 0) end = stat.size();
+    return QByteArrayView(stat).sliced(start, end - start).trimmed();
 }
 
 }  // namespace ProcessIdentity

@@ -9,6 +9,8 @@
 // Plain values and pure functions; any thread.
 
 #include <QByteArray>
+#include <QByteArrayView>
+#include <QList>
 #include <QString>
 
 struct ProcessFacts final {
@@ -27,6 +29,17 @@ struct ProcessFacts final {
                                      const QString& procRoot = QStringLiteral("/proc"));
 };
 
+// Plain reads of /proc, a few a tick: one open, read and close each, where
+// QFile and QFileInfo add two or three stat calls per file.
+namespace ProcFiles {
+// At most 64 KiB of the file; empty when it cannot be read.
+QByteArray read(const QString& path);
+// The target of a symbolic link (/proc/PID/exe, cwd); empty when unreadable.
+QString linkTarget(const QString& path);
+// The names in a folder, without "." and "..".
+QList<QByteArray> folderEntries(const QString& path);
+}  // namespace ProcFiles
+
 namespace ProcessIdentity {
 
 // The `name` key of the "[Application]" group of a .flatpak-info file.
@@ -42,5 +55,8 @@ QString scopeIdFromCgroup(const QByteArray& cgroup);
 bool isZombieStat(const QByteArray& stat);
 // Field 22 of /proc/PID/stat; 0 when malformed.
 quint64 startTimeFromStat(const QByteArray& stat);
+// Field `number` (counted from 1, at least 3) of /proc/PID/stat, found
+// without splitting the line; empty when malformed.
+QByteArrayView statField(const QByteArray& stat, int number);
 
 }  // namespace ProcessIdentity

@@ -24,4 +24,13 @@ public:
     // Hints of a top-level window owned by the process (the active window
     // when it is the process's), or nullopt when it has none mapped.
     virtual std::optional<WindowHints> windowHintsForProcess(qint32 processIdentifier) = 0;
+    // The window that the latest look at the front found active, when the
+    // window system then counted it as this process's; no round trip. The
+    // process was alive at that look, and a window stays its creator's, so
+    // the same window means the same process. nullopt when the latest look
+    // found another process or no window, or the source cannot tell.
+    virtual std::optional<quint64> lastFrontWindowOf(qint32 processIdentifier) {
+        (void)processIdentifier;
+        return std::nullopt;
+    }
 };

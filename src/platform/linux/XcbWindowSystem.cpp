@@ -118,11 +118,25 @@ bool containsAtom(const std::vector<uint32_t>& atoms, xcb_atom_t atom) {
 
 }  // namespace
 
+namespace {
+
+// The replies the window list needs for one window.
+struct ListCookies final {
+    xcb_get_property_cookie_t pid, netName, wmName, type, state;
+    xcb_get_window_attributes_cookie_t attributes;
+    std::optional<xcb_res_query_client_ids_cookie_t> serverPid;
+};
+
+}  // namespace
+
 struct XcbWindowSystem::Private final {
     xcb_connection_t* connection = nullptr;
     xcb_window_t root = XCB_NONE;
     std::array<xcb_atom_t, kAtomCount> atoms{};
     bool hasResourceExtension = false;
+    // What frontProcessIdentifier found last (main thread only).
+    xcb_window_t lastFrontWindow = XCB_NONE;
+    qint32 lastFrontPid = 0;
 
     bool connect(const QByteArray& displayName);
     xcb_get_property_cookie_t get(xcb_window_t w, xcb_atom_t property, xcb_atom_t type,
@@ -142,6 +156,11 @@ struct XcbWindowSystem::Private final {
     qint32 pidOf(xcb_window_t window);
     // `serverPid` and `netWmPid` already read for `window`.
     qint32 choosePid(xcb_window_t window, qint32 serverPid, uint32_t netWmPid);
+    // The window list's requests for these windows, and the list from their
+    // replies.
+    std::vector<ListCookies> askListProperties(const std::vector<xcb_window_t>& windows);
+    std::vector<WindowInfo> listFromReplies(const std::vector<xcb_window_t>& windows,
+                                            const std::vector<ListCookies>& cookies);
 };
 
 bool XcbWindowSystem::Private::connect(const QByteArray& displayName) {
@@ -251,11 +270,20 @@ std::optional<quint64> XcbWindowSystem::activeWindow() {
 }
 
 std::optional<qint32> XcbWindowSystem::frontProcessIdentifier() {
+    d->lastFrontWindow = XCB_NONE;
+    d->lastFrontPid = 0;
     const std::optional<quint64> window = activeWindow();
     if (!window) return std::nullopt;
     const qint32 pid = d->pidOf(xcb_window_t(*window));
     if (pid <= 0) return std::nullopt;
+    d->lastFrontWindow = xcb_window_t(*window);
+    d->lastFrontPid = pid;
     return pid;
+}
+
+std::optional<quint64> XcbWindowSystem::lastFrontWindowOf(qint32 processIdentifier) {
+    if (d->lastFrontWindow == XCB_NONE || d->lastFrontPid != processIdentifier) return std::nullopt;
+    return d->lastFrontWindow;
 }
 
 std::optional<XcbWindowSystem::FrontWindow> XcbWindowSystem::frontWindow() {
@@ -282,41 +310,74 @@ std::optional<XcbWindowSystem::FrontWindow> XcbWindowSystem::frontWindow() {
     return front;
 }
 
-namespace {
-
-// The replies the window list needs for one window.
-struct ListCookies final {
-    xcb_get_property_cookie_t pid, netName, wmName, type, state;
-    xcb_get_window_attributes_cookie_t attributes;
-    std::optional<xcb_res_query_client_ids_cookie_t> serverPid;
-};
-
-}  // namespace
-
 std::vector<WindowInfo> XcbWindowSystem::windowList() {
     if (!isAvailable()) return {};
     const std::vector<xcb_window_t> windows = d->stackingFrontToBack();
+    return d->listFromReplies(windows, d->askListProperties(windows));
+}
+
+// A tick's look: both root properties in one round trip, then the front
+// window's process and every listed window's properties in a second.
+WindowSystem::FrontLook XcbWindowSystem::lookAtFront() {
+    FrontLook look;
+    d->lastFrontWindow = XCB_NONE;
+    d->lastFrontPid = 0;
+    if (!isAvailable()) return look;
     const auto& atoms = d->atoms;
+    const auto activeCookie = d->get(d->root, atoms[kActiveWindow], XCB_ATOM_WINDOW, 1);
+    const auto stackingCookie =
+        d->get(d->root, atoms[kClientListStacking], XCB_ATOM_WINDOW, kListWords);
+    const xcb_window_t front = PropertyReply(d->connection, activeCookie).first32();
+    std::vector<xcb_window_t> windows = PropertyReply(d->connection, stackingCookie).list32();
+    std::reverse(windows.begin(), windows.end());
+    std::optional<xcb_res_query_client_ids_cookie_t> serverPidCookie;
+    std::optional<xcb_get_property_cookie_t> pidCookie;
+    if (front != XCB_NONE) {
+        serverPidCookie = d->askClientPid(front);
+        pidCookie = d->get(front, atoms[kWmPid], XCB_ATOM_CARDINAL, 1);
+    }
+    const std::vector<ListCookies> cookies = d->askListProperties(windows);
+    if (pidCookie) {
+        PropertyReply pid(d->connection, *pidCookie);
+        const qint32 chosen =
+            d->choosePid(front, clientPidReply(d->connection, serverPidCookie), pid.first32());
+        if (chosen > 0) {
+            look.frontProcessIdentifier = chosen;
+            d->lastFrontWindow = front;
+            d->lastFrontPid = chosen;
+        }
+    }
+    look.windows = d->listFromReplies(windows, cookies);
+    return look;
+}
+
+std::vector<ListCookies> XcbWindowSystem::Private::askListProperties(
+    const std::vector<xcb_window_t>& windows) {
     std::vector<ListCookies> cookies;
     cookies.reserve(windows.size());
     for (xcb_window_t w : windows) {
-        cookies.push_back({d->get(w, atoms[kWmPid], XCB_ATOM_CARDINAL, 1),
-                           d->get(w, atoms[kNetWmName], atoms[kUtf8String], kNameWords),
-                           d->get(w, XCB_ATOM_WM_NAME, XCB_GET_PROPERTY_TYPE_ANY, kNameWords),
-                           d->get(w, atoms[kWindowType], XCB_ATOM_ATOM, 32),
-                           d->get(w, atoms[kWmState], XCB_ATOM_ATOM, 32),
-                           xcb_get_window_attributes(d->connection, w), d->askClientPid(w)});
+        cookies.push_back({get(w, atoms[kWmPid], XCB_ATOM_CARDINAL, 1),
+                           get(w, atoms[kNetWmName], atoms[kUtf8String], kNameWords),
+                           get(w, XCB_ATOM_WM_NAME, XCB_GET_PROPERTY_TYPE_ANY, kNameWords),
+                           get(w, atoms[kWindowType], XCB_ATOM_ATOM, 32),
+                           get(w, atoms[kWmState], XCB_ATOM_ATOM, 32),
+                           xcb_get_window_attributes(connection, w), askClientPid(w)});
     }
+    return cookies;
+}
+
+std::vector<WindowInfo> XcbWindowSystem::Private::listFromReplies(
+    const std::vector<xcb_window_t>& windows, const std::vector<ListCookies>& cookies) {
     std::vector<WindowInfo> list;
     for (size_t i = 0; i < windows.size(); ++i) {
-        PropertyReply pid(d->connection, cookies[i].pid);
-        PropertyReply netName(d->connection, cookies[i].netName);
-        PropertyReply wmName(d->connection, cookies[i].wmName);
-        PropertyReply type(d->connection, cookies[i].type);
-        PropertyReply state(d->connection, cookies[i].state);
-        const qint32 serverPid = clientPidReply(d->connection, cookies[i].serverPid);
+        PropertyReply pid(connection, cookies[i].pid);
+        PropertyReply netName(connection, cookies[i].netName);
+        PropertyReply wmName(connection, cookies[i].wmName);
+        PropertyReply type(connection, cookies[i].type);
+        PropertyReply state(connection, cookies[i].state);
+        const qint32 serverPid = clientPidReply(connection, cookies[i].serverPid);
         xcb_get_window_attributes_reply_t* attributes =
-            xcb_get_window_attributes_reply(d->connection, cookies[i].attributes, nullptr);
+            xcb_get_window_attributes_reply(connection, cookies[i].attributes, nullptr);
         const bool viewable = attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE;
         std::free(attributes);
         const std::vector<uint32_t> types = type.list32();
@@ -329,7 +390,7 @@ std::vector<WindowInfo> XcbWindowSystem::windowList() {
         info.windowId = windows[i];
         // The stacking list names client windows, never frames.
         info.ownerProcessIdentifier = preferredPid(serverPid, pid.first32());
-        info.name = d->nameOf(netName, wmName);
+        info.name = nameOf(netName, wmName);
         list.push_back(info);
     }
     return list;

@@ -12,7 +12,8 @@
 // back to front and reversed, keeping viewable windows that are neither
 // DESKTOP nor DOCK windows nor _NET_WM_STATE_HIDDEN (minimised windows stay
 // in the stacking list). Requests of one step are sent together and their
-// replies collected afterwards, so a poll costs two round trips.
+// replies collected afterwards: a tick's look (lookAtFront: the front
+// process and the window list) costs two round trips.
 //
 // An active window of 0, which window managers write for an instant
 // between two focus changes, is reported as no front process (a gap), not
@@ -46,7 +47,9 @@ public:
     std::optional<qint32> frontProcessIdentifier() override;
     std::optional<quint64> activeWindow() override;
     std::vector<WindowInfo> windowList() override;
+    FrontLook lookAtFront() override;
     std::optional<WindowHints> windowHintsForProcess(qint32 processIdentifier) override;
+    std::optional<quint64> lastFrontWindowOf(qint32 processIdentifier) override;
 
     // One look at the front window: id, process, name and WM_CLASS in two
     // round trips. nullopt when no window is active.
