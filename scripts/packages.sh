@@ -13,4 +13,5 @@ TEST_PACKAGES=(
   python3 python3-dbusmock python3-gi libglib2.0-bin sqlite3 procps
   xterm chromium chromium-l10n firefox-esr mousepad gedit xfce4-terminal thunar
   trayer librsvg2-bin
+  clang libclang-rt-14-dev
 )
