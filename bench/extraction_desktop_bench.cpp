@@ -8,6 +8,7 @@
 // local page in front (the page address and the window's private mode come
 // from the tree, through the browsers' own extractors).
 //
+// `--only NAME` measures one of them (xterm, thunar, chromium, firefox).
 // Prints "name: value unit" lines, medians over `--samples` ticks (default
 // 30) spaced `--spacing-ms` apart (default 1000, as the helper ticks): back
 // to back, caches make every figure several times cheaper than a real tick.
@@ -76,6 +77,8 @@ void print(const QString& name, const Samples& samples) {
 struct Options final {
     int samples = 30;
     int spacingMs = 1000;
+    QString only;  // "xterm", "thunar", "chromium" or "firefox": that one alone
+    bool wants(const char* name) const { return only.isEmpty() || only == QLatin1String(name); }
 };
 
 // Ticks as the loop does, one every spacing, and prints the medians of each
@@ -128,14 +131,17 @@ bool bringToFront(DisposableDesktop& desktop, qint64 pid) {
 }
 
 int runBench(DisposableDesktop& desktop, TRSerialQueue& worker, const Options& options) {
-    const qint64 xterm = desktop.startXterm(QStringLiteral("bench"));
-    if (!bringToFront(desktop, xterm)) return 1;
-    // The terminal extractor: no directory in the title "bench", so the one
-    // shell's working directory from /proc.
-    measureTicks(QStringLiteral("xterm"), worker, options);
+    if (options.wants("xterm")) {
+        const qint64 xterm = desktop.startXterm(QStringLiteral("bench"));
+        if (!bringToFront(desktop, xterm)) return 1;
+        // The terminal extractor: no directory in the title "bench", so the
+        // one shell's working directory from /proc.
+        measureTicks(QStringLiteral("xterm"), worker, options);
+        desktop.stopProgram(xterm);
+    }
 
     // The file manager extractor: Thunar's location bar from the tree.
-    if (DisposableDesktop::missingTool({QStringLiteral("thunar")}).isEmpty()) {
+    if (options.wants("thunar") && DisposableDesktop::missingTool({QStringLiteral("thunar")}).isEmpty()) {
         const QString folder = desktop.stateDir() + QStringLiteral("/home/bench/folder");
         QDir().mkpath(folder);
         const qint64 thunar = desktop.startProgram(QStringLiteral("thunar"), {folder});
@@ -149,6 +155,7 @@ int runBench(DisposableDesktop& desktop, TRSerialQueue& worker, const Options& o
         desktop.stopProgram(thunar);
     }
 
+    if (!options.wants("chromium") && !options.wants("firefox")) return 0;
     const QString url = servePage(desktop);
     if (url.isEmpty()) return 1;
     const struct {
@@ -159,6 +166,7 @@ int runBench(DisposableDesktop& desktop, TRSerialQueue& worker, const Options& o
         {"firefox", [&] { return desktop.startFirefox({url}); }},
     };
     for (const auto& browser : browsers) {
+        if (!options.wants(browser.name)) continue;
         const qint64 pid = browser.start();
         if (!bringToFront(desktop, pid)) return 1;
         if (!DisposableDesktop::waitUntil([&] { return documentPathNow(worker) == url; }, 30000,
@@ -180,6 +188,7 @@ int main(int argc, char** argv) {
         if (qstrcmp(argv[i], "--spacing-ms") == 0)
             options.spacingMs = QByteArray(argv[i + 1]).toInt();
         if (qstrcmp(argv[i], "--samples") == 0) options.samples = QByteArray(argv[i + 1]).toInt();
+        if (qstrcmp(argv[i], "--only") == 0) options.only = QString::fromLocal8Bit(argv[i + 1]);
     }
     QString whyNot;
     std::unique_ptr<DisposableDesktop> desktop = DisposableDesktop::start(&whyNot);

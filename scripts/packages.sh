@@ -8,10 +8,10 @@ BUILD_PACKAGES=(
   libx11-dev libxss-dev libplist-dev
 )
 TEST_PACKAGES=(
-  libgtest-dev libgmock-dev googletest libbenchmark-dev
+  ccache libgtest-dev libgmock-dev googletest libbenchmark-dev
   xvfb openbox xdotool x11-utils x11-xserver-utils at-spi2-core dbus dbus-x11
   python3 python3-dbusmock python3-gi libglib2.0-bin sqlite3 procps
-  xterm chromium chromium-l10n firefox-esr mousepad gedit xfce4-terminal thunar
-  trayer librsvg2-bin
+  xterm chromium chromium-l10n firefox-esr mousepad gedit xfce4-terminal thunar thunderbird
+  trayer xfce4-panel librsvg2-bin
   clang libclang-rt-14-dev
 )

@@ -9,9 +9,18 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 "$root/scripts/setup.sh" --test
 jobs=$(nproc)
 
+# Three builds of the same sources: ccache keeps a repeated run (and a clean
+# clone of a tree that was built before) from compiling everything again.
+# Paths are hashed relative to the checkout, so any clone shares the cache.
+launcher=()
+if command -v ccache >/dev/null; then
+  export CCACHE_BASEDIR="$root"
+  launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache -DCMAKE_C_COMPILER_LAUNCHER=ccache)
+fi
+
 configure_and_build() {  # dir, target, cmake options...
   local dir=$1 target=$2; shift 2
-  cmake -S "$root" -B "$dir" -G Ninja -DVORLIX_WERROR=ON "$@" >/dev/null
+  cmake -S "$root" -B "$dir" -G Ninja -DVORLIX_WERROR=ON "${launcher[@]}" "$@" >/dev/null
   cmake --build "$dir" -j "$jobs" --target "$target"
 }
 

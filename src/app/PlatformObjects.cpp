@@ -18,7 +18,7 @@ void createAccessibilityObjects(PlatformObjects& objects, DialogOwnerSource* dia
     auto accessibility = std::make_unique<AtspiAccessibilityProvider>(dialogOwners);
     objects.scriptingTargets =
         std::make_unique<TRDesktopScriptingTargets>(*accessibility, *objects.processes,
-                                                    accessibility.get());
+                                                    accessibility.get(), accessibility.get());
     objects.accessibility = std::move(accessibility);
 }
 

@@ -4,8 +4,8 @@
 // start-up questions; runs until asked to quit: the menu's quit item, SIGTERM,
 // SIGINT and SIGHUP end tracking (the interval in progress is stored and the
 // store saved) and exit 0. One helper per user; a second start says so and
-// exits 1. Without a display it tracks what it can, with no icon and no
-// questions.
+// exits 1. Without an X display there is nothing it could track: it says so
+// in one line and exits 1.
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -26,6 +26,7 @@
 #include "app/InspectCommand.h"
 #include "app/PlatformObjects.h"
 #include "app/ProjectsCommand.h"
+#include "app/ReportCommand.h"
 #include "app/SingleInstance.h"
 #include "store/activity/TRActivityStore.h"
 #include "store/project/TRProjectStore.h"
@@ -43,6 +44,7 @@ Q_LOGGING_CATEGORY(lcApp, "vorlix.app", QtInfoMsg)
 namespace {
 
 constexpr int kExitAlreadyRunning = 1;
+constexpr int kExitNoDisplay = 1;
 
 void parseCommandLine(QCoreApplication& app) {
     QCommandLineParser parser;
@@ -58,6 +60,10 @@ void parseCommandLine(QCoreApplication& app) {
         QStringLiteral("projects"),
         QStringLiteral("List, create and change projects and the blacklist (projects --help)."),
         QStringLiteral("[projects ...]"));
+    parser.addPositionalArgument(
+        QStringLiteral("report"),
+        QStringLiteral("Show where the time went: today, a week, a month (report --help)."),
+        QStringLiteral("[report ...]"));
     parser.process(app);
     if (!parser.positionalArguments().isEmpty()) {
         std::fprintf(stderr, "vorlix-helper: unknown command '%s'\nTry 'vorlix-helper --help'.\n",
@@ -75,17 +81,40 @@ void applicationShouldTerminate(TRHelperAppDelegate& delegate) {
     qCInfo(lcApp) << "terminating";
 }
 
+enum class XDisplay { Unset, Silent, Answers };
+
+XDisplay probeXDisplay() {
+    if (qEnvironmentVariableIsEmpty("DISPLAY")) return XDisplay::Unset;
+    return XcbWindowSystem::displayAnswers() ? XDisplay::Answers : XDisplay::Silent;
+}
+
 // Without a display (none named, or an X display that does not answer) the
 // widgets go to Qt's offscreen platform, which Qt would otherwise refuse to
-// start without: nobody can see an icon or answer a question there, so the
-// helper only tracks.
-bool chooseDisplay() {
+// start without, so that --help and --version still answer; tracking then
+// refuses to start (requireXDisplay).
+bool chooseDisplay(XDisplay display) {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") &&
-        qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
-        (qEnvironmentVariableIsEmpty("DISPLAY") || !XcbWindowSystem().isAvailable())) {
+        qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") && display != XDisplay::Answers) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
     }
     return qgetenv("QT_QPA_PLATFORM") != "offscreen";
+}
+
+// The front window is all the helper records, and only an X display names
+// it: without one, a helper left running would record nothing, silently.
+// (A Wayland session is a matter of its own.)
+bool requireXDisplay(XDisplay display) {
+    if (display == XDisplay::Answers || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
+        return true;
+    }
+    if (display == XDisplay::Unset) {
+        std::fprintf(stderr,
+                     "vorlix-helper: no X display (DISPLAY is not set); nothing to track\n");
+    } else {
+        std::fprintf(stderr, "vorlix-helper: cannot open the X display %s; nothing to track\n",
+                     qgetenv("DISPLAY").constData());
+    }
+    return false;
 }
 
 // Qt's X11 platform ends the process with status 1 the moment the X
@@ -122,14 +151,25 @@ int runProjects(int argc, char* argv[]) {
     return runProjectsCommand(QCoreApplication::arguments().mid(2));
 }
 
+// Reads the stores only: no folder migrated, nothing created.
+int runReport(int argc, char* argv[]) {
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("vorlix-helper"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(VORLIX_VERSION));
+    installTranslations(app);
+    return runReportCommand(QCoreApplication::arguments().mid(2));
+}
+
 }  // namespace
 
 int main(int argc, char* argv[]) {
     TRExceptionHandler::install();
     if (argc > 1 && std::strcmp(argv[1], "inspect") == 0) return runInspect(argc, argv);
     if (argc > 1 && std::strcmp(argv[1], "projects") == 0) return runProjects(argc, argv);
+    if (argc > 1 && std::strcmp(argv[1], "report") == 0) return runReport(argc, argv);
 
-    const bool hasDisplay = chooseDisplay();
+    const XDisplay xDisplay = probeXDisplay();
+    const bool hasDisplay = chooseDisplay(xDisplay);
     QApplication app(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
     QCoreApplication::setApplicationName(QStringLiteral("vorlix-helper"));
@@ -138,6 +178,7 @@ int main(int argc, char* argv[]) {
     installTranslations(app);
 
     parseCommandLine(app);
+    if (!requireXDisplay(xDisplay)) return kExitNoDisplay;
     // Before anything opens a store: an upgrading user's older folder first.
     TRPathMigrator::migrateApplicationSupportPaths();
 

@@ -106,6 +106,7 @@ void TRInfoLogger::resetState() {
     m_userWasIdle = true;
     m_lastDecisionDate = QDateTime();
     m_backdateFloor = QDateTime();
+    m_unattributedSpan.reset();
 }
 
 void TRInfoLogger::flushChanges() {
@@ -114,7 +115,15 @@ void TRInfoLogger::flushChanges() {
 
 void TRInfoLogger::trackingHandler() {
     if (m_logTaskRunning) {
+        // The worker can be held for many seconds by an application that
+        // does not answer. The front activity waits for it, but the user's
+        // coming and going must not: a return noticed only when the worker
+        // is free would be backdated to the last input alone, and everything
+        // the user did meanwhile would count as time away.
         qCDebug(lcTracking) << "tick skipped: the previous one is still running";
+        const QDateTime now = m_deps.clock->now();
+        endIntervalOnClockJump(now);
+        followIdle(now);
         return;
     }
     m_logTaskRunning = true;
@@ -176,7 +185,17 @@ void TRInfoLogger::decide(std::optional<TRActivity> activity, const QDateTime& o
         switched = m_previousActivityStartDate;
     }
     applyActivityChange(activity, switched);
+    // Time the user spent while this tick's activity was still unknown.
+    if (m_unattributedSpan && m_previousActivity) {
+        m_deps.recorder->storeActivity(*m_previousActivity, m_unattributedSpan->start,
+                                       m_unattributedSpan->stop);
+    }
+    m_unattributedSpan.reset();
+    followIdle(now);
+    m_logTaskRunning = false;
+}
 
+void TRInfoLogger::followIdle(const QDateTime& now) {
     const Settings settings = readSettings();
     const double idle = idleSeconds(settings);
     const double threshold = settings.idleTimeThresholdForSuspendingTracking;
@@ -193,7 +212,6 @@ void TRInfoLogger::decide(std::optional<TRActivity> activity, const QDateTime& o
     if (idleStateChanged && m_deps.statusMenu) {
         m_deps.statusMenu->resetStatusItemImages();
     }
-    m_logTaskRunning = false;
 }
 
 void TRInfoLogger::endIntervalOnClockJump(const QDateTime& now) {
@@ -284,7 +302,13 @@ void TRInfoLogger::offerTimeAway(const QDateTime& now) {
 void TRInfoLogger::goIdle(double idle, const QDateTime& now) {
     m_idleStartDate = minusSeconds(now, idle);
     if (m_previousActivityStartDate.isValid() && m_previousActivityStartDate < m_idleStartDate) {
-        store(m_idleStartDate);
+        if (m_previousActivity || !m_logTaskRunning) {
+            store(m_idleStartDate);
+        } else {
+            // Back and gone again before the worker named what was in
+            // front: the tick in flight will.
+            m_unattributedSpan = Span{m_previousActivityStartDate, m_idleStartDate};
+        }
     }
     m_previousActivityStartDate = QDateTime();
     m_userWasIdle = true;

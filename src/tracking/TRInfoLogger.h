@@ -17,7 +17,8 @@
 // owns its worker thread. Threads: everything here is main-thread only; the
 // worker runs TRActivitySource::callInfoExtractorForActivity() and nothing
 // else. At most one tick is in flight; a tick that finds one running is
-// skipped. endTracking() blocks until the worker is idle.
+// skipped, except for going idle and coming back, which never wait for the
+// worker. endTracking() blocks until the worker is idle.
 //
 // Settings come from the TRSettings snapshot at every tick, so changes to the
 // file apply at once: "shouldSuspendTrackingUponIdle",
@@ -132,6 +133,8 @@ private:
     void decide(std::optional<TRActivity> activity, const QDateTime& observed);
     void endIntervalOnClockJump(const QDateTime& now);
     bool applyActivityChange(std::optional<TRActivity>& activity, const QDateTime& switched);
+    // Going idle and coming back, also while the worker is busy.
+    void followIdle(const QDateTime& now);
     double idleSeconds(const Settings& settings) const;
     void returnFromIdle(const Settings& settings, double idle, const QDateTime& now);
     void goIdle(double idle, const QDateTime& now);
@@ -158,6 +161,13 @@ private:
     QDateTime m_lastDecisionDate;
     qint64 m_lastDecisionMonotonicMs = 0;
     QDateTime m_backdateFloor;
+    // Active time ended by going idle while the tick in flight still held
+    // the activity it belongs to; stored by that tick's decision.
+    struct Span {
+        QDateTime start;
+        QDateTime stop;
+    };
+    std::optional<Span> m_unattributedSpan;
     // Activities the worker has finished with, waiting for their decision step.
     std::mutex m_decisionsMutex;
     struct PendingDecision {

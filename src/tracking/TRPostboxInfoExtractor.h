@@ -8,9 +8,14 @@
 // scheme with the empty piece after it fall away. Not running, or not exactly
 // one message selected: the details are removed.
 //
-// On Linux this extractor stands for Thunderbird (ids in TRExtractorTables):
-// the scripting bridge answers its selection where the desktop exposes it;
-// otherwise no list, and the details are removed.
+// On Linux this extractor stands for Thunderbird (ids in TRExtractorTables).
+// The scripting bridge (TRMailTerms over the accessibility tree) answers
+// the selection with the selected rows of the message list in the window in
+// front, the subject and sender as that list shows them, and as the id the
+// address of the folder it lists, decoded for reading:
+// "mailbox://nobody@Local Folders/Projects/Alpha" gives "nobody@Local
+// Folders", "Projects", "Alpha". A message open in a window of its own has
+// no list: no selection, and the details are removed.
 //
 // Stateless. Thread: the tracking worker.
 

@@ -1,19 +1,22 @@
 // The vorlix-helper process as a user runs it: one per user, ended cleanly
-// by signals, a lost display, sleep and wake. Each test runs the real binary
-// in its own XDG folders with no reachable bus and, unless it starts a
-// desktop of its own, no display.
+// by signals, a lost display, sleep and wake, refused without a display.
+// Each test runs the real binary in its own XDG folders with no reachable
+// bus, on the display of a desktop of its own.
 
 #include <gtest/gtest.h>
 
+#include <sqlite3.h>
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QThread>
-#include <QDeadlineTimer>
+#include <algorithm>
 #include <csignal>
 #include <memory>
+#include <string>
 
 #include "harness/DisposableDesktop.h"
 #include "harness/HelperProcess.h"
@@ -44,6 +47,28 @@ protected:
         QFile::setPermissions(home.filePath(QStringLiteral("runtime")),
                               QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
         ASSERT_TRUE(Helper::answerStartupQuestions(home.filePath(QStringLiteral("config"))));
+        QString whyNot;
+        m_desktop = startDesktop(&whyNot);
+        if (!m_desktop) GTEST_SKIP() << whyNot.toStdString();
+    }
+
+    // Seconds recorded in the helper's activity store, -1 when unreadable.
+    double storedSeconds() {
+        const QString file =
+            m_home.filePath(QStringLiteral("data/info.mallowby.Vorlix/ActivityStore.db"));
+        sqlite3* db = nullptr;
+        sqlite3_stmt* sum = nullptr;
+        double seconds = -1;
+        if (sqlite3_open_v2(QFile::encodeName(file).constData(), &db, SQLITE_OPEN_READONLY,
+                            nullptr) == SQLITE_OK &&
+            sqlite3_prepare_v2(db, "SELECT TOTAL(duration) FROM HourlyEvent", -1, &sum, nullptr) ==
+                SQLITE_OK &&
+            sqlite3_step(sum) == SQLITE_ROW) {
+            seconds = sqlite3_column_double(sum, 0);
+        }
+        sqlite3_finalize(sum);
+        sqlite3_close(db);
+        return seconds;
     }
 
     std::unique_ptr<Helper> startTracking() {
@@ -62,7 +87,32 @@ protected:
 
     QTemporaryDir m_home;
     QProcessEnvironment m_environment;
+    std::unique_ptr<DisposableDesktop> m_desktop;
 };
+
+// Without an X display nothing could be recorded: one line says so and the
+// helper exits 1 at once, while the commands that need no display answer.
+TEST_F(HelperProcessTest, WithoutXDisplaySaysSoAndExitsOne) {
+    const struct {
+        const char* display;
+        QStringList arguments;
+        int exitCode;
+        const char* says;
+    } cases[] = {
+        {nullptr, {}, 1, "vorlix-helper: no X display (DISPLAY is not set); nothing to track\n"},
+        {":4095", {}, 1, "vorlix-helper: cannot open the X display :4095; nothing to track\n"},
+        {nullptr, {QStringLiteral("--version")}, 0, ""},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.display ? c.display : "no DISPLAY");
+        m_environment.remove(QStringLiteral("DISPLAY"));
+        if (c.display) m_environment.insert(QStringLiteral("DISPLAY"), QLatin1String(c.display));
+        Helper helper(m_environment, c.arguments);
+        ASSERT_TRUE(helper.waitForExit());
+        EXPECT_EQ(helper.exitCode(), c.exitCode);
+        EXPECT_EQ(helper.errors(), QLatin1String(c.says));
+    }
+}
 
 TEST_F(HelperProcessTest, SecondStartSaysSoAndExitsNonZero) {
     auto first = startTracking();
@@ -74,11 +124,14 @@ TEST_F(HelperProcessTest, SecondStartSaysSoAndExitsNonZero) {
     EXPECT_FALSE(second.errors().contains(QStringLiteral("tracking started")));
 }
 
+// Logout: the session's processes get SIGTERM and, at once, SIGHUP.
 TEST_F(HelperProcessTest, TerminationSignalEndsTrackingAndSaves) {
-    for (const int signalNumber : {SIGTERM, SIGINT, SIGHUP}) {
-        SCOPED_TRACE(signalNumber);
+    for (const int signalNumber : {SIGTERM, SIGINT, SIGHUP, 0}) {
+        SCOPED_TRACE(signalNumber ? std::to_string(signalNumber) : "SIGTERM then SIGHUP");
         auto helper = startTracking();
-        ASSERT_TRUE(helper->stopsCleanlyOn(signalNumber)) << helper->errors().toStdString();
+        if (signalNumber == 0) helper->signal(SIGTERM);
+        ASSERT_TRUE(helper->stopsCleanlyOn(signalNumber ? signalNumber : SIGHUP))
+            << helper->errors().toStdString();
         const QString errors = helper->errors();
         const qsizetype stopped = errors.indexOf(QStringLiteral("tracking stopped; store saved"));
         EXPECT_GT(stopped, errors.indexOf(QStringLiteral("received signal"))) << errors.toStdString();
@@ -104,7 +157,16 @@ TEST_F(HelperProcessTest, LostDisplayEndsTrackingAndSaves) {
         const auto desktop = startDesktop(&whyNot);
         if (!desktop) GTEST_SKIP() << whyNot.toStdString();
         m_environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QLatin1String(platform));
+        // A terminal in front and the user at it: an interval is running.
+        const qint64 terminal = desktop->startXterm(QStringLiteral("build"));
+        const auto window = desktop->waitForWindowOfProcess(terminal, 20000);
+        ASSERT_TRUE(window && desktop->activateWindow(*window));
+        const double storedBefore = std::max(0.0, storedSeconds());
         auto helper = startTracking();
+        ASSERT_TRUE(
+            desktop->run(QStringLiteral("xdotool"),
+                         {QStringLiteral("mousemove"), QStringLiteral("5"), QStringLiteral("5")}));
+        QThread::msleep(3000);
         ::kill(pid_t(desktop->xServerProcessIdentifier()), SIGTERM);
         ASSERT_TRUE(helper->waitForExit(15000)) << helper->errors().toStdString();
         EXPECT_FALSE(helper->crashed());
@@ -113,7 +175,8 @@ TEST_F(HelperProcessTest, LostDisplayEndsTrackingAndSaves) {
         EXPECT_GT(errors.indexOf(QStringLiteral("tracking stopped; store saved")),
                   errors.indexOf(QStringLiteral("lost the connection to the X display")))
             << errors.toStdString();
-        m_environment.remove(QStringLiteral("DISPLAY"));
+        EXPECT_GE(storedSeconds(), storedBefore + 1.0) << "the running interval was not stored";
+        m_environment.insert(QStringLiteral("DISPLAY"), m_desktop->display());
         m_environment.remove(QStringLiteral("QT_QPA_PLATFORM"));
         EXPECT_TRUE(startTracking()->stopsCleanlyOn(SIGTERM));
     }
@@ -162,8 +225,7 @@ TEST_F(HelperProcessTest, ReplacedExecutableRestartsTheHelper) {
 TEST_F(HelperProcessTest, SleepAndWakeReachRunningHelper) {
     PrivateDBus bus(PrivateDBus::Type::System);
     QString whyNot;
-    const auto desktop = startDesktop(&whyNot);
-    if (!desktop || !bus.start(&whyNot) || !LogindMock::start(bus, QStringLiteral("c1"), true, &whyNot))
+    if (!bus.start(&whyNot) || !LogindMock::start(bus, QStringLiteral("c1"), true, &whyNot))
         GTEST_SKIP() << whyNot.toStdString();
     const auto inhibitors = [&bus] {
         return LogindMock::sleepDelayInhibitors(bus, QStringLiteral("VorlixHelper"));

@@ -61,6 +61,9 @@ QString describe(const Tick& tick) {
     QString text = application ? application->description() : QStringLiteral("no application");
     text += QStringLiteral("; window list title \"%1\"; title \"%2\"; document \"%3\"")
                 .arg(tick.front->windowTitle(), activity.windowTitle(), activity.documentPath());
+    if (activity.pathComponents()) {
+        text += QStringLiteral("; components \"%1\"").arg(activity.pathComponents()->join(u'|'));
+    }
     if (tick.completed) text += QStringLiteral("; extractor ") + tick.completed->extractor;
     return text;
 }

@@ -218,3 +218,31 @@ TEST_F(TrackingTest, ChangedThresholdAppliesAtNextTick) {
     ASSERT_EQ(recorder.stored().size(), 1u);
     EXPECT_EQ(recorder.stored()[0].stop, lastInput);
 }
+
+// The worker held for a whole session (a first accessibility connection
+// under load): the user's return and departure are still seen on time, so
+// the session is recorded, not taken for time away.
+TEST_F(TrackingTest, StuckExtractorDoesNotHideTheUsersReturn) {
+    setSetting(QStringLiteral("idleTimeThresholdForSuspendingTracking"), 5.0);
+    source.setFront(appA());
+    idle.setLastInput(clock.at(-60));
+    logger->setShouldTrack(true);
+    source.closeGate();
+    QDateTime returned, lastInput;
+    for (int s = 1; s <= 30; ++s) {
+        SCOPED_TRACE(secondTrace(s));
+        clock.advance(1.0);
+        if (s >= 4 && s <= 20) {
+            idle.touch();
+            if (!returned.isValid()) returned = clock.now();
+            lastInput = clock.now();
+        }
+        logger->trackingHandler();
+        EXPECT_EQ(logger->userWasIdle(), s < 4 || s > 25);
+    }
+    source.openGate();
+    waitForDecision();
+    logger->endTracking();
+    ASSERT_EQ(recorder.stored().size(), 1u);
+    expectInterval(0, 101, returned, lastInput);
+}

@@ -243,3 +243,51 @@ TEST(TRScriptedExtractorsTest, BridgeReadsAFileManagersFolderFromLocationBarOrTi
         EXPECT_EQ(value.string() ? *value.string() : QString(), c.want);
     }
 }
+
+TEST(TRScriptedExtractorsTest, BridgeGivesAMailClientsOneSelectedMessageToPostbox) {
+    class Mail final : public WindowDocumentSource, public MailSelectionSource {
+    public:
+        std::optional<Selection> selection;
+        std::optional<DocumentInfo> document(qint32, int) override { return std::nullopt; }
+        std::optional<QString> windowName(qint32, int) override { return std::nullopt; }
+        std::optional<QString> applicationName(qint32) override { return std::nullopt; }
+        std::optional<Selection> mailSelection(qint32) override { return selection; }
+    } mail;
+    FakeProcessSource processes;
+    processes.processes.insert(kPid, {});
+    TRDesktopScriptingTargets targets(mail, processes, nullptr, &mail);
+    TRExtractionContext context;
+    context.scriptingTargets = &targets;
+    using Message = MailSelectionSource::Message;
+    const Message ann{q("Ann <ann@example.org>"), q("Budget")};
+    const struct {
+        const char* name;
+        std::optional<MailSelectionSource::Selection> selection;
+        std::optional<QStringList> want;  // nullopt: removed
+    } cases[] = {
+        {"local folders, nested", {{q("mailbox://nobody@Local%20Folders/Projects/Alpha"), 1, ann}},
+         list({"nobody@Local Folders", "Projects", "Alpha", "Ann <ann@example.org>", "Budget"})},
+        {"a \"/\" and a \"#\" inside names stay encoded",
+         {{q("imap://ann%40example.org@mail.example.org/INBOX/a%2Fb/C%23"), 1, ann}},
+         list({"ann@example.org@mail.example.org", "INBOX", "a%2Fb", "C%23", "Ann <ann@example.org>", "Budget"})},
+        {"no subject: left out", {{q("mailbox://nobody@Local%20Folders/Inbox"), 1, Message{ann.sender, q("")}}},
+         list({"nobody@Local Folders", "Inbox", "Ann <ann@example.org>"})},
+        {"folder unknown: sender and subject", {{QString(), 1, ann}}, list({"Ann <ann@example.org>", "Budget"})},
+        {"two selected", {{q("mailbox://nobody@Local%20Folders/Inbox"), 2, std::nullopt}}, std::nullopt},
+        {"none selected", {{q("mailbox://nobody@Local%20Folders/Inbox"), 0, std::nullopt}}, std::nullopt},
+        {"no message list in front", std::nullopt, std::nullopt},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        mail.selection = c.selection;
+        TRActivity activity = makeActivity(makeApplication(kPid, QStringLiteral("thunderbird")));
+        activity.setWindowTitle(q("Alpha - Local Folders - Mozilla Thunderbird"));
+        TRPostboxInfoExtractor::instance().writeDetailsForActivity(activity, context);
+        if (!c.want) {
+            EXPECT_FALSE(activity.details().has_value());
+            continue;
+        }
+        ASSERT_TRUE(activity.details().has_value());
+        EXPECT_EQ(activity.details()->pathComponents(), c.want);
+    }
+}

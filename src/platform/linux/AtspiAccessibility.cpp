@@ -252,7 +252,8 @@ std::optional<QString> AtspiAccessibilityProvider::applicationName(qint32 proces
     return name;
 }
 
-// File managers' location bars.
+// File managers' location bars. The field found in the window in front is
+// kept while that window stays in front (AtspiApplicationState::LocationField).
 std::optional<QString> AtspiAccessibilityProvider::locationText(qint32 processIdentifier,
                                                                 int windowIndex) {
     d->assertThread();
@@ -262,8 +263,25 @@ std::optional<QString> AtspiAccessibilityProvider::locationText(qint32 processId
     if (app == nullptr) return std::nullopt;
     const std::shared_ptr<AtspiApplicationState> state = d->state(processIdentifier);
     if (!state->checkNotStopped()) return std::nullopt;
-    atspi_accessible_clear_cache(app);
+    if (windowIndex != 1) atspi_accessible_clear_cache(app);
     AtspiQuery query(*state);
     AccessiblePtr window = query.windowAt(app, windowIndex);
-    return window ? query.toolBarText(window.get()) : std::nullopt;
+    if (!window) return std::nullopt;
+    auto& kept = state->locationField;
+    if (windowIndex == 1 && kept && kept->window.get() == window.get()) {
+        // Found through a Collection request, the field is not among the
+        // children the tick's cache clearing reaches.
+        atspi_accessible_clear_cache(kept->field.get());
+        if (query.hasState(kept->field.get(), ATSPI_STATE_SHOWING)) {
+            if (std::optional<QString> text = query.shownText(kept->field.get())) return text;
+        }
+        kept.reset();
+    }
+    AccessiblePtr field = query.toolBarField(window.get());
+    if (!field) return std::nullopt;
+    std::optional<QString> text = query.shownText(field.get());
+    if (windowIndex == 1 && text && query.responsive()) {
+        kept = AtspiApplicationState::LocationField{std::move(window), std::move(field)};
+    }
+    return text;
 }

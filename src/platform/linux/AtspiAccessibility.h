@@ -29,6 +29,9 @@
 //   "AXDescription"       the accessible description
 //   "AXPosition", "AXSize" the window's screen extents
 //   actions               the Action interface's, by name; nothing is settable
+//   mail selection        the selected message rows and folder item of the
+//                         window in front (one Collection request), as
+//                         MailListShapes.h describes each client's list
 //
 // Thread: libatspi is not thread-safe. Every AT-SPI call, including the
 // release of elements, happens on the one thread that made the first call
@@ -53,13 +56,15 @@
 #include <optional>
 
 #include "platform/AccessibilityElement.h"
+#include "platform/MailSelectionSource.h"
 #include "platform/WindowDocumentSource.h"
 #include "platform/WindowLocationSource.h"
 #include "platform/linux/DialogOwners.h"
 
 class AtspiAccessibilityProvider final : public AccessibilityProvider,
                                          public WindowDocumentSource,
-                                         public WindowLocationSource {
+                                         public WindowLocationSource,
+                                         public MailSelectionSource {
 public:
     // `dialogOwners` (borrowed, may be null) tells which window a dialog
     // belongs to; it must outlive the provider.
@@ -85,6 +90,10 @@ public:
     // For file managers: the first showing text field of the window's tool
     // bars (Thunar's and PCManFM's location bar).
     std::optional<QString> locationText(qint32 processIdentifier, int windowIndex) override;
+
+    // For mail clients: the selected messages of the front window's list
+    // (AtspiMailSelection.cpp, shapes in MailListShapes.h).
+    std::optional<Selection> mailSelection(qint32 processIdentifier) override;
 
     struct Session;
 

@@ -20,6 +20,8 @@
 // GLib and AT-SPI last: GLib's headers clash with Qt's keywords.
 #include <atspi/atspi.h>
 
+struct MailListShape;
+
 struct GObjectUnref final {
     void operator()(void* object) const {
         if (object != nullptr) g_object_unref(object);
@@ -81,6 +83,24 @@ struct AtspiApplicationState final {
         std::optional<QString> documentName;
     };
     TickFront tickFront;
+    // A file manager's location bar in the window in front, once found: each
+    // tick asks whether it still shows and what it says (two round trips)
+    // instead of searching the window again (a Collection request and a
+    // dozen parent steps), until another window is in front or the field
+    // stops showing.
+    struct LocationField final {
+        AccessiblePtr window;
+        AccessiblePtr field;
+    };
+    std::optional<LocationField> locationField;
+    // The one selected message last read, by its row's accessible name
+    // (which shows sender, date and subject): its parts are read again only
+    // when another row is selected.
+    struct MailRow final {
+        QString rowName;
+        MailSelectionSource::Message message;
+    };
+    std::optional<MailRow> lastMailRow;
     bool tickFrontFresh() const {
         return tickFront.foundAt.isValid() && tickFront.foundAt.elapsed() < TickFront::kLifetimeMs &&
                tickFront.title == frontWindowTitle;
@@ -145,9 +165,15 @@ public:
     bool isSheet(AtspiAccessible* window);
     // The document shown in a window, or nullptr; bounded in depth and count.
     AccessiblePtr findDocument(AtspiAccessible* window);
-    // The text of the first showing text field inside a tool bar of the
-    // window (one Collection request, then a few parent steps per field).
-    std::optional<QString> toolBarText(AtspiAccessible* window);
+    // The first showing text field inside a tool bar of the window (one
+    // Collection request, then a few parent steps per field); nullptr when
+    // it has none.
+    AccessiblePtr toolBarField(AtspiAccessible* window);
+    // The text the object shows, without embedded-object marks, trimmed.
+    std::optional<QString> shownText(AtspiAccessible* object);
+    // The selected messages and folder of a mail client's window
+    // (AtspiMailSelection.cpp); nullopt when it shows no list known there.
+    std::optional<MailSelectionSource::Selection> mailSelection(AtspiAccessible* window);
     // "DocURL", else "URI"; nullopt when the object is not a document.
     std::optional<QString> documentAddress(AtspiAccessible* document);
     // Position and size on the screen (the Component interface).
@@ -166,6 +192,10 @@ private:
     bool isDocument(AtspiAccessible* object);
     std::optional<AccessiblePtr> findDocumentByCollection(AtspiAccessible* window);
     AccessiblePtr firstTopLevel(AtspiAccessible* application, bool activeOnly);
+    // Descendants matching `rule` (one Collection request), at most `limit`.
+    std::vector<AccessiblePtr> matches(AtspiAccessible* within, AtspiMatchRule* rule, int limit);
+    std::optional<QString> attribute(AtspiAccessible* object, const char* key);
+    MailSelectionSource::Message messageOfRow(AtspiAccessible* row, const MailListShape& shape);
 
     AtspiApplicationState& m_state;
     // The last name read, so finding the window in front and naming it cost

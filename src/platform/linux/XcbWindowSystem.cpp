@@ -219,6 +219,14 @@ qint32 XcbWindowSystem::Private::choosePid(xcb_window_t window, qint32 serverPid
     return client != XCB_NONE ? pidOf(client) : serverPid;
 }
 
+bool XcbWindowSystem::displayAnswers(const QByteArray& displayName) {
+    xcb_connection_t* connection =
+        xcb_connect(displayName.isEmpty() ? nullptr : displayName.constData(), nullptr);
+    const bool answers = connection != nullptr && xcb_connection_has_error(connection) == 0;
+    xcb_disconnect(connection);
+    return answers;
+}
+
 XcbWindowSystem::XcbWindowSystem(const QByteArray& displayName) : d(std::make_unique<Private>()) {
     if (!d->connect(displayName)) qCInfo(lcXcb) << "no X display; window tracking is off";
 }

@@ -39,6 +39,9 @@ public:
     XcbWindowSystem& operator=(const XcbWindowSystem&) = delete;
 
     bool isAvailable() const override;
+    // Whether an X display (empty: $DISPLAY) takes a connection; says
+    // nothing in the log, so a caller can say it in its own words.
+    static bool displayAnswers(const QByteArray& displayName = {});
     std::optional<qint32> frontProcessIdentifier() override;
     std::optional<quint64> activeWindow() override;
     std::vector<WindowInfo> windowList() override;

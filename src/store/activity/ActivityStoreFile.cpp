@@ -11,10 +11,11 @@
 #include "store/activity/TRASEntities.h"
 #include "store/activity/TRStoreReporter.h"
 
-ActivityStoreFile::ActivityStoreFile(QString dataFolder, TRStoreReporter& reporter,
+ActivityStoreFile::ActivityStoreFile(QString dataFolder, bool readOnly, TRStoreReporter& reporter,
                                      std::function<void()> abortProcess,
                                      std::function<void()> objectsInsertedOrDeleted)
     : m_dataFolder(QDir::cleanPath(dataFolder)),
+      m_readOnly(readOnly),
       m_reporter(reporter),
       m_abortProcess(std::move(abortProcess)),
       m_objectsInsertedOrDeleted(std::move(objectsInsertedOrDeleted)) {}
@@ -39,8 +40,36 @@ bool ActivityStoreFile::createDataFolder() {
     return false;
 }
 
+// A reader opens what is there or nothing: no folder, file or schema is
+// made, so the running helper's files stay exactly as it keeps them.
+bool ActivityStoreFile::openReadOnly(const QString& file, QString* storeUuid) {
+    if (!QFileInfo::exists(file)) {
+        m_reporter.presentError(
+            TRError{QStringLiteral("ActivityStore"), 260,
+                    QStringLiteral("There is no activity store at %1.").arg(file)});
+        return false;
+    }
+    std::optional<TRError> error = m_db.open(file, SqliteDatabase::Mode::ReadOnly);
+    if (!error) error = ActivityStoreSchema::checkReadable(m_db, storeUuid);
+    if (error) {
+        error->failureReason = QStringLiteral("(%1)").arg(file);
+        m_reporter.presentError(*error);
+        m_db.close();
+        return false;
+    }
+    return true;
+}
+
 void ActivityStoreFile::open() {
     m_openAttempted = true;
+    const QString storeFile = QDir(m_dataFolder).filePath(QStringLiteral("ActivityStore.db"));
+    if (m_readOnly) {
+        QString storeUuid;
+        if (!openReadOnly(storeFile, &storeUuid)) return;
+        m_context = std::make_unique<TRObjectContext>(m_db, storeUuid, activityStoreEntities());
+        m_context->objectsInsertedOrDeleted = m_objectsInsertedOrDeleted;
+        return;
+    }
     if (!createDataFolder()) {
         m_reporter.presentError(
             TRError{QStringLiteral("YOUR_ERROR_DOMAIN"), 9999,
@@ -48,7 +77,7 @@ void ActivityStoreFile::open() {
                     QStringLiteral("There was an error building up the data file.")});
         return;
     }
-    const QString file = QDir(m_dataFolder).filePath(QStringLiteral("ActivityStore.db"));
+    const QString& file = storeFile;
     if (!QFileInfo::exists(file)) {
         // SQLite gives its -wal and -shm files the database file's mode.
         QFile create(file);

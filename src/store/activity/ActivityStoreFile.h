@@ -13,6 +13,11 @@
 //    abortProcess (the helper never runs without its store).
 // There is no later retry: the first call decides.
 //
+// Opened read-only (a report reading beside the running helper), it creates
+// and migrates nothing and never ends the process: a missing file, a file
+// that is not a store or of another version is presented as an error and
+// the store stays closed.
+//
 // Owns the connection and the one TRObjectContext over the activity store's
 // entities. Main thread only.
 
@@ -29,7 +34,7 @@ class ActivityStoreFile final {
 public:
     // REQUIRES: reporter outlives the file. objectsInsertedOrDeleted is
     // handed to the context (TRObjectContext::objectsInsertedOrDeleted).
-    ActivityStoreFile(QString dataFolder, TRStoreReporter& reporter,
+    ActivityStoreFile(QString dataFolder, bool readOnly, TRStoreReporter& reporter,
                       std::function<void()> abortProcess,
                       std::function<void()> objectsInsertedOrDeleted);
     ~ActivityStoreFile();
@@ -48,9 +53,11 @@ public:
 
 private:
     void open();
+    bool openReadOnly(const QString& file, QString* storeUuid);
     bool createDataFolder();
 
     QString m_dataFolder;
+    bool m_readOnly;
     TRStoreReporter& m_reporter;
     std::function<void()> m_abortProcess;
     std::function<void()> m_objectsInsertedOrDeleted;

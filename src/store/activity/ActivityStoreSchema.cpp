@@ -114,4 +114,24 @@ std::optional<TRError> prepare(SqliteDatabase& db, QString* storeUuid) {
     return error;
 }
 
+std::optional<TRError> checkReadable(SqliteDatabase& db, QString* storeUuid) {
+    db.setBusyTimeout(5000);
+    // The first read fails on a file that is not a database at all.
+    auto version = db.prepare(QStringLiteral("PRAGMA user_version"));
+    if (!version) return db.lastError();
+    if (!version->step()) return version->error().value_or(db.lastError());
+    const int found = int(version->int64(0));
+    if (found != kCurrentVersion) {
+        return TRError{QStringLiteral("ActivityStore"), 134100,
+                       QStringLiteral("The activity store has schema %1; this program reads %2 "
+                                      "(the helper brings an older one up to date when it starts).")
+                           .arg(found)
+                           .arg(kCurrentVersion)};
+    }
+    auto uuid = db.prepare(QStringLiteral("SELECT value FROM Metadata WHERE key = 'storeUUID'"));
+    if (!uuid) return db.lastError();
+    if (uuid->step()) *storeUuid = uuid->text(0);
+    return uuid->error();
+}
+
 }  // namespace ActivityStoreSchema

@@ -26,4 +26,9 @@ inline constexpr int kCurrentVersion = 2;
 // REQUIRES: an open read-write connection.
 std::optional<TRError> prepare(SqliteDatabase& db, QString* storeUuid);
 
+// For a reader that must change nothing: checks that the file is a store of
+// the current version and returns its UUID, without migrating or writing.
+// REQUIRES: an open connection (read-only is enough).
+std::optional<TRError> checkReadable(SqliteDatabase& db, QString* storeUuid);
+
 }  // namespace ActivityStoreSchema

@@ -313,6 +313,7 @@ std::vector<TRASPathComponent*> TRASPathComponent::fetchAll(TRObjectContext& con
     // Every node is in memory now, so every children set can be completed
     // without one query per node.
     std::unordered_map<TRASPathComponent*, std::vector<TRASPathComponent*>> children;
+    children.reserve(nodes.size());  // at most one entry per node: never rehashed
     for (TRASPathComponent* node : nodes) {
         TRASPathComponent* parent = node->pathParent();
         if (parent && !parent->m_childrenLoaded) children[parent].push_back(node);

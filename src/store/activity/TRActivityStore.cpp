@@ -38,7 +38,7 @@ TRActivityStore::TRActivityStore(Options options, QObject* parent)
     : QObject(parent),
       m_options(withDefaults(std::move(options))),
       m_timeThreshold(m_options.settings->snapshot().activityStoreTimeThreshold),
-      m_file(m_options.dataFolder, *m_options.reporter, m_options.abortProcess,
+      m_file(m_options.dataFolder, m_options.readOnly, *m_options.reporter, m_options.abortProcess,
              [this] { m_queries.objectsInsertedOrDeleted(); }),
       m_queries(m_file),
       m_recorder(m_file, *m_options.settings, *m_options.blacklist),

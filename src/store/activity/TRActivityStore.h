@@ -55,6 +55,9 @@ public:
         std::shared_ptr<TRStoreReporter> reporter;                          // empty: the log
         std::shared_ptr<TRASIconLookup> iconLookup;                         // empty: no icons
         std::function<void()> abortProcess;                                 // empty: std::abort
+        // Reads the file as it is and never writes it (see ActivityStoreFile);
+        // a reader must not save.
+        bool readOnly = false;
     };
 
     explicit TRActivityStore(Options options, QObject* parent = nullptr);
@@ -124,6 +127,10 @@ public:
     void deleteEventsBetweenDate(const TRASEventFilter& filter);
     std::vector<TRASPathComponent*> rootPathComponentsWithFilter() {
         return m_queries.rootPathComponentsWithFilter(m_timeThreshold);
+    }
+    // With another threshold than the store's, which stays as it is.
+    std::vector<TRASPathComponent*> rootPathComponentsWithFilter(double threshold) {
+        return m_queries.rootPathComponentsWithFilter(threshold);
     }
     QDateTime startDateOfOldestHourlyEvent() { return m_queries.startDateOfOldestHourlyEvent(); }
     QDateTime startDateOfNewestHourlyEvent() { return m_queries.startDateOfNewestHourlyEvent(); }

@@ -56,4 +56,17 @@ std::optional<TRError> prepare(SqliteDatabase& db) {
     return error;
 }
 
+std::optional<TRError> checkReadable(SqliteDatabase& db) {
+    db.setBusyTimeout(5000);
+    auto version = db.prepare(QStringLiteral("PRAGMA user_version"));
+    if (!version) return db.lastError();
+    if (!version->step()) return version->error().value_or(db.lastError());
+    if (version->int64(0) == kCurrentVersion) return std::nullopt;
+    return TRError{QStringLiteral("ProjectStore"), 134100,
+                   QStringLiteral("The project store's model version %1 is incompatible "
+                                  "with this program's (%2).")
+                       .arg(version->int64(0))
+                       .arg(kCurrentVersion)};
+}
+
 }  // namespace ProjectStoreSchema

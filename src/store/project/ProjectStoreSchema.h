@@ -22,4 +22,8 @@ inline constexpr int kCurrentVersion = 1;
 // the schema in an empty file. REQUIRES: an open read-write connection.
 std::optional<TRError> prepare(SqliteDatabase& db);
 
+// For a reader that must change nothing: checks that the file is a project
+// store of this version. REQUIRES: an open connection (read-only is enough).
+std::optional<TRError> checkReadable(SqliteDatabase& db);
+
 }  // namespace ProjectStoreSchema

@@ -108,8 +108,30 @@ bool TRProjectStore::createDataFolder() {
     return false;
 }
 
+bool TRProjectStore::openReadOnly(const QString& file) {
+    // No file yet (no project was ever made): an empty store in memory
+    // answers as the file would, with no projects and no blacklist.
+    const bool exists = QFileInfo::exists(file);
+    std::optional<TRError> error = exists ? m_db.open(file, SqliteDatabase::Mode::ReadOnly)
+                                          : m_db.open(QStringLiteral(":memory:"));
+    if (!error)
+        error =
+            exists ? ProjectStoreSchema::checkReadable(m_db) : ProjectStoreSchema::prepare(m_db);
+    if (error) {
+        error->failureReason = QStringLiteral("(%1)").arg(file);
+        m_options.reporter->presentError(*error);
+        m_db.close();
+        return false;
+    }
+    m_context = std::make_unique<TRObjectContext>(m_db, kStoreName, projectStoreEntities());
+    m_seenDataVersion = dataVersion();
+    return true;
+}
+
 bool TRProjectStore::open() {
     m_openAttempted = true;
+    if (m_options.readOnly)
+        return openReadOnly(QDir(m_options.dataFolder).filePath(QStringLiteral("ProjectStore.db")));
     if (!createDataFolder()) {
         m_options.reporter->presentError(
             TRError{QStringLiteral("YOUR_ERROR_DOMAIN"), 9999,

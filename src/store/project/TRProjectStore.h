@@ -67,6 +67,11 @@ public:
         std::shared_ptr<TRStoreReporter> reporter;  // empty: the log
         std::shared_ptr<TRInstalledApplications> installedApplications;  // empty: none
         std::function<void()> abortProcess;  // empty: std::abort
+        // Reads the file as it is and never writes it: nothing is created
+        // (a missing file reads as a store without projects) and a file that
+        // cannot be read is presented as an error, leaving the store closed.
+        // A reader must not save.
+        bool readOnly = false;
     };
 
     explicit TRProjectStore(Options options, QObject* parent = nullptr);
@@ -150,6 +155,7 @@ private:
     struct NodeDurations;
 
     bool open();
+    bool openReadOnly(const QString& file);
     bool createDataFolder();
     qint64 dataVersion();
     void rememberBlacklist();

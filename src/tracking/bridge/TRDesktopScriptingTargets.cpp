@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include "tracking/bridge/TRBrowserWindowMode.h"
+#include "tracking/bridge/TRMailTerms.h"
 
 namespace {
 
@@ -91,14 +92,20 @@ int documentWindow(const ScriptReference& reference) {
 class DesktopScriptingTarget final : public ScriptingTarget {
 public:
     DesktopScriptingTarget(WindowDocumentSource& provider, ProcessSource& processes,
-                           WindowLocationSource* locations, qint32 processIdentifier)
+                           WindowLocationSource* locations, MailSelectionSource* mail,
+                           qint32 processIdentifier)
         : m_provider(provider), m_processes(processes), m_locations(locations),
-          m_pid(processIdentifier) {}
+          m_pid(processIdentifier) {
+        if (mail != nullptr) m_mail.emplace(*mail, processIdentifier);
+    }
 
     bool isRunning() override { return m_pid > 0 && m_processes.isRunning(m_pid); }
 
     ScriptValue get(const ScriptReference& reference) override {
         if (reference.empty()) return missing();
+        if (m_mail) {
+            if (std::optional<ScriptValue> answer = m_mail->answer(reference)) return *answer;
+        }
         if (const int window = fileManagerWindow(reference); window != 0) {
             QString folder;
             if (m_locations != nullptr) {
@@ -176,6 +183,7 @@ private:
     WindowDocumentSource& m_provider;
     ProcessSource& m_processes;
     WindowLocationSource* m_locations;
+    std::optional<TRMailTerms> m_mail;
     qint32 m_pid;
 };
 
@@ -183,11 +191,12 @@ private:
 
 TRDesktopScriptingTargets::TRDesktopScriptingTargets(WindowDocumentSource& documents,
                                                      ProcessSource& processes,
-                                                     WindowLocationSource* locations)
-    : m_documents(documents), m_processes(processes), m_locations(locations) {}
+                                                     WindowLocationSource* locations,
+                                                     MailSelectionSource* mail)
+    : m_documents(documents), m_processes(processes), m_locations(locations), m_mail(mail) {}
 
 std::unique_ptr<ScriptingTarget> TRDesktopScriptingTargets::targetForProcess(
     qint32 processIdentifier) {
-    return std::make_unique<DesktopScriptingTarget>(m_documents, m_processes, m_locations,
+    return std::make_unique<DesktopScriptingTarget>(m_documents, m_processes, m_locations, m_mail,
                                                     processIdentifier);
 }

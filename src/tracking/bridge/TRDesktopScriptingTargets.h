@@ -30,8 +30,19 @@
 //                          name when that carries a full path ("/srv/www -
 //                          Thunar", "~/notes"); a local folder only when it
 //                          exists, as a file URL; else missing
+//   selection 'slct'    -> for a mail client (MailSelectionSource): a list
+//                          with a reference per selected message of the
+//                          list in front; missing when the window shows no
+//                          list the source can read
+//   <message> 'subj', 'sndr'
+//                       -> the subject and the sender the list shows, for
+//                          the one selected message; missing otherwise
+//   <message> 'ID  '    -> the address of the folder the list shows, each
+//                          piece decoded for reading ("mailbox://nobody@Local
+//                          Folders/Projects/Alpha") with "/" and "#" inside a
+//                          name kept encoded, so the pieces stay pieces
 //   anything else ('ppth', 'file', 'Dpth', 'url ', 'FTPc', 'pins', a
-//   terminal's 'titl' and 'Cssn', mail selections, ...) -> missing
+//   terminal's 'titl' and 'Cssn', a mail client's mailboxes, ...) -> missing
 // `isRunning` asks the process source: a process that is gone or has ended
 // is not running.
 //
@@ -42,6 +53,7 @@
 // Thread: the thread of the document source (for AT-SPI, the tracking
 // worker).
 
+#include "platform/MailSelectionSource.h"
 #include "platform/ProcessSource.h"
 #include "platform/WindowDocumentSource.h"
 #include "platform/WindowLocationSource.h"
@@ -49,10 +61,11 @@
 
 class TRDesktopScriptingTargets final : public ScriptingTargets {
 public:
-    // Both sources must outlive every target made here.
-    // `locations` may be null (no location bars on this desktop).
+    // The sources must outlive every target made here. `locations` and
+    // `mail` may be null (no location bars, no mail lists on this desktop).
     TRDesktopScriptingTargets(WindowDocumentSource& documents, ProcessSource& processes,
-                              WindowLocationSource* locations = nullptr);
+                              WindowLocationSource* locations = nullptr,
+                              MailSelectionSource* mail = nullptr);
 
     std::unique_ptr<ScriptingTarget> targetForProcess(qint32 processIdentifier) override;
 
@@ -60,4 +73,5 @@ private:
     WindowDocumentSource& m_documents;
     ProcessSource& m_processes;
     WindowLocationSource* m_locations;
+    MailSelectionSource* m_mail;
 };

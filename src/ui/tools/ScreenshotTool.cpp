@@ -7,6 +7,10 @@
 //   vorlix-ui-screenshots --panel OUTFILE   the icon in the running tray (X11
 //                                           with a tray, e.g. trayer): the
 //                                           screen's bottom right corner
+//   vorlix-ui-screenshots --grab OUTFILE X Y W H
+//                                           a part of the screen as it is
+//                                           (the real helper in a real panel,
+//                                           its menu open)
 //
 // Not installed; scripts/screenshots.sh runs it.
 
@@ -156,6 +160,16 @@ int drawPanel(const QString& file) {
                : 1;
 }
 
+// The screen's rectangle as the X server shows it, whoever drew it.
+int grabScreen(const QString& file, const QStringList& rectangle) {
+    QList<int> numbers;
+    for (const QString& text : rectangle) numbers.append(text.toInt());
+    QScreen* screen = QGuiApplication::primaryScreen();
+    const QImage shot =
+        screen->grabWindow(0, numbers.at(0), numbers.at(1), numbers.at(2), numbers.at(3)).toImage();
+    return save(shot, file) ? 0 : 1;
+}
+
 }  // namespace
 
 int main(int argc, char* argv[]) {
@@ -165,8 +179,11 @@ int main(int argc, char* argv[]) {
     if (arguments.size() == 3 && arguments.at(1) == QStringLiteral("--panel")) {
         return drawPanel(arguments.at(2));
     }
+    if (arguments.size() == 7 && arguments.at(1) == QStringLiteral("--grab")) {
+        return grabScreen(arguments.at(2), arguments.mid(3));
+    }
     if (arguments.size() != 2) {
-        std::fprintf(stderr, "usage: vorlix-ui-screenshots OUTDIR | --panel OUTFILE\n");
+        std::fprintf(stderr, "usage: vorlix-ui-screenshots OUTDIR | --panel OUTFILE | --grab OUTFILE X Y W H\n");
         return 2;
     }
     return drawWindows(arguments.at(1));
