@@ -164,7 +164,8 @@ TEST_F(SyncTest, DeletionsArriveAndRebuildTheNodeList) {
 
 // The main application deletes a branch the helper has only merged in (the
 // parent's children never read): the helper must not follow the freed
-// parent from the child, then or later (an address error under ASan).
+// parent from the child, then or later, nor let go of a twice-named object
+// twice (address errors under ASan).
 TEST_F(SyncTest, ABranchDeletedElsewhereParentFirstLeavesNoPointerToIt) {
     auto helper = makeStore(kHelper);
     auto main = makeStore(kMain);
@@ -174,7 +175,9 @@ TEST_F(SyncTest, ABranchDeletedElsewhereParentFirstLeavesNoPointerToIt) {
     drainEvents();
     TRASPathComponent* b = main->lastPathComponentForActivity(onPath(QStringLiteral("/a/b")));
     TRObjectContext& file = *main->managedObjectContext();
-    const QString parentFirst = file.uriFor(*b->pathParent()) + QLatin1Char('\n') + file.uriFor(*b);
+    // Parent first, and the child named twice.
+    const QString parentFirst = file.uriFor(*b->pathParent()) + QLatin1Char('\n') + file.uriFor(*b) +
+                                QLatin1Char('\n') + file.uriFor(*b);
     postChanges(kMain + QStringLiteral("|||") + helper->applicationSupportDirectory(),
                 {{QStringLiteral("inserted"), {}},
                  {QStringLiteral("updated"), {}},

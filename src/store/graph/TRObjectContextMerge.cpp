@@ -1,5 +1,7 @@
 // Merging another program's saved changes into TRObjectContext (see
 // TRObjectContext.h).
+#include <algorithm>
+
 #include "store/graph/SqliteDatabase.h"
 #include "store/graph/TRObjectContext.h"
 
@@ -32,7 +34,10 @@ void TRObjectContext::merge(const QStringList& inserted, const QStringList& upda
             notFound->append(uri);
             continue;
         }
-        if (TRManagedObject* object = registered(entity, id)) gone.push_back(object);
+        TRManagedObject* object = registered(entity, id);
+        // A URI listed twice is one object to let go.
+        if (object && std::find(gone.begin(), gone.end(), object) == gone.end())
+            gone.push_back(object);
     }
     forgetDeletedElsewhere(gone);
     insertedOrDeleted = insertedOrDeleted || !gone.empty();
