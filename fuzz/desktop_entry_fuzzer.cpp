@@ -26,9 +26,11 @@ const QTemporaryDir& folder() {
 }
 
 // A file name made of the input: no '/', no NUL, short enough for the file
-// system.
+// system, whole characters.
 QString programName(const QByteArray& bytes) {
     QString name = QString::fromUtf8(bytes).left(60);
+    // A path read from the file system never ends in half a surrogate pair.
+    if (!name.isEmpty() && name.back().isHighSurrogate()) name.chop(1);
     name.replace(QLatin1Char('/'), QLatin1Char('_'));
     name.replace(QChar(0), QLatin1Char('_'));
     return QStringLiteral("p") + name;
