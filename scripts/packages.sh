@@ -6,6 +6,7 @@ BUILD_PACKAGES=(
   libsqlite3-dev libicu-dev libatspi2.0-dev libglib2.0-dev
   libxcb1-dev libxcb-ewmh-dev libxcb-res0-dev libxcb-icccm4-dev libxcb-screensaver0-dev
   libx11-dev libxss-dev libplist-dev
+  libwayland-dev wayland-protocols plasma-wayland-protocols
 )
 TEST_PACKAGES=(
   ccache libgtest-dev libgmock-dev googletest libbenchmark-dev
@@ -13,5 +14,6 @@ TEST_PACKAGES=(
   python3 python3-dbusmock python3-gi libglib2.0-bin sqlite3 procps
   xterm chromium chromium-l10n firefox-esr mousepad gedit xfce4-terminal thunar thunderbird
   trayer xfce4-panel librsvg2-bin
+  sway foot xwayland wtype
   clang libclang-rt-14-dev
 )

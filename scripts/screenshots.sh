@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Redraws the pictures in docs/screenshots: the menu, the custom-activity
-# window and the three questions (Qt's offscreen platform), and the icon in a
+# window, the three questions and a notice (Qt's offscreen platform), and the icon in a
 # real XEmbed tray (trayer on a throw-away Xvfb display with openbox), once on
 # a dark and once on a light panel; then the real helper in a
 # StatusNotifierItem panel (xfce4-panel), once closed and once with its menu

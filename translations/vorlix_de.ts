@@ -152,4 +152,23 @@
         <translation>Vorlix: Privatmodus, nichts wird erfasst</translation>
     </message>
 </context>
+<context>
+    <name>iNotify</name>
+    <message>
+        <source>OK</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>Ignore</source>
+        <translation>Ignorieren</translation>
+    </message>
+    <message>
+        <source>Remind Me Later</source>
+        <translation>Später erinnern</translation>
+    </message>
+    <message>
+        <source>More Info</source>
+        <translation>Mehr erfahren</translation>
+    </message>
+</context>
 </TS>

@@ -118,7 +118,7 @@ QString inspectFrontActivity(TRInfoExtractor& dispatch) {
 }
 
 int runInspectCommand(const QStringList& arguments, const TRExtractionContext& platform,
-                      QTextStream& out, QTextStream& err) {
+                      QTextStream& out, QTextStream& err, const QString& windowSourceAdvice) {
     bool once = false;
     for (const QString& argument : arguments) {
         if (argument == QLatin1String("--once")) {
@@ -138,7 +138,8 @@ int runInspectCommand(const QStringList& arguments, const TRExtractionContext& p
         return 1;
     }
     if (!platform.windowSystem->isAvailable()) {
-        err << "vorlix-helper inspect: cannot reach the X display (is DISPLAY set?)\n";
+        err << "vorlix-helper inspect: cannot reach the X display (is DISPLAY set?) nor, "
+               "on sway, its IPC socket (SWAYSOCK)\n";
         return 1;
     }
     const TRExtractorRegistry registry = TRExtractorRegistry::withDefaultExtractors();
@@ -147,6 +148,14 @@ int runInspectCommand(const QStringList& arguments, const TRExtractionContext& p
         out << "note: accessibility is off: window titles come from the window list only, "
                "and no document or page address is read\n\n";
     }
+    if (const QString source = platform.windowSystem->sourceDescription(); !source.isEmpty()) {
+        out << "window source: " << source << '\n';
+    }
+    if (!windowSourceAdvice.isEmpty()) {
+        out << "note: only windows of X11 programs are seen on this Wayland desktop; to see "
+               "the others, "
+            << windowSourceAdvice << "\n\n";
+    }
     if (once) {
         out << inspectFrontActivity(dispatch);
         return 0;
@@ -154,8 +163,9 @@ int runInspectCommand(const QStringList& arguments, const TRExtractionContext& p
     return lookUntilInterrupted(dispatch, out);
 }
 
-int runInspectCommand(const QStringList& arguments, const TRExtractionContext& platform) {
+int runInspectCommand(const QStringList& arguments, const TRExtractionContext& platform,
+                      const QString& windowSourceAdvice) {
     QTextStream out(stdout);
     QTextStream err(stderr);
-    return runInspectCommand(arguments, platform, out, err);
+    return runInspectCommand(arguments, platform, out, err, windowSourceAdvice);
 }

@@ -24,9 +24,13 @@ class TRInfoExtractor;
 // `arguments` are those after "inspect"; `platform` holds the desktop's
 // objects. Returns the process exit code: 0 after --once or an
 // interrupt, 1 when there is no window system to ask, 2 for a usage error.
-int runInspectCommand(const QStringList& arguments, const TRExtractionContext& platform);
+// `windowSourceAdvice`, when set, says what would let the helper see the
+// desktop's native windows; it is printed first.
 int runInspectCommand(const QStringList& arguments, const TRExtractionContext& platform,
-                      QTextStream& out, QTextStream& err);
+                      const QString& windowSourceAdvice = {});
+int runInspectCommand(const QStringList& arguments, const TRExtractionContext& platform,
+                      QTextStream& out, QTextStream& err,
+                      const QString& windowSourceAdvice = {});
 
 // One look at the front application through `dispatch`, as the text block
 // that `inspect` prints.

@@ -1,17 +1,29 @@
 #include "app/PlatformObjects.h"
 
 #include "platform/linux/AtspiAccessibility.h"
+#include "platform/linux/DesktopSession.h"
+#include "platform/linux/GnomeShellWindowSystem.h"
+#include "platform/linux/KWinWindowSystem.h"
 #include "platform/linux/LinuxHostNames.h"
+#include "platform/linux/LinuxIdleTimeSource.h"
 #include "platform/linux/LinuxProcessSource.h"
 #include "platform/linux/LinuxRunningApplications.h"
+#include "platform/linux/SwayWindowSystem.h"
+#include "platform/linux/WaylandIdleTimeSource.h"
 #include "platform/linux/XcbWindowSystem.h"
 #include "tracking/TRSerialQueue.h"
 #include "tracking/bridge/TRDesktopScriptingTargets.h"
 
+#include <QDBusConnection>
+#include <QStandardPaths>
+#include <optional>
 #include <functional>
 
-// X11 today; a Wayland session gets its own window system here later, behind
-// the same interfaces.
+#include "app/AppLog.h"
+
+// The window source follows the session: X11's window manager, sway's IPC,
+// or on another Wayland desktop the X11 windows alone (said once, with what
+// would help).
 namespace {
 
 void createAccessibilityObjects(PlatformObjects& objects, DialogOwnerSource* dialogOwners) {
@@ -20,6 +32,58 @@ void createAccessibilityObjects(PlatformObjects& objects, DialogOwnerSource* dia
         std::make_unique<TRDesktopScriptingTargets>(*accessibility, *objects.processes,
                                                     accessibility.get(), accessibility.get());
     objects.accessibility = std::move(accessibility);
+}
+
+// The window system and the hint source behind it (the same object).
+struct WindowObjects final {
+    std::unique_ptr<WindowSystem> windows;
+    WindowHintSource* hints = nullptr;
+    DialogOwnerSource* dialogOwners = nullptr;
+};
+
+WindowObjects x11Windows() {
+    auto x11 = std::make_unique<XcbWindowSystem>();
+    WindowObjects objects;
+    objects.hints = x11.get();
+    objects.dialogOwners = x11.get();
+    objects.windows = std::move(x11);
+    return objects;
+}
+
+// A Wayland source of ours, or nothing when the session has none that answers.
+template <class Source>
+std::optional<WindowObjects> ifAnswering(std::unique_ptr<Source> source) {
+    if (!source->isAvailable()) return std::nullopt;
+    WindowObjects objects;
+    objects.hints = source.get();
+    objects.windows = std::move(source);
+    return objects;
+}
+
+std::optional<WindowObjects> waylandWindows(const DesktopSession& session) {
+    switch (session.windowSource()) {
+        case DesktopSession::WindowSource::Sway:
+            return ifAnswering(std::make_unique<SwayWindowSystem>(session.swaySocket));
+        case DesktopSession::WindowSource::KWin:
+            return ifAnswering(std::make_unique<KWinWindowSystem>(
+                QDBusConnection::sessionBus(),
+                QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation)));
+        case DesktopSession::WindowSource::GnomeShell:
+            return ifAnswering(std::make_unique<GnomeShellWindowSystem>(QDBusConnection::sessionBus()));
+        default:
+            return std::nullopt;
+    }
+}
+
+WindowObjects windowsForSession(const DesktopSession& session, QString& advice) {
+    if (auto windows = waylandWindows(session)) return std::move(*windows);
+    advice = session.advice();
+    if (!advice.isEmpty()) {
+        qCWarning(lcApp).noquote()
+            << "Wayland session: only windows of X11 programs (XWayland) are seen. To see the "
+               "others:" << advice;
+    }
+    return x11Windows();
 }
 
 void onWorker(TRSerialQueue* worker, const std::function<void()>& task) {
@@ -37,12 +101,13 @@ PlatformObjects createPlatformObjects(TRSerialQueue* worker) {
     PlatformObjects objects;
     objects.processes = std::make_unique<LinuxProcessSource>();
     objects.hostNames = std::make_unique<LinuxHostNames>();
-    auto windows = std::make_unique<XcbWindowSystem>();
+    WindowObjects windows =
+        windowsForSession(DesktopSession::fromEnvironment(), objects.windowSourceAdvice);
     DialogOwnerSource* dialogOwners = nullptr;
-    if (windows->isAvailable()) {
-        objects.runningApplications = std::make_unique<LinuxRunningApplications>(*windows);
-        dialogOwners = windows.get();
-        objects.windowSystem = std::move(windows);
+    if (windows.windows->isAvailable()) {
+        objects.runningApplications = std::make_unique<LinuxRunningApplications>(*windows.hints);
+        dialogOwners = windows.dialogOwners;
+        objects.windowSystem = std::move(windows.windows);
     }
     onWorker(worker,
              [&objects, dialogOwners] { createAccessibilityObjects(objects, dialogOwners); });
@@ -54,4 +119,14 @@ void releaseWorkerObjects(PlatformObjects& objects, TRSerialQueue* worker) {
         objects.scriptingTargets.reset();
         objects.accessibility.reset();
     });
+}
+
+std::unique_ptr<IdleTimeSource> createIdleTimeSource() {
+    const bool wayland = DesktopSession::fromEnvironment().wayland;
+    if (wayland) {
+        auto compositor = std::make_unique<WaylandIdleTimeSource>();
+        if (compositor->isAvailable()) return compositor;
+    }
+    return std::make_unique<LinuxIdleTimeSource>(QByteArray(), QDBusConnection::sessionBus(),
+                                                 !wayland);
 }

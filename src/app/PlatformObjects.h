@@ -9,6 +9,7 @@
 // the accessibility library is not thread-safe. Without a worker (`inspect`,
 // which runs both steps on one thread) they belong to the calling thread.
 
+#include <QString>
 #include <memory>
 
 #include "platform/AccessibilityElement.h"
@@ -26,6 +27,9 @@ struct PlatformObjects final {
     std::unique_ptr<ProcessSource> processes;
     std::unique_ptr<LocalHostNames> hostNames;
     std::unique_ptr<ScriptingTargets> scriptingTargets;  // over accessibility and processes
+    // On a desktop whose native windows no source of ours can see: what the
+    // user could install or switch on. Empty otherwise.
+    QString windowSourceAdvice;
 
     TRExtractionContext context() const {
         return {windowSystem.get(), runningApplications.get(), accessibility.get(),
@@ -34,6 +38,12 @@ struct PlatformObjects final {
 };
 
 class TRSerialQueue;
+class IdleTimeSource;
+
+// Main thread. The idle time as this session can measure it: the Wayland
+// compositor's idle notifications in a Wayland session, else the X server
+// or the desktop's bus services.
+std::unique_ptr<IdleTimeSource> createIdleTimeSource();
 
 // Main thread. With `worker`, the accessibility objects are made on it
 // (waited for).

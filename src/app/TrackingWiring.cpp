@@ -9,8 +9,8 @@
 #include "app/AppLog.h"
 #include "core/TRLocations.h"
 #include "core/TRSettings.h"
+#include "platform/IdleTimeSource.h"
 #include "platform/linux/DBusNotificationCenter.h"
-#include "platform/linux/LinuxIdleTimeSource.h"
 #include "platform/linux/LogindPowerAndSessionEvents.h"
 #include "store/activity/TRASApplication.h"
 #include "store/activity/TRActivityStore.h"
@@ -93,7 +93,7 @@ std::unique_ptr<TrackingWiring> wireTracking() {
     projectOptions.installedApplications = desktopInstalledApplications();
     TRProjectStore::configureSharedInstance(std::move(projectOptions));
     wiring->recorder = std::make_unique<StoreActivityRecorder>();
-    wiring->idleTimeSource = std::make_unique<LinuxIdleTimeSource>();
+    wiring->idleTimeSource = createIdleTimeSource();
     wiring->powerAndSessionEvents = std::make_unique<LogindPowerAndSessionEvents>();
     wiring->powerAndSessionEvents->start();
     wiring->powerAndSessionEvents->followScreenSaver(QDBusConnection::sessionBus());

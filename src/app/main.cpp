@@ -37,6 +37,7 @@
 #include "platform/linux/InotifyFolderEventStream.h"
 #include "platform/linux/XcbWindowSystem.h"
 #include "platform/linux/XdgAutostartLoginItems.h"
+#include "notices/iNotify.h"
 #include "ui/TRHelperAppDelegate.h"
 
 Q_LOGGING_CATEGORY(lcApp, "vorlix.app", QtInfoMsg)
@@ -102,7 +103,8 @@ bool chooseDisplay(XDisplay display) {
 
 // The front window is all the helper records, and only an X display names
 // it: without one, a helper left running would record nothing, silently.
-// (A Wayland session is a matter of its own.)
+// A Wayland session has window sources of its own (createPlatformObjects),
+// which say themselves when they cannot see the front window.
 bool requireXDisplay(XDisplay display) {
     if (display == XDisplay::Answers || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
         return true;
@@ -138,7 +140,8 @@ int runInspect(int argc, char* argv[]) {
     QCoreApplication::setApplicationVersion(QStringLiteral(VORLIX_VERSION));
     installTranslations(app);
     const PlatformObjects platform = createPlatformObjects();
-    return runInspectCommand(QCoreApplication::arguments().mid(2), platform.context());
+    return runInspectCommand(QCoreApplication::arguments().mid(2), platform.context(),
+                             platform.windowSourceAdvice);
 }
 
 int runProjects(int argc, char* argv[]) {
@@ -220,6 +223,10 @@ int main(int argc, char* argv[]) {
         if (accessibility != nullptr) accessibility->enable();
     };
     face.askStartupQuestions = hasDisplay;
+    // Notices need someone to read them: none without a display.
+    std::unique_ptr<iNotify> notices;
+    if (hasDisplay) notices = std::make_unique<iNotify>(*wiring->settings);
+    face.notices = notices.get();
     TRHelperAppDelegate delegate(std::move(face));
     wiring->statusMenu->setTarget(&delegate);
     QObject::connect(&app, &QCoreApplication::aboutToQuit, &app,

@@ -8,7 +8,7 @@
 
 namespace {
 
-enum class Type { Boolean, Seconds, Integer };
+enum class Type { Boolean, Seconds, Integer, Text, List, Date };
 
 // The one table: key, name in the file, type, and where the value lives in
 // the snapshot (its default is the snapshot's initial value).
@@ -19,6 +19,9 @@ struct KeyRow final {
     bool TRSettingsSnapshot::*boolean = nullptr;
     double TRSettingsSnapshot::*seconds = nullptr;
     int TRSettingsSnapshot::*integer = nullptr;
+    QString TRSettingsSnapshot::*text = nullptr;
+    std::optional<QStringList> TRSettingsSnapshot::*list = nullptr;
+    std::optional<QDateTime> TRSettingsSnapshot::*date = nullptr;
 };
 
 using S = TRSettingsSnapshot;
@@ -40,6 +43,16 @@ const KeyRow kKeys[] = {
      nullptr, &S::activityStoreTimeThreshold},
     {TRSettingKey::maxURLTrackingLevel, "maxURLTrackingLevel", Type::Integer, nullptr, nullptr,
      &S::maxURLTrackingLevel},
+    {.key = TRSettingKey::notificationsPlistURL, .name = "notificationsPlistURL",
+     .type = Type::Text, .text = &S::notificationsPlistURL},
+    {.key = TRSettingKey::iNotifyIgnoredNotifications, .name = "iNotifyIgnoredNotifications",
+     .type = Type::List, .list = &S::iNotifyIgnoredNotifications},
+    {.key = TRSettingKey::iNotifyViewedNotifications, .name = "iNotifyViewedNotifications",
+     .type = Type::List, .list = &S::iNotifyViewedNotifications},
+    {.key = TRSettingKey::iNotifyLastChecked, .name = "iNotifyLastChecked", .type = Type::Date,
+     .date = &S::iNotifyLastChecked},
+    {.key = TRSettingKey::iNotifyLastReminded, .name = "iNotifyLastReminded", .type = Type::Date,
+     .date = &S::iNotifyLastReminded},
 };
 
 const KeyRow& row(TRSettingKey key) {
@@ -49,8 +62,13 @@ const KeyRow& row(TRSettingKey key) {
     Q_UNREACHABLE();
 }
 
-// Parses one stored value; false leaves the default in place.
+// Parses one stored value; false leaves the default in place. An empty list
+// is in the file as an invalid value, and a one-item list as a string.
 bool parse(const KeyRow& key, const QVariant& stored, TRSettingsSnapshot& into) {
+    if (key.type == Type::List) {
+        into.*key.list = stored.toStringList();
+        return true;
+    }
     if (!stored.isValid()) return false;
     const QString text = stored.toString().trimmed();
     switch (key.type) {
@@ -75,8 +93,33 @@ bool parse(const KeyRow& key, const QVariant& stored, TRSettingsSnapshot& into) 
         into.*key.integer = static_cast<int>(value);
         return true;
     }
+    case Type::Text:
+        into.*key.text = text;
+        return true;
+    case Type::Date: {
+        // Written as ISO 8601 text so that a person can read the file.
+        const QDateTime date = stored.typeId() == QMetaType::QDateTime
+                                   ? stored.toDateTime()
+                                   : QDateTime::fromString(text, Qt::ISODateWithMs);
+        if (!date.isValid()) return false;
+        into.*key.date = date.toUTC();
+        return true;
+    }
+    case Type::List: break;
     }
     return false;
+}
+
+QVariant storedForm(const KeyRow& key, const TRSettingsSnapshot& from) {
+    switch (key.type) {
+    case Type::Boolean: return from.*key.boolean;
+    case Type::Seconds: return from.*key.seconds;
+    case Type::Integer: return from.*key.integer;
+    case Type::Text: return from.*key.text;
+    case Type::List: return (from.*key.list).value_or(QStringList());
+    case Type::Date: return (from.*key.date)->toString(Qt::ISODateWithMs);
+    }
+    return {};
 }
 
 }  // namespace
@@ -122,7 +165,10 @@ void TRSettings::read() {
         m_file = std::make_unique<QSettings>(m_filePath, QSettings::IniFormat);
     }
     TRSettingsSnapshot fresh;
-    for (const KeyRow& key : kKeys) parse(key, m_file->value(QString::fromLatin1(key.name)), fresh);
+    for (const KeyRow& key : kKeys) {
+        const QString name = QString::fromLatin1(key.name);
+        if (m_file->contains(name)) parse(key, m_file->value(name), fresh);
+    }
     m_snapshot = fresh;
     m_read = true;
 }
@@ -132,15 +178,32 @@ void TRSettings::setValue(TRSettingKey key, const QVariant& value) {
     const KeyRow& keyRow = row(key);
     TRSettingsSnapshot updated = m_snapshot;
     if (!parse(keyRow, value, updated)) return;
-    QVariant stored;
-    switch (keyRow.type) {
-    case Type::Boolean: stored = updated.*keyRow.boolean; break;
-    case Type::Seconds: stored = updated.*keyRow.seconds; break;
-    case Type::Integer: stored = updated.*keyRow.integer; break;
-    }
-    m_file->setValue(QString::fromLatin1(keyRow.name), stored);
-    m_file->sync();
+    m_file->setValue(QString::fromLatin1(keyRow.name), storedForm(keyRow, updated));
     m_snapshot = updated;
+    noteOwnWrite();
+}
+
+void TRSettings::removeValue(TRSettingKey key) {
+    readIfChanged();
+    const KeyRow& keyRow = row(key);
+    m_file->remove(QString::fromLatin1(keyRow.name));
+    // The default, taken from a fresh snapshot.
+    const TRSettingsSnapshot defaults;
+    switch (keyRow.type) {
+    case Type::Boolean: m_snapshot.*keyRow.boolean = defaults.*keyRow.boolean; break;
+    case Type::Seconds: m_snapshot.*keyRow.seconds = defaults.*keyRow.seconds; break;
+    case Type::Integer: m_snapshot.*keyRow.integer = defaults.*keyRow.integer; break;
+    case Type::Text: m_snapshot.*keyRow.text = defaults.*keyRow.text; break;
+    case Type::List: m_snapshot.*keyRow.list = std::nullopt; break;
+    case Type::Date: m_snapshot.*keyRow.date = std::nullopt; break;
+    }
+    noteOwnWrite();
+}
+
+// Our own write is on disk at once (another process may be reading) and
+// does not count as another writer's change.
+void TRSettings::noteOwnWrite() {
+    m_file->sync();
     if (!m_filePath.isEmpty()) {
         const QFileInfo info(m_filePath);
         m_readModified = info.lastModified();

@@ -14,8 +14,10 @@
 
 #include <QDateTime>
 #include <QString>
+#include <QStringList>
 #include <QVariant>
 #include <memory>
+#include <optional>
 
 class QSettings;
 
@@ -28,6 +30,13 @@ enum class TRSettingKey {
     shouldQuitHelperFromMenuItem,
     activityStoreTimeThreshold,
     maxURLTrackingLevel,
+    // The notices list: its address (absent: never downloaded) and what the
+    // user answered, remembered between runs.
+    notificationsPlistURL,
+    iNotifyIgnoredNotifications,
+    iNotifyViewedNotifications,
+    iNotifyLastChecked,
+    iNotifyLastReminded,
 };
 
 // The values of every key, defaults applied.
@@ -40,6 +49,12 @@ struct TRSettingsSnapshot final {
     bool shouldQuitHelperFromMenuItem = false;
     double activityStoreTimeThreshold = 0.0;
     int maxURLTrackingLevel = 5;
+    QString notificationsPlistURL;
+    // Absent and empty differ: an absent ignored list marks the first launch.
+    std::optional<QStringList> iNotifyIgnoredNotifications;
+    std::optional<QStringList> iNotifyViewedNotifications;
+    std::optional<QDateTime> iNotifyLastChecked;  // UTC
+    std::optional<QDateTime> iNotifyLastReminded;
 };
 
 class TRSettings final {
@@ -58,14 +73,18 @@ public:
     // settings-changed notice).
     void reload();
 
-    // Writes one key (bool, double or int as the key's type) and syncs.
+    // Writes one key (bool, double, int, string, string list or date as the
+    // key's type) and syncs.
     void setValue(TRSettingKey key, const QVariant& value);
+    // Takes one key out of the file (it reads as its default again) and syncs.
+    void removeValue(TRSettingKey key);
 
     static QString keyName(TRSettingKey key);
 
 private:
     void readIfChanged();
     void read();
+    void noteOwnWrite();
 
     QString m_filePath;
     std::unique_ptr<QSettings> m_file;

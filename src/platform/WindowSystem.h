@@ -28,6 +28,10 @@ public:
     // nothing. Reported once by the caller, not on every tick.
     virtual bool isAvailable() const = 0;
 
+    // Where the answers come from, in a few words for `inspect` and the log
+    // ("X11 (EWMH window manager)"); empty when there is nothing to say.
+    virtual QString sourceDescription() const { return {}; }
+
     // The process owning the active window, or nullopt when there is no
     // active window (also during the instant between two focus changes).
     virtual std::optional<qint32> frontProcessIdentifier() = 0;

@@ -26,11 +26,13 @@ TRHelperAppDelegate::TRHelperAppDelegate(TRHelperAppDelegateDependencies depende
       m_startup(*m_deps.loginItems, m_deps.helperPath),
       m_menu(std::make_unique<QMenu>()) {
     Q_ASSERT(m_deps.logger && m_deps.settings && m_deps.store && m_deps.loginItems);
+    if (m_deps.notices) m_deps.notices->setPresenter(&m_noticeAlert);
     buildMenu();
 }
 
 TRHelperAppDelegate::~TRHelperAppDelegate() {
     if (m_deps.pathWatcher) m_deps.pathWatcher->setDelegate(nullptr);
+    if (m_deps.notices) m_deps.notices->setPresenter(nullptr);
     if (m_deps.notificationCenter && m_observerToken >= 0) {
         m_deps.notificationCenter->removeObserver(m_observerToken);
     }
@@ -80,6 +82,7 @@ void TRHelperAppDelegate::awakeFromNib() {
                 helperDefaultsChanged();
             });
     }
+    if (m_deps.notices) m_deps.notices->applicationDidFinishLaunching();
 }
 
 void TRHelperAppDelegate::askLoginQuestion() {

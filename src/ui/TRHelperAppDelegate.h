@@ -9,7 +9,8 @@
 // helper already starts at login or the user ticked "do not show again"), the
 // accessibility question (unless accessibility is on or the user ticked the
 // box), the status item, tracking on, watching the helper's own folder, the
-// settings notice. Any change in that folder (an update) restarts the
+// settings notice, and last the notices list (its dialog is this object's).
+// Any change in that folder (an update) restarts the
 // helper: tracking ends and saves, and a detached shell stops this process
 // and starts the helper again 15 s later. The menu's
 // titles, checkmarks and enabled states are set each time it opens.
@@ -27,6 +28,7 @@
 #include "tracking/TRStatusMenuDelegate.h"
 #include "ui/SCEvents.h"
 #include "ui/TRCustomActivityCreationViewController.h"
+#include "ui/TRNoticeAlert.h"
 #include "ui/TRStartupManager.h"
 
 class DistributedNotificationCenter;
@@ -45,6 +47,7 @@ struct TRHelperAppDelegateDependencies final {
     LoginItems* loginItems = nullptr;                             // required
     DistributedNotificationCenter* notificationCenter = nullptr;  // none: no settings notice
     SCEvents* pathWatcher = nullptr;             // none: no restart after an update
+    iNotify* notices = nullptr;                  // none: no notices
     std::function<bool()> accessibilityEnabled;  // empty: counts as on
     std::function<void()> enableAccessibility;   // empty: nothing
     std::function<void()> terminate;             // empty: QCoreApplication::quit
@@ -107,6 +110,7 @@ private:
     std::unique_ptr<QMenu> m_menu;
     std::unique_ptr<TRStatusItem> m_statusItem;
     QPointer<TRCustomActivityCreationViewController> m_window;
+    TRNoticeAlert m_noticeAlert;
     int m_observerToken = -1;
     bool m_relaunching = false;
 

@@ -61,9 +61,9 @@ struct LinuxIdleTimeSource::XConnection {
 };
 
 LinuxIdleTimeSource::LinuxIdleTimeSource(const QByteArray& displayName,
-                                         const QDBusConnection& sessionBus)
+                                         const QDBusConnection& sessionBus, bool useX11)
     : m_sessionBus(sessionBus) {
-    if (openX11(displayName)) {
+    if (useX11 && openX11(displayName)) {
         m_method = Method::X11ScreenSaver;
         qCInfo(lcPlatformLinux) << "idle time from the X screen saver extension";
     } else if (probeDBus(Method::MutterIdleMonitor)) {

@@ -21,9 +21,11 @@ public:
     enum class Method { X11ScreenSaver, MutterIdleMonitor, FreedesktopScreenSaver, None };
 
     // displayName empty: $DISPLAY. The session bus is only asked when the X
-    // extension cannot be used.
+    // extension cannot be used, or with `useX11` false: in a Wayland session
+    // the X server (XWayland) only hears of input to its own windows.
     explicit LinuxIdleTimeSource(const QByteArray& displayName = {},
-                                 const QDBusConnection& sessionBus = QDBusConnection::sessionBus());
+                                 const QDBusConnection& sessionBus = QDBusConnection::sessionBus(),
+                                 bool useX11 = true);
     ~LinuxIdleTimeSource() override;
     LinuxIdleTimeSource(const LinuxIdleTimeSource&) = delete;
     LinuxIdleTimeSource& operator=(const LinuxIdleTimeSource&) = delete;

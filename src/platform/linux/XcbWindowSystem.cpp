@@ -239,6 +239,10 @@ bool XcbWindowSystem::isAvailable() const {
     return d->connection != nullptr && xcb_connection_has_error(d->connection) == 0;
 }
 
+QString XcbWindowSystem::sourceDescription() const {
+    return QStringLiteral("X11 (EWMH window manager)");
+}
+
 std::optional<quint64> XcbWindowSystem::activeWindow() {
     if (!isAvailable()) return std::nullopt;
     const xcb_window_t window = d->activeWindow();

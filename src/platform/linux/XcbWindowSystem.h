@@ -39,6 +39,7 @@ public:
     XcbWindowSystem& operator=(const XcbWindowSystem&) = delete;
 
     bool isAvailable() const override;
+    QString sourceDescription() const override;
     // Whether an X display (empty: $DISPLAY) takes a connection; says
     // nothing in the log, so a caller can say it in its own words.
     static bool displayAnswers(const QByteArray& displayName = {});

@@ -2,8 +2,8 @@
 // documentation, with the widgets the helper uses and a throw-away store.
 //
 //   vorlix-ui-screenshots OUTDIR            menu, custom-activity window, the
-//                                           three questions (any platform,
-//                                           offscreen included)
+//                                           three questions, a notice (any
+//                                           platform, offscreen included)
 //   vorlix-ui-screenshots --panel OUTFILE   the icon in the running tray (X11
 //                                           with a tray, e.g. trayer): the
 //                                           screen's bottom right corner
@@ -35,6 +35,7 @@
 #include "tracking/TRInfoLogger.h"
 #include "ui/TRAlert.h"
 #include "ui/TRHelperAppDelegate.h"
+#include "ui/TRNoticeAlert.h"
 #include "ui/TRStatusItem.h"
 
 namespace {
@@ -141,6 +142,16 @@ int drawWindows(const QString& out) {
         wait(200);
         ok &= save(box->grab().toImage(), out + QLatin1Char('/') + QString::fromLatin1(file));
     }
+    // A notice from the notices list, with an address: its three buttons.
+    const iNotifyAlert notice{
+        QStringLiteral("Reports for the last five years"),
+        QStringLiteral("Vorlix 0.2 prints where your time went by project, as a tree, CSV or JSON."),
+        QStringLiteral("Read the Notes"), iNotify::localizedStringForKey("Ignore"),
+        iNotify::localizedStringForKey("Remind Me Later")};
+    std::unique_ptr<QMessageBox> noticeBox(TRNoticeAlert::create(notice));
+    noticeBox->show();
+    wait(200);
+    ok &= save(noticeBox->grab().toImage(), out + QStringLiteral("/notice.png"));
     logger.endTracking();
     return ok ? 0 : 1;
 }

@@ -1,0 +1,3 @@
+#include "notices/NoticesLog.h"
+
+Q_LOGGING_CATEGORY(lcNotices, "vorlix.notices", QtInfoMsg)
