@@ -20,9 +20,10 @@
 
 namespace {
 
+// Removed when the run ends.
 const QTemporaryDir& folder() {
-    static const QTemporaryDir* dir = new QTemporaryDir;
-    return *dir;
+    static const QTemporaryDir dir;
+    return dir;
 }
 
 // A file name made of the input: no '/', no NUL, short enough for the file

@@ -101,9 +101,10 @@ struct Harness {
     }
 };
 
+// Destroyed when the run ends, which removes its folder.
 Harness& harness() {
-    static Harness* h = new Harness;
-    return *h;
+    static Harness h;
+    return h;
 }
 
 }  // namespace
