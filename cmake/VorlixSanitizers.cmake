@@ -9,3 +9,17 @@ if(VORLIX_TSAN)
   add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
   add_link_options(-fsanitize=thread)
 endif()
+# The fuzz targets: every library gets libFuzzer's coverage hooks and the
+# address and undefined-behaviour checks; only the fuzz programs link
+# libFuzzer's main (fuzz/CMakeLists.txt).
+if(VORLIX_FUZZ)
+  if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    message(FATAL_ERROR "VORLIX_FUZZ needs clang: -DCMAKE_CXX_COMPILER=clang++ in a build folder of its own")
+  endif()
+  if(VORLIX_ASAN OR VORLIX_TSAN)
+    message(FATAL_ERROR "VORLIX_FUZZ brings its own sanitizers")
+  endif()
+  add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-omit-frame-pointer
+                      -fno-sanitize-recover=undefined)
+  add_link_options(-fsanitize=address,undefined)
+endif()

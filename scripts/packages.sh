@@ -15,4 +15,5 @@ TEST_PACKAGES=(
   xterm chromium chromium-l10n firefox-esr mousepad gedit xfce4-terminal thunar thunderbird
   trayer xfce4-panel librsvg2-bin
   sway foot xwayland wtype
+  clang libclang-rt-14-dev
 )

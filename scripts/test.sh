@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Sets up, builds and runs every test: the whole suite with warnings as
 # errors, then the unit tests again under AddressSanitizer+UBSan and under
-# ThreadSanitizer. Ends with CTest's summary; exits non-zero on any failure.
+# ThreadSanitizer, and the fuzz targets for a few seconds each (clang,
+# ASan+UBSan, in build-fuzz). Ends with CTest's summary; exits non-zero on
+# any failure or fuzzing finding.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 "$root/scripts/setup.sh" --test
@@ -30,6 +32,11 @@ if [[ "${VORLIX_SKIP_SANITIZERS:-0}" != 1 ]]; then
   configure_and_build "$root/build-tsan" unit_tests -DVORLIX_TSAN=ON -DVORLIX_BENCH=OFF
   (cd "$root/build-tsan" && TSAN_OPTIONS="suppressions=$root/tests/tsan.supp" \
     ctest -L unit -j "$jobs" --output-on-failure) || status=1
+fi
+if [[ "${VORLIX_SKIP_FUZZ:-0}" != 1 ]]; then
+  configure_and_build "$root/build-fuzz" fuzzers -DCMAKE_CXX_COMPILER=clang++ -DVORLIX_FUZZ=ON \
+    -DVORLIX_TESTS=OFF -DVORLIX_BENCH=OFF
+  (cd "$root/build-fuzz" && ctest -L fuzz -j "$jobs" --output-on-failure) || status=1
 fi
 configure_and_build "$root/build" all
 (cd "$root/build" && ctest -j "$jobs" --output-on-failure) || status=1

@@ -14,6 +14,7 @@
 #include "harness/DisposableDesktop.h"
 #include "platform/linux/ApplicationIdentity.h"
 #include "platform/linux/LinuxRunningApplications.h"
+#include "platform/linux/XdgAutostartLoginItems.h"
 
 namespace {
 
@@ -243,4 +244,31 @@ TEST(LinuxRunningApplicationsCacheTest, AnApplicationInstalledLaterIdentifiesIts
     EXPECT_TRUE(becomes(QStringLiteral("org.x.Late")));
     QFile::remove(root + QStringLiteral("/home/applications/org.x.Late.desktop"));
     EXPECT_TRUE(becomes(QString()));
+}
+
+// The helper's login entry for a program whose path holds the entry format's special characters
+// names that program for the helper and for GIO (what the session starts it with).
+TEST(LoginEntryTest, NamesItsProgramForTheHelperAndForGio) {
+    const QString root = installedApplications();
+    XdgAutostartLoginItems loginItems(root + QStringLiteral("/home/applications"));
+    DesktopEntryIndex index;
+    const char* const names[] = {"vorlix-helper", "with space",  "quote\"d",    "back\\slash",
+                                 "cost$HOME",     "back`tick`",  "tab\there",    "line\nbreak",
+                                 "return\r",      "caf\u00e9",   "100%"};
+    for (const char* name : names) {
+        SCOPED_TRACE(name);
+        const QString program = root + QStringLiteral("/Programs/") + QString::fromUtf8(name);
+        writeFile(program, "#!/bin/sh\n", QFile::ReadOwner | QFile::ExeOwner);
+        loginItems.setStartItemAtLogin(program, true);
+        EXPECT_TRUE(loginItems.willItemStartAtLogin(program));
+        // GIO looks for the program with "%%" as written, though it starts it with "%".
+        if (!program.contains(QLatin1Char('%'))) {
+            EXPECT_TRUE(DisposableDesktop::waitUntil([&] {
+                QCoreApplication::processEvents();
+                const DesktopEntry* entry = index.entryForExecutable(program);
+                return entry && entry->id == QStringLiteral("info.mallowby.VorlixHelper");
+            }, 5000));
+        }
+        loginItems.setStartItemAtLogin(program, false);
+    }
 }

@@ -122,6 +122,8 @@ TEST_F(StoreTest, OddTitlesRoundTripToTheSameNode) {
     } cases[] = {
         {"lone high surrogate", with(0xD800), with(0xFFFD)},
         {"lone low surrogate", with(0xDC00), with(0xFFFD)},
+        {"noncharacters U+FFFE and U+FFFF", with(0xFFFE) + QChar(0xFFFF), with(0xFFFE) + QChar(0xFFFF)},
+        {"leading byte-order mark", QChar(0xFEFF) + with(0), QChar(0xFEFF) + with(0)},
         {"NUL character", with(0), with(0)},
         {"private-use delimiter character", with(0xF8FF), with(0xF8FF)},
         {"one megabyte", megabyte, megabyte},

@@ -176,4 +176,31 @@ TEST_F(SyncTest, ARangeDeletionThatCannotReadSavesNothing) {
     EXPECT_TRUE(m_bus->posted.empty()) << "no save is announced";
 }
 
+// The main application deletes a branch the helper has only merged in (the
+// parent's children never read): the helper must not follow the freed
+// parent from the child, then or later, nor let go of a twice-named object
+// twice (address errors under ASan).
+TEST_F(SyncTest, ABranchDeletedElsewhereParentFirstLeavesNoPointerToIt) {
+    auto helper = makeStore(kHelper);
+    auto main = makeStore(kMain);
+    ASSERT_NE(helper->managedObjectContext(), nullptr);
+    main->storeActivity(onPath(QStringLiteral("/a/b")), m_now, m_now.addSecs(600));
+    main->save();
+    drainEvents();
+    TRASPathComponent* b = main->lastPathComponentForActivity(onPath(QStringLiteral("/a/b")));
+    TRObjectContext& file = *main->managedObjectContext();
+    // Parent first, and the child named twice.
+    const QString parentFirst = file.uriFor(*b->pathParent()) + QLatin1Char('\n') + file.uriFor(*b) +
+                                QLatin1Char('\n') + file.uriFor(*b);
+    postChanges(kMain + QStringLiteral("|||") + helper->applicationSupportDirectory(),
+                {{QStringLiteral("inserted"), {}},
+                 {QStringLiteral("updated"), {}},
+                 {QStringLiteral("deleted"), parentFirst.toUtf8()}});
+    // The rows are still in the file: the helper reads them again.
+    EXPECT_EQ(helper->allPathComponentsSortedByPathLevel().size(), 3u);
+    TRASPathComponent* again = helper->lastPathComponentForActivity(onPath(QStringLiteral("/a/b")));
+    ASSERT_NE(again, nullptr);
+    EXPECT_EQ(again->pathParent()->value(), QStringLiteral("/a"));
+}
+
 }  // namespace

@@ -1,9 +1,10 @@
 #include "platform/linux/DesktopEntryIndex.h"
 
+#include "platform/linux/DesktopEntryExec.h"
+
 #include <QFileInfo>
 #include <QStringList>
 #include <algorithm>
-#include <cstring>
 
 #include <gio/gdesktopappinfo.h>
 
@@ -28,20 +29,10 @@ bool isBetterCandidate(const DesktopEntry& candidate, const DesktopEntry* best) 
 }
 
 // GIO's own executable is Exec's first word as written ("env", or half of a
-// quoted path); the program is the first word after quoting is undone and
-// after "env VAR=value ...".
+// quoted path); the program is read the way GIO starts the entry.
 QString execProgram(GAppInfo* info) {
     const char* exec = g_app_info_get_commandline(info);
-    gchar** argv = nullptr;
-    if (exec == nullptr || !g_shell_parse_argv(exec, nullptr, &argv, nullptr)) return {};
-    gchar** word = argv;
-    if (g_strcmp0(*word, "env") == 0) {
-        ++word;
-        while (*word != nullptr && std::strchr(*word, '=') != nullptr) ++word;
-    }
-    QString program = QString::fromUtf8(*word);
-    g_strfreev(argv);
-    return program;
+    return exec == nullptr ? QString() : DesktopEntryExec::programOf(QString::fromUtf8(exec));
 }
 
 DesktopEntry entryFromInfo(GDesktopAppInfo* info) {

@@ -4,57 +4,37 @@
 #include <QFile>
 #include <QSaveFile>
 #include <QStandardPaths>
+#include <memory>
+
+#include "platform/linux/DesktopEntryExec.h"
+
+#include <glib.h>
 
 namespace {
 
 const QString kEntryName = QStringLiteral("info.mallowby.VorlixHelper.desktop");
 
-// The Exec value of the desktop entry's main group, with the quoting the
-// entry format allows around a path that holds spaces undone.
+// What the helper needs of an autostart entry, read by GLib's key file:
+// the program its Exec value starts and whether it is hidden.
 struct EntryFacts {
     QString program;
     bool hidden = false;
 };
 
-QString unquote(QString value) {
-    value = value.trimmed();
-    if (value.size() >= 2 && value.startsWith(QLatin1Char('"')) &&
-        value.endsWith(QLatin1Char('"'))) {
-        value = value.mid(1, value.size() - 2);
-        value.replace(QStringLiteral("\\\""), QStringLiteral("\""));
-        value.replace(QStringLiteral("\\\\"), QStringLiteral("\\"));
-    }
-    return value;
-}
-
 EntryFacts readEntry(const QString& path) {
     EntryFacts facts;
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) return facts;
-    bool inMainGroup = false;
-    while (!file.atEnd()) {
-        const QString line = QString::fromUtf8(file.readLine()).trimmed();
-        if (line.startsWith(QLatin1Char('['))) {
-            inMainGroup = line == QStringLiteral("[Desktop Entry]");
-        } else if (inMainGroup && line.startsWith(QStringLiteral("Exec="))) {
-            facts.program = unquote(line.mid(5));
-        } else if (inMainGroup && line.startsWith(QStringLiteral("Hidden="))) {
-            facts.hidden = line.mid(7).trimmed() == QStringLiteral("true");
-        }
+    const std::unique_ptr<GKeyFile, decltype(&g_key_file_free)> file(g_key_file_new(),
+                                                                     &g_key_file_free);
+    if (!g_key_file_load_from_file(file.get(), QFile::encodeName(path).constData(),
+                                   G_KEY_FILE_NONE, nullptr)) {
+        return facts;
     }
+    const std::unique_ptr<gchar, decltype(&g_free)> exec(
+        g_key_file_get_string(file.get(), G_KEY_FILE_DESKTOP_GROUP, "Exec", nullptr), &g_free);
+    if (exec) facts.program = DesktopEntryExec::programOf(QString::fromUtf8(exec.get()));
+    facts.hidden =
+        g_key_file_get_boolean(file.get(), G_KEY_FILE_DESKTOP_GROUP, "Hidden", nullptr) != FALSE;
     return facts;
-}
-
-// Exec arguments are quoted when they hold anything the entry format treats
-// specially; backslash and double quote are escaped inside the quotes.
-QString quotedForExec(QString path) {
-    static const QString kSpecial = QStringLiteral(" \t\n\"'\\><~|&;$*?#()`");
-    bool needsQuotes = false;
-    for (const QChar c : path) needsQuotes = needsQuotes || kSpecial.contains(c);
-    if (!needsQuotes) return path;
-    path.replace(QStringLiteral("\\"), QStringLiteral("\\\\"));
-    path.replace(QStringLiteral("\""), QStringLiteral("\\\""));
-    return QLatin1Char('"') + path + QLatin1Char('"');
 }
 
 }  // namespace
@@ -95,7 +75,7 @@ void XdgAutostartLoginItems::setStartItemAtLogin(const QString& programPath, boo
                               "Terminal=false\n"
                               "NoDisplay=true\n"
                               "X-GNOME-Autostart-enabled=true\n")
-                              .arg(quotedForExec(programPath));
+                              .arg(DesktopEntryExec::execLineFor(programPath));
     file.write(entry.toUtf8());
     file.commit();
 }

@@ -197,6 +197,10 @@ void TRASApplication::willSave() {
     if (!pathRoot()) context()->deleteObject(this);
 }
 
+void TRASApplication::dropReferencesTo(const std::unordered_set<const TRManagedObject*>& gone) {
+    m_pathRoot.forgetIfIn(gone);
+}
+
 void TRASApplication::nullifyRelationships(bool markChanges) {
     Q_UNUSED(markChanges);
     if (m_pathRoot.resolved() && m_pathRoot.object) {

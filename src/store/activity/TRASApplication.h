@@ -87,6 +87,7 @@ private:
     const QString& valueOf(Key key) const;
     void willSave() override;
     void nullifyRelationships(bool markChanges) override;
+    void dropReferencesTo(const std::unordered_set<const TRManagedObject*>& gone) override;
 
     QString m_bundleIdentifier;
     QString m_executableName;

@@ -94,6 +94,10 @@ void TRASHourlyEvent::nullifyRelationships(bool markChanges) {
     if (markChanges) node->didChange(0);
 }
 
+void TRASHourlyEvent::dropReferencesTo(const std::unordered_set<const TRManagedObject*>& gone) {
+    m_lastPathComponent.forgetIfIn(gone);
+}
+
 void TRASHourlyEvent::unlinkFromOwner() {
     if (m_lastPathComponent.resolved() && m_lastPathComponent.object)
         m_lastPathComponent.object->removeHourlyEvent(this);
@@ -138,6 +142,10 @@ void TRASEvent::setLastPathComponent(TRASPathComponent* node) {
 void TRASEvent::willSave() {
     if (isDeleted()) return;
     if (!lastPathComponent()) context()->deleteObject(this);
+}
+
+void TRASEvent::dropReferencesTo(const std::unordered_set<const TRManagedObject*>& gone) {
+    m_lastPathComponent.forgetIfIn(gone);
 }
 
 void TRASEvent::nullifyRelationships(bool markChanges) {

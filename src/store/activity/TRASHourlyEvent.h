@@ -44,6 +44,7 @@ private:
     void nullifyRelationships(bool markChanges) override;
     void unlinkFromOwner() override;
     void linkToOwner() override;
+    void dropReferencesTo(const std::unordered_set<const TRManagedObject*>& gone) override;
 
     double m_startDate = 0;
     double m_duration = 0;
@@ -72,6 +73,7 @@ private:
     friend class TRASPathComponent;
     void willSave() override;
     void nullifyRelationships(bool markChanges) override;
+    void dropReferencesTo(const std::unordered_set<const TRManagedObject*>& gone) override;
 
     double m_startDate = 0;
     double m_stopDate = 0;

@@ -380,6 +380,16 @@ void TRASPathComponent::loadEvents() {
     stmt->reset();
 }
 
+void TRASPathComponent::dropReferencesTo(const std::unordered_set<const TRManagedObject*>& gone) {
+    m_application.forgetIfIn(gone);
+    m_pathParent.forgetIfIn(gone);
+    std::erase_if(m_children, [&](TRASPathComponent* child) { return gone.count(child) != 0; });
+    if (m_hourlyEvents)
+        std::erase_if(*m_hourlyEvents, [&](const auto& entry) { return gone.count(entry.second) != 0; });
+    if (m_events)
+        std::erase_if(*m_events, [&](TRASEvent* event) { return gone.count(event) != 0; });
+}
+
 void TRASPathComponent::unlinkFromOwner() {
     if (m_pathParent.resolved() && m_pathParent.object)
         m_pathParent.object->removeChild(this, false);

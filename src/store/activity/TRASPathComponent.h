@@ -113,6 +113,7 @@ private:
     void nullifyRelationships(bool markChanges) override;
     void unlinkFromOwner() override;
     void linkToOwner() override;
+    void dropReferencesTo(const std::unordered_set<const TRManagedObject*>& gone) override;
 
     // Relationship reads, once each.
     void loadChildren();

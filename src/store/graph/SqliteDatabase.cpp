@@ -1,5 +1,7 @@
 #include "store/graph/SqliteDatabase.h"
 
+#include <QStringDecoder>
+
 #include <sqlite3.h>
 
 #include <cmath>
@@ -45,7 +47,12 @@ void SqliteStatement::bind(int index, const QString& value) {
         sqlite3_bind_null(m_stmt, index);
         return;
     }
-    sqlite3_bind_text16(m_stmt, index, value.utf16(), int(value.size() * 2), SQLITE_TRANSIENT);
+    // As UTF-8, the file's encoding: SQLite's own UTF-16 conversion drops a
+    // leading U+FEFF as a byte-order mark and reads U+FFFE and U+FFFF back as
+    // U+FFFD, so a title holding them would not find its node again.
+    const QByteArray utf8 = value.toUtf8();
+    sqlite3_bind_text64(m_stmt, index, utf8.constData(), sqlite3_uint64(utf8.size()),
+                        SQLITE_TRANSIENT, SQLITE_UTF8);
 }
 
 void SqliteStatement::bind(int index, const QByteArray& value) {
@@ -101,10 +108,12 @@ double SqliteStatement::real(int column) const {
 
 QString SqliteStatement::text(int column) const {
     if (isNull(column)) return QString();
-    const void* data = sqlite3_column_text16(m_stmt, column);
-    const int bytes = sqlite3_column_bytes16(m_stmt, column);
+    const unsigned char* data = sqlite3_column_text(m_stmt, column);
+    const int bytes = sqlite3_column_bytes(m_stmt, column);
     if (!data) return QString(QLatin1String(""));
-    return QString::fromUtf16(static_cast<const char16_t*>(data), bytes / 2);
+    // QString::fromUtf8 would drop a leading U+FEFF as a byte-order mark.
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom);
+    return decoder.decode(QByteArrayView(data, bytes));
 }
 
 QByteArray SqliteStatement::blob(int column) const {

@@ -15,6 +15,7 @@
 #include <QString>
 #include <QtGlobal>
 #include <cstdint>
+#include <unordered_set>
 
 class TRObjectContext;
 
@@ -61,6 +62,12 @@ private:
     // to-many set of the object it belongs to (when that set was read).
     virtual void unlinkFromOwner() {}
     virtual void linkToOwner() {}
+    // Merging another program's deletions: forgets every pointer to these
+    // objects, also those the to-many sets never listed (a pointer resolved
+    // while the owner's set was not read yet).
+    virtual void dropReferencesTo(const std::unordered_set<const TRManagedObject*>& gone) {
+        Q_UNUSED(gone);
+    }
 
     // Fields are ordered for size: one object per node or hour is kept.
     TRObjectContext* m_context;

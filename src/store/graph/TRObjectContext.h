@@ -178,6 +178,7 @@ private:
     std::optional<TRError> assignPrimaryKeys();
     void finishSave(TRSaveResult* result);
     void forget(TRManagedObject* object);
+    void forgetDeletedElsewhere(const std::vector<TRManagedObject*>& gone);
     void refresh(TRManagedObject* object);
     void notifyInsertedOrDeleted();
 

@@ -1,5 +1,7 @@
 // Merging another program's saved changes into TRObjectContext (see
 // TRObjectContext.h).
+#include <algorithm>
+
 #include "store/graph/SqliteDatabase.h"
 #include "store/graph/TRObjectContext.h"
 
@@ -26,18 +28,36 @@ void TRObjectContext::merge(const QStringList& inserted, const QStringList& upda
         TRManagedObject* object = registered(entity, id);
         if (object && !object->m_deleted) refresh(object);
     }
+    std::vector<TRManagedObject*> gone;
     for (const QString& uri : deleted) {
         if (!parseUri(uri, &entity, &id)) {
             notFound->append(uri);
             continue;
         }
-        if (TRManagedObject* object = registered(entity, id)) {
-            object->nullifyRelationships(false);
-            forget(object);
-            insertedOrDeleted = true;
-        }
+        TRManagedObject* object = registered(entity, id);
+        // A URI listed twice is one object to let go.
+        if (object && std::find(gone.begin(), gone.end(), object) == gone.end())
+            gone.push_back(object);
     }
+    forgetDeletedElsewhere(gone);
+    insertedOrDeleted = insertedOrDeleted || !gone.empty();
     if (insertedOrDeleted) notifyInsertedOrDeleted();
+}
+
+// Every pointer to the deleted objects goes first, also the ones between
+// them (a child deleted with its parent) and those the to-many sets never
+// listed, so that neither the clean-up below nor later use follows a freed
+// object.
+void TRObjectContext::forgetDeletedElsewhere(const std::vector<TRManagedObject*>& gone) {
+    if (gone.empty()) return;
+    const std::unordered_set<const TRManagedObject*> goneSet(gone.begin(), gone.end());
+    for (const auto& byId : m_registered) {
+        for (const auto& entry : byId) entry.second->dropReferencesTo(goneSet);
+    }
+    for (TRManagedObject* object : gone) {
+        object->nullifyRelationships(false);
+        forget(object);
+    }
 }
 
 void TRObjectContext::refresh(TRManagedObject* object) {

@@ -25,6 +25,12 @@ struct TRToOne final {
         object = value;
         if (!value) id = 0;
     }
+    // Another program deleted the object: keep only the key, so that the
+    // next use looks it up again instead of following a freed pointer.
+    template <class Set>
+    void forgetIfIn(const Set& gone) {
+        if (object && gone.count(object)) object = nullptr;
+    }
     // The key to write: the object's, which a save has just made permanent.
     qint64 keyForWriting() const { return object ? object->primaryKey() : id; }
 };
