@@ -94,7 +94,9 @@ qint32 clientPidReply(xcb_connection_t* connection,
     qint32 pid = 0;
     for (auto it = xcb_res_query_client_ids_ids_iterator(reply); it.rem > 0 && pid == 0;
          xcb_res_client_id_value_next(&it)) {
-        if ((it.data->spec.mask & XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID) != 0 &&
+        // Each value begins with the id it answers for (client and mask).
+        const auto* id = reinterpret_cast<const xcb_res_client_id_spec_t*>(it.data);
+        if ((id->mask & XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID) != 0 &&
             xcb_res_client_id_value_value_length(it.data) >= 1) {
             pid = qint32(*xcb_res_client_id_value_value(it.data));
         }
