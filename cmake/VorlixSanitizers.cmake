@@ -14,7 +14,7 @@ endif()
 # libFuzzer's main (fuzz/CMakeLists.txt).
 if(VORLIX_FUZZ)
   if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
-    message(FATAL_ERROR "VORLIX_FUZZ needs clang: -DCMAKE_CXX_COMPILER=clang++ in a build folder of its own")
+    message(FATAL_ERROR "VORLIX_FUZZ needs clang: -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_C_COMPILER=clang in a build folder of its own")
   endif()
   if(VORLIX_ASAN OR VORLIX_TSAN)
     message(FATAL_ERROR "VORLIX_FUZZ brings its own sanitizers")

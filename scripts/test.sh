@@ -34,8 +34,8 @@ if [[ "${VORLIX_SKIP_SANITIZERS:-0}" != 1 ]]; then
     ctest -L unit -j "$jobs" --output-on-failure) || status=1
 fi
 if [[ "${VORLIX_SKIP_FUZZ:-0}" != 1 ]]; then
-  configure_and_build "$root/build-fuzz" fuzzers -DCMAKE_CXX_COMPILER=clang++ -DVORLIX_FUZZ=ON \
-    -DVORLIX_TESTS=OFF -DVORLIX_BENCH=OFF
+  configure_and_build "$root/build-fuzz" fuzzers -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_C_COMPILER=clang \
+    -DVORLIX_FUZZ=ON -DVORLIX_TESTS=OFF -DVORLIX_BENCH=OFF
   (cd "$root/build-fuzz" && ctest -L fuzz -j "$jobs" --output-on-failure) || status=1
 fi
 configure_and_build "$root/build" all
