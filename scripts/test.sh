@@ -15,6 +15,10 @@ jobs=$(nproc)
 launcher=()
 if command -v ccache >/dev/null; then
   export CCACHE_BASEDIR="$root"
+  # Debug information names the build folder; leave it out of the hash so a
+  # clone in another folder still finds the objects (only gdb's source path
+  # differs).
+  export CCACHE_NOHASHDIR=1
   launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache -DCMAKE_C_COMPILER_LAUNCHER=ccache)
 fi
 
