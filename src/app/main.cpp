@@ -198,10 +198,20 @@ int main(int argc, char* argv[]) {
     }
 
     UnixSignals signals;
-    QObject::connect(&signals, &UnixSignals::terminationRequested, &app, [](int signalNumber) {
-        qCInfo(lcApp) << "received signal" << signalNumber;
-        QCoreApplication::quit();
-    });
+    bool startedUp = false;
+    QObject::connect(&signals, &UnixSignals::terminationRequested, &app,
+                     [&startedUp](int signalNumber) {
+                         qCInfo(lcApp) << "received signal" << signalNumber;
+                         if (!startedUp) {
+                             // Still at the first-start questions: nothing is
+                             // tracked yet, so nothing waits to be saved, and a
+                             // question on screen must not hold up a logout
+                             // (quit() is ignored outside the main loop).
+                             std::fflush(nullptr);
+                             std::_Exit(0);
+                         }
+                         QCoreApplication::quit();
+                     });
 
     const std::unique_ptr<TrackingWiring> wiring = wireTracking();
     XdgAutostartLoginItems loginItems;
@@ -249,6 +259,7 @@ int main(int argc, char* argv[]) {
         displayWatch.start(2000);
     }
     delegate.awakeFromNib();
+    startedUp = true;
     const int status = QCoreApplication::exec();
     gLostDisplay = nullptr;
     wiring->statusMenu->setTarget(nullptr);

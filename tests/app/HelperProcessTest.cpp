@@ -139,6 +139,18 @@ TEST_F(HelperProcessTest, TerminationSignalEndsTrackingAndSaves) {
     }
 }
 
+// Logout while the first-start question is still on screen: nothing was
+// tracked yet, and the question must not keep the session waiting.
+TEST_F(HelperProcessTest, TerminationDuringTheFirstStartQuestionEndsAtOnce) {
+    ASSERT_TRUE(QFile::remove(
+        m_home.filePath(QStringLiteral("config/info.mallowby.Vorlix/VorlixHelper.conf"))));
+    m_environment.remove(QStringLiteral("QT_QPA_PLATFORM"));  // questions need a real screen
+    Helper helper(m_environment);
+    ASSERT_TRUE(helper.waitForOutput(QStringLiteral("idle time from"))) << helper.errors().toStdString();
+    EXPECT_TRUE(helper.stopsCleanlyOn(SIGTERM)) << helper.errors().toStdString();
+    EXPECT_FALSE(helper.errors().contains(QStringLiteral("tracking started")));
+}
+
 TEST_F(HelperProcessTest, KilledHelperDoesNotBlockNextStart) {
     auto first = startTracking();
     first->signal(SIGKILL);
