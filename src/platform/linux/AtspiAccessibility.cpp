@@ -117,6 +117,16 @@ std::shared_ptr<AtspiApplicationState> AtspiAccessibilityProvider::Session::stat
 // it saw; a pid without an application is looked for again only after a
 // change on the bus (a window in front that never joins, such as a
 // terminal's, costs no look a tick).
+std::optional<AtspiAccessibilityProvider::Session::Asked> AtspiAccessibilityProvider::Session::ask(
+    qint32 processIdentifier) {
+    assertThread();
+    if (processIdentifier <= 0 || !ensureStarted()) return std::nullopt;
+    drain();
+    AtspiAccessible* app = application(processIdentifier);
+    if (app == nullptr) return std::nullopt;
+    return Asked{app, state(processIdentifier)};
+}
+
 AtspiAccessible* AtspiAccessibilityProvider::Session::application(qint32 processIdentifier) {
     if (const auto known = applications.find(processIdentifier); known != applications.end()) {
         return known->second.get();
@@ -238,12 +248,10 @@ void AtspiAccessibilityProvider::processPendingEvents() {
 
 std::optional<WindowDocumentSource::DocumentInfo> AtspiAccessibilityProvider::document(
     qint32 processIdentifier, int windowIndex) {
-    d->assertThread();
-    if (processIdentifier <= 0 || !d->ensureStarted()) return std::nullopt;
-    d->drain();
-    AtspiAccessible* app = d->application(processIdentifier);
-    if (app == nullptr) return std::nullopt;
-    const std::shared_ptr<AtspiApplicationState> state = d->state(processIdentifier);
+    const auto asked = d->ask(processIdentifier);
+    if (!asked) return std::nullopt;
+    AtspiAccessible* app = asked->app;
+    const std::shared_ptr<AtspiApplicationState>& state = asked->state;
     if (!state->checkNotStopped()) {
         const auto* remembered = windowIndex == 1 ? state->rememberedFront() : nullptr;
         return remembered ? remembered->document : std::nullopt;
@@ -268,12 +276,10 @@ std::optional<WindowDocumentSource::DocumentInfo> AtspiAccessibilityProvider::do
 
 std::optional<QString> AtspiAccessibilityProvider::windowName(qint32 processIdentifier,
                                                               int windowIndex) {
-    d->assertThread();
-    if (processIdentifier <= 0 || !d->ensureStarted()) return std::nullopt;
-    d->drain();
-    AtspiAccessible* app = d->application(processIdentifier);
-    if (app == nullptr) return std::nullopt;
-    const std::shared_ptr<AtspiApplicationState> state = d->state(processIdentifier);
+    const auto asked = d->ask(processIdentifier);
+    if (!asked) return std::nullopt;
+    AtspiAccessible* app = asked->app;
+    const std::shared_ptr<AtspiApplicationState>& state = asked->state;
     if (!state->checkNotStopped()) {
         const auto* remembered = windowIndex == 1 ? state->rememberedFront() : nullptr;
         return remembered ? remembered->windowName : std::nullopt;
@@ -291,12 +297,10 @@ std::optional<QString> AtspiAccessibilityProvider::windowName(qint32 processIden
 }
 
 std::optional<QString> AtspiAccessibilityProvider::applicationName(qint32 processIdentifier) {
-    d->assertThread();
-    if (processIdentifier <= 0 || !d->ensureStarted()) return std::nullopt;
-    d->drain();
-    AtspiAccessible* app = d->application(processIdentifier);
-    if (app == nullptr) return std::nullopt;
-    const std::shared_ptr<AtspiApplicationState> state = d->state(processIdentifier);
+    const auto asked = d->ask(processIdentifier);
+    if (!asked) return std::nullopt;
+    AtspiAccessible* app = asked->app;
+    const std::shared_ptr<AtspiApplicationState>& state = asked->state;
     // The name an application gives itself does not change: asked once.
     if (state->applicationName) return state->applicationName;
     if (!state->checkNotStopped()) return std::nullopt;
@@ -311,12 +315,10 @@ std::optional<QString> AtspiAccessibilityProvider::applicationName(qint32 proces
 // kept while that window stays in front (AtspiApplicationState::LocationField).
 std::optional<QString> AtspiAccessibilityProvider::locationText(qint32 processIdentifier,
                                                                 int windowIndex) {
-    d->assertThread();
-    if (processIdentifier <= 0 || !d->ensureStarted()) return std::nullopt;
-    d->drain();
-    AtspiAccessible* app = d->application(processIdentifier);
-    if (app == nullptr) return std::nullopt;
-    const std::shared_ptr<AtspiApplicationState> state = d->state(processIdentifier);
+    const auto asked = d->ask(processIdentifier);
+    if (!asked) return std::nullopt;
+    AtspiAccessible* app = asked->app;
+    const std::shared_ptr<AtspiApplicationState>& state = asked->state;
     if (!state->checkNotStopped()) return std::nullopt;
     if (windowIndex != 1) atspi_accessible_clear_cache(app);
     AtspiQuery query(*state);

@@ -114,12 +114,10 @@ std::optional<MailSelectionSource::Selection> AtspiQuery::mailSelection(AtspiAcc
 
 std::optional<MailSelectionSource::Selection> AtspiAccessibilityProvider::mailSelection(
     qint32 processIdentifier) {
-    d->assertThread();
-    if (processIdentifier <= 0 || !d->ensureStarted()) return std::nullopt;
-    d->drain();
-    AtspiAccessible* app = d->application(processIdentifier);
-    if (app == nullptr) return std::nullopt;
-    const std::shared_ptr<AtspiApplicationState> state = d->state(processIdentifier);
+    const auto asked = d->ask(processIdentifier);
+    if (!asked) return std::nullopt;
+    AtspiAccessible* app = asked->app;
+    const std::shared_ptr<AtspiApplicationState>& state = asked->state;
     if (!state->checkNotStopped()) return std::nullopt;
     AtspiQuery query(*state);
     AccessiblePtr window = query.windowAt(app, 1);

@@ -235,6 +235,14 @@ struct AtspiAccessibilityProvider::Session final {
     void watchApplicationList();
     void unwatchApplicationList();
     std::shared_ptr<AtspiApplicationState> state(qint32 processIdentifier);
+    // Where every question about a process starts: its application (borrowed)
+    // and state, with the session up and its events drained; none for no
+    // process, no accessibility bus or no such application.
+    struct Asked {
+        AtspiAccessible* app;
+        std::shared_ptr<AtspiApplicationState> state;
+    };
+    std::optional<Asked> ask(qint32 processIdentifier);
 };
 
 // The element behind AccessibilityElementRef; AtspiElement.cpp.
