@@ -38,7 +38,6 @@ bool startsWith(const char* text, const char* prefix) {
 // identity: libatspi hands out one object per element.
 void noteChange(AtspiApplicationState& state, const AtspiEvent& event) {
     AtspiApplicationState::Changes& changes = state.changes;
-    ++changes.events;
     const AtspiApplicationState::TickFront& tick = state.tickFront;
     const AtspiAccessible* source = event.source;
     const char* type = event.type;

@@ -407,22 +407,3 @@ AccessiblePtr AtspiQuery::findDocument(AtspiAccessible* window) {
     }
     return nullptr;
 }
-
-std::optional<AXRect> AtspiQuery::extents(AtspiAccessible* object) {
-    if (!responsive()) return std::nullopt;
-    GRef<AtspiComponent> component(atspi_accessible_get_component_iface(object));
-    if (!component) return std::nullopt;
-    QElapsedTimer timer;
-    timer.start();
-    GError* error = nullptr;
-    AtspiRect* rect = atspi_component_get_extents(component.get(), ATSPI_COORD_TYPE_SCREEN, &error);
-    const bool failed = error != nullptr || rect == nullptr;
-    noteCall(timer, error);
-    if (failed) {
-        g_free(rect);
-        return std::nullopt;
-    }
-    const AXRect result{double(rect->x), double(rect->y), double(rect->width), double(rect->height)};
-    g_free(rect);
-    return result;
-}

@@ -117,7 +117,6 @@ struct AtspiApplicationState final {
         quint64 windows = 0;        // top-levels came, went, were activated or renamed
         quint64 content = 0;        // the front window's document loaded, renamed, lost focus
         quint64 location = 0;       // the location field's text changed
-        quint64 events = 0;         // all events handled
     };
     Changes changes;
 
