@@ -246,6 +246,9 @@ AccessibilityElementRef AtspiAccessibilityProvider::applicationElement(qint32 pr
     const std::shared_ptr<AtspiApplicationState> state = d->state(processIdentifier);
     d->watch(state, app);
     if (!state->changes.watched) state->tickFront = AtspiApplicationState::TickFront{};
+    // Kept answers are given only while the process runs: each tick looks
+    // at the process table afresh before anything else.
+    state->stopCheckedAt.invalidate();
     return makeAtspiApplicationElement(*d, state, app);
 }
 
