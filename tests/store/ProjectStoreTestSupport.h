@@ -29,6 +29,11 @@ protected:
         return *m_projects;
     }
     TRObjectContext& context() { return *projects().managedObjectContext(); }
+    // For table rows: no project store open and no files on disk.
+    void startProjectsAfresh() {
+        m_projects.reset();
+        startAfresh();
+    }
 
     // `seconds` of an application (by id) under the components, from 10:00.
     void record(const char* id, const QStringList& components, int seconds) {
@@ -51,8 +56,8 @@ protected:
     }
     qint64 rows(const char* table) {
         SqliteDatabase db;
-        db.open(dataFolder() + QStringLiteral("/ProjectStore.db"), SqliteDatabase::Mode::ReadOnly);
-        return db.scalarInt(QStringLiteral("SELECT COUNT(*) FROM %1").arg(QLatin1String(table)));
+        db.open(dataFolder() + u"/ProjectStore.db"_s, SqliteDatabase::Mode::ReadOnly);
+        return db.scalarInt(u"SELECT COUNT(*) FROM %1"_s.arg(QLatin1String(table)));
     }
 
     std::unique_ptr<TRProjectStore> m_projects;
