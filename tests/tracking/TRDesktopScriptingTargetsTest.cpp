@@ -88,7 +88,6 @@ TEST_F(TRDesktopScriptingTargetsTest, AnswersTheGenericTermsFromTheShownDocument
         const char* text = "";  // string value, or the URL's string form
     } cases[] = {
         {"current document", {property("pADc")}, Kind::Reference},
-        {"document 1", {element("docu", 1)}, Kind::Reference},
         {"document of window 2", {win(2), property("docu")}, Kind::Reference},
         {"document of a window without one", {win(5), property("docu")}, Kind::Missing},
         {"URL of the current document",
@@ -104,13 +103,10 @@ TEST_F(TRDesktopScriptingTargetsTest, AnswersTheGenericTermsFromTheShownDocument
         {"empty document name is missing",
          {win(3), property("docu"), property("pnam")},
          Kind::Missing},
-        {"path is not known", {property("pADc"), property("ppth")}, Kind::Missing},
-        {"window 1 name", {win(1), property("pnam")}, Kind::String, "Page A - Browser"},
         {"last window name", {win(-1), property("pnam")}, Kind::String, "Last window"},
         {"window 1's mode", {win(1), property("mode")}, Kind::String, "normal"},
         {"window 2's mode", {win(2), property("mode")}, Kind::String, "incognito"},
         {"a window the browser does not name", {win(-1), property("mode")}, Kind::Missing},
-        {"no such window, no mode", {win(7), property("mode")}, Kind::Missing},
         {"the active tab's address as text",
          {win(1), property("acTa"), property("URL ")},
          Kind::String,

@@ -17,34 +17,34 @@ ScriptValue number(double d) {
     return ScriptValue{d};
 }
 
+// A document path, document title and window title (null: absent).
+struct Texts {
+    const char *path = nullptr, *title = nullptr, *window = nullptr;
+};
+
 struct GenericCase {
     const char* name;
     Answers answers;
-    // What the front-window step left (null: absent).
-    const char* documentPath = nullptr;
-    const char* documentTitle = nullptr;
-    const char* windowTitle = nullptr;
+    Texts want;
+    Texts frontWindowStep = {};  // what the front-window step left
     const char* bundleIdentifier = "org.example.Editor";
-    // Expected outcome.
-    const char* wantDocumentPath = nullptr;
-    const char* wantDocumentTitle = nullptr;
-    const char* wantWindowTitle = nullptr;
 };
 
 void run(const GenericCase& c) {
     SCOPED_TRACE(c.name);
     ScriptedContext scripted(kPid, c.answers);
     TRActivity activity = makeActivity(makeApplication(kPid, q(c.bundleIdentifier)));
-    if (c.documentPath) activity.setDocumentPath(q(c.documentPath));
-    if (c.documentTitle) activity.setDocumentTitle(q(c.documentTitle));
-    if (c.windowTitle) activity.setWindowTitle(q(c.windowTitle));
+    const Texts& before = c.frontWindowStep;
+    if (before.path) activity.setDocumentPath(q(before.path));
+    if (before.title) activity.setDocumentTitle(q(before.title));
+    if (before.window) activity.setWindowTitle(q(before.window));
     TRGenericInfoExtractor::instance().writeDetailsForActivity(activity, scripted.context);
 
     ASSERT_TRUE(activity.details().has_value());
-    EXPECT_EQ(activity.documentPath(), q(c.wantDocumentPath));
-    EXPECT_EQ(activity.documentPath().isNull(), c.wantDocumentPath == nullptr);
-    EXPECT_EQ(activity.documentTitle(), q(c.wantDocumentTitle));
-    EXPECT_EQ(activity.windowTitle(), q(c.wantWindowTitle));
+    EXPECT_EQ(activity.documentPath(), q(c.want.path));
+    EXPECT_EQ(activity.documentPath().isNull(), c.want.path == nullptr);
+    EXPECT_EQ(activity.documentTitle(), q(c.want.title));
+    EXPECT_EQ(activity.windowTitle(), q(c.want.window));
 }
 
 using TRGenericInfoExtractorTest = ExtractionTest;
@@ -54,43 +54,38 @@ using TRGenericInfoExtractorTest = ExtractionTest;
 TEST_F(TRGenericInfoExtractorTest, FindsTheDocumentAndAsksForItsAddressesInTheirOrder) {
     const auto doc1 = std::pair{"pADc", ref("docu[1]")};
     const GenericCase cases[] = {
-        {.name = "the path wins, read from the reference the application answered",
-         .answers = {{"pADc", ref("docu[7]")},
-                     {"docu[7].ppth", str("/home/u/a.txt")},
-                     {"docu[7].file", fileRef("file:///home/u/b.txt")},
-                     {"docu[7].pURL", str("https://example.org/")}},
-         .wantDocumentPath = "/home/u/a.txt"},
-        {.name = "a file reference gives its file URL's full string",
-         .answers = {doc1, {"docu[1].file", fileRef("file:///home/u/a%20b.txt")}},
-         .wantDocumentPath = "file:///home/u/a%20b.txt"},
-        {.name = "a URL as its full string",
-         .answers = {doc1, {"docu[1].pURL", url("https://example.org/x?y=1")}},
-         .wantDocumentPath = "https://example.org/x?y=1"},
-        {.name = "the alternative path last",
-         .answers = {doc1, {"docu[1].FTPc", str("/ftp/d.txt")}},
-         .wantDocumentPath = "/ftp/d.txt"},
-        {.name = "values of the wrong kind count as absent",
-         .answers = {doc1,
-                     {"docu[1].ppth", number(3)},
-                     {"docu[1].file", ScriptValue{ScriptList{str("a")}}},
-                     {"docu[1].Dpth", ref("docu[2]")},
-                     {"docu[1].pURL", str("https://example.org/ok")}},
-         .wantDocumentPath = "https://example.org/ok"},
-        {.name = "an empty path is usable and ends the search",
-         .answers = {doc1, {"docu[1].ppth", str("")}, {"docu[1].pnam", str("Name")}},
-         .wantDocumentPath = ""},
-        {.name = "current document not a reference: document 1",
-         .answers = {{"pADc", str("not a reference")},
-                     {"docu[1]", ref("docu[1]")},
-                     {"docu[1].ppth", str("/a")}},
-         .wantDocumentPath = "/a"},
-        {.name = "neither: window 1's document",
-         .answers = {{"cwin[1].docu", ref("cwin[1].docu")},
-                     {"cwin[1].docu.pURL", str("https://w/")}},
-         .wantDocumentPath = "https://w/"},
-        {.name = "no document at all: window 1's name",
-         .answers = {{"cwin[1].pnam", str("Front window")}},
-         .wantWindowTitle = "Front window"},
+        {"the path wins, read from the reference the application answered",
+         {{"pADc", ref("docu[7]")},
+          {"docu[7].ppth", str("/home/u/a.txt")},
+          {"docu[7].file", fileRef("file:///home/u/b.txt")},
+          {"docu[7].pURL", str("https://example.org/")}},
+         {"/home/u/a.txt"}},
+        {"a file reference gives its file URL's full string",
+         {doc1, {"docu[1].file", fileRef("file:///home/u/a%20b.txt")}},
+         {"file:///home/u/a%20b.txt"}},
+        {"a URL as its full string",
+         {doc1, {"docu[1].pURL", url("https://example.org/x?y=1")}},
+         {"https://example.org/x?y=1"}},
+        {"the alternative path last", {doc1, {"docu[1].FTPc", str("/ftp/d.txt")}}, {"/ftp/d.txt"}},
+        {"values of the wrong kind count as absent",
+         {doc1,
+          {"docu[1].ppth", number(3)},
+          {"docu[1].file", ScriptValue{ScriptList{str("a")}}},
+          {"docu[1].Dpth", ref("docu[2]")},
+          {"docu[1].pURL", str("https://example.org/ok")}},
+         {"https://example.org/ok"}},
+        {"an empty path is usable and ends the search",
+         {doc1, {"docu[1].ppth", str("")}, {"docu[1].pnam", str("Name")}},
+         {""}},
+        {"current document not a reference: document 1",
+         {{"pADc", str("no reference")}, {"docu[1]", ref("docu[1]")}, {"docu[1].ppth", str("/a")}},
+         {"/a"}},
+        {"neither: window 1's document",
+         {{"cwin[1].docu", ref("cwin[1].docu")}, {"cwin[1].docu.pURL", str("https://w/")}},
+         {"https://w/"}},
+        {"no document at all: window 1's name",
+         {{"cwin[1].pnam", str("Front window")}},
+         {nullptr, nullptr, "Front window"}},
     };
     for (const GenericCase& c : cases) run(c);
 }
@@ -98,38 +93,40 @@ TEST_F(TRGenericInfoExtractorTest, FindsTheDocumentAndAsksForItsAddressesInTheir
 TEST_F(TRGenericInfoExtractorTest, FallsBackToNamesWithoutOverwritingWhatWasFound) {
     const auto doc1 = std::pair{"pADc", ref("docu[1]")};
     const auto window = std::pair{"cwin[1].pnam", str("Window")};
+    const Answers firstAndLast{{"cwin[1].pnam", str("First")}, {"cwin[-1].pnam", str("Last")}};
     const GenericCase cases[] = {
-        {.name = "the document's name, and no window name",
-         .answers = {doc1, {"docu[1].pnam", str("Report")}, window},
-         .wantDocumentTitle = "Report"},
-        {.name = "a document name that is no string: the window name",
-         .answers = {doc1, {"docu[1].pnam", number(1)}, window},
-         .wantWindowTitle = "Window"},
-        {.name = "a document title already there stands",
-         .answers = {doc1, {"docu[1].pnam", str("Other")}, window},
-         .documentTitle = "Kept",
-         .wantDocumentTitle = "Kept",
-         .wantWindowTitle = "Window"},
-        {.name = "a window title from the front-window step stands",
-         .answers = {doc1, window},
-         .windowTitle = "From the tree",
-         .wantWindowTitle = "From the tree"},
-        {.name = "a document path from the front-window step stands",
-         .answers = {doc1, {"docu[1].ppth", str("/other")}},
-         .documentPath = "file:///from/tree",
-         .wantDocumentPath = "file:///from/tree"},
-        {.name = "an empty document path does not count as found",
-         .answers = {doc1, {"docu[1].ppth", str("/found")}},
-         .documentPath = "",
-         .wantDocumentPath = "/found"},
-        {.name = "Adium names its last window",
-         .answers = {{"cwin[1].pnam", str("First")}, {"cwin[-1].pnam", str("Last")}},
-         .bundleIdentifier = "com.adiumX.adiumX",
-         .wantWindowTitle = "Last"},
-        {.name = "the exception is exact: another case of the id names window 1",
-         .answers = {{"cwin[1].pnam", str("First")}, {"cwin[-1].pnam", str("Last")}},
-         .bundleIdentifier = "com.adiumx.adiumx",
-         .wantWindowTitle = "First"},
+        {"the document's name, and no window name",
+         {doc1, {"docu[1].pnam", str("Report")}, window},
+         {nullptr, "Report"}},
+        {"a document name that is no string: the window name",
+         {doc1, {"docu[1].pnam", number(1)}, window},
+         {nullptr, nullptr, "Window"}},
+        {"a document title already there stands",
+         {doc1, {"docu[1].pnam", str("Other")}, window},
+         {nullptr, "Kept", "Window"},
+         {nullptr, "Kept"}},
+        {"a window title from the front-window step stands",
+         {doc1, window},
+         {nullptr, nullptr, "From the tree"},
+         {nullptr, nullptr, "From the tree"}},
+        {"a document path from the front-window step stands",
+         {doc1, {"docu[1].ppth", str("/other")}},
+         {"file:///from/tree"},
+         {"file:///from/tree"}},
+        {"an empty document path does not count as found",
+         {doc1, {"docu[1].ppth", str("/found")}},
+         {"/found"},
+         {""}},
+        {"Adium names its last window",
+         firstAndLast,
+         {nullptr, nullptr, "Last"},
+         {},
+         "com.adiumX.adiumX"},
+        {"the exception is exact: another case of the id names window 1",
+         firstAndLast,
+         {nullptr, nullptr, "First"},
+         {},
+         "com.adiumx.adiumx"},
     };
     for (const GenericCase& c : cases) run(c);
 }
