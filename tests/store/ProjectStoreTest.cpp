@@ -118,17 +118,13 @@ TEST_F(ProjectStoreTest, NewProjectsCycleThroughTheEightBaseColours) {
 TEST_F(ProjectStoreTest, ProjectOfAnUnknownTypeIsNeitherRegularNorSpecial) {
     project("Regular");
     ASSERT_TRUE(projects().save());
-    {
-        SqliteDatabase db;
-        db.open(dataFolder() + u"/ProjectStore.db"_s);
-        db.exec(u"INSERT INTO Project(name, type) VALUES('Odd', 5)"_s);
-    }
+    execOnProjectFile(u"INSERT INTO Project(name, type) VALUES('Odd', 5)"_s);
     projects().reset();
-    TRPSProject* odd = nullptr;
-    for (TRPSProject* p : TRPSProject::allProjects(context())) {
-        if (p->typeValue() == 5) odd = p;
-    }
-    ASSERT_NE(odd, nullptr);
+    const auto all = TRPSProject::allProjects(context());
+    const auto found =
+        std::find_if(all.begin(), all.end(), [](auto* p) { return p->typeValue() == 5; });
+    ASSERT_NE(found, all.end());
+    TRPSProject* odd = *found;
     EXPECT_FALSE(odd->isRegular());
     EXPECT_FALSE(odd->isEditable());
     EXPECT_EQ(odd->localizedName(), u"Odd"_s);
@@ -143,12 +139,7 @@ TEST_F(ProjectStoreTest, ProjectOfAnUnknownTypeIsNeitherRegularNorSpecial) {
 }
 
 TEST_F(ProjectStoreTest, FileOfAnotherSchemaVersionIsRefusedNotMigrated) {
-    QDir().mkpath(dataFolder());
-    {
-        SqliteDatabase db;
-        db.open(dataFolder() + u"/ProjectStore.db"_s);
-        db.exec(u"CREATE TABLE Project(id INTEGER PRIMARY KEY); PRAGMA user_version = 2;"_s);
-    }
+    execOnProjectFile(u"CREATE TABLE Project(id INTEGER PRIMARY KEY); PRAGMA user_version = 2;"_s);
     EXPECT_EQ(projects().managedObjectContext(), nullptr);
     EXPECT_EQ(m_aborts, 1);
     ASSERT_EQ(m_reporter->presented.size(), 1u);

@@ -54,6 +54,13 @@ protected:
     TRPSPath* path(const QString& pathString) {
         return TRPSPath::pathForPathString(context(), pathString, true);
     }
+    // Another program's statements on the project file.
+    void execOnProjectFile(const QString& sql) {
+        QDir().mkpath(dataFolder());
+        SqliteDatabase db;
+        db.open(dataFolder() + u"/ProjectStore.db"_s);
+        db.exec(sql);
+    }
     qint64 rows(const char* table) {
         SqliteDatabase db;
         db.open(dataFolder() + u"/ProjectStore.db"_s, SqliteDatabase::Mode::ReadOnly);
