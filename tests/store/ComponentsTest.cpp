@@ -24,6 +24,7 @@ TEST(ActivityComponents, CutsTextsAsRecordingExpects) {
         {"doc:https://example.org/a?q=1#top", {"example.org", "/a", "?q=1"}},
         {"doc:https://www.example.org/a/b", {"example.org"}, 1},
         {"doc:https://www.www.example.org/", {"www.example.org"}},
+        {"doc:https://awww.example.org/", {"awww.example.org"}},
         {"doc:file:///home/u/x/../My%20Notes/./a.txt", {"/home", "/u", "/My Notes", "/a.txt"}},
         {"doc:/var/folders/ab/cd/T/x", {"/var", "/folders", "/*", "/T", "/x"}},
         {"doc:/var/folders/ab", {"/var", "/folders", "/*"}},
