@@ -7,6 +7,7 @@
 #include <QUrl>
 
 #include <functional>
+#include <vector>
 
 #include "ExtractionDesktopSupport.h"
 
@@ -29,44 +30,66 @@ bool recorded(const Tick& tick, const QString& documentPath) {
     return tick.completed && tick.completed->activity.documentPath() == documentPath;
 }
 
-}  // namespace
+// Three pages titled alike; the first goes on to the second by itself, in
+// the same tab, a few seconds after it showed.
+QString sameTitledPage(const char* name) {
+    static const QUrl site = [] {
+        for (const char* page : {"same-a", "same-b", "same-c"}) {
+            const QByteArray next = qstrcmp(page, "same-a") == 0
+                                        ? "<meta http-equiv=\"refresh\" content=\"6;url=same-b.html\">"
+                                        : "";
+            g_desktop->writeFile(QStringLiteral("site/%1.html").arg(QLatin1String(page)),
+                                 "<html><head><title>same title</title>" + next + "</head><body></body></html>");
+        }
+        return g_desktop->testSite();
+    }();
+    return site.resolved(QUrl(QLatin1String(name) + QStringLiteral(".html"))).toString();
+}
 
-TEST(FollowingChangesOnDesktop, ChromiumPagesWithTheSameTitleAreToldApart) {
-    REQUIRE_DESKTOP();
-    REQUIRE_TOOL("chromium");
-    const QUrl site = g_desktop->testSite();
-    // The first page goes on to the second by itself, in the same tab, a
-    // few seconds after it showed.
-    for (const char* name : {"same-a", "same-b", "same-c"}) {
-        const QByteArray next = qstrcmp(name, "same-a") == 0
-                                    ? "<meta http-equiv=\"refresh\" content=\"6;url=same-b.html\">"
-                                    : "";
-        g_desktop->writeFile(QStringLiteral("site/%1.html").arg(QLatin1String(name)),
-                             "<html><head><title>same title</title>" + next + "</head><body></body></html>");
-    }
-    const auto page = [&](const char* name) {
-        return site.resolved(QUrl(QLatin1String(name) + QStringLiteral(".html"))).toString();
-    };
-    const qint64 pid = startInFront([&] { return g_desktop->startChromium(page("same-a")); });
-    ASSERT_GT(pid, 0);
-    const struct {
-        const char* what;
-        std::function<bool()> act;
-        QString page;
-    } steps[] = {
-        {"first page", [] { return true; }, page("same-a")},
-        {"a navigation in the tab", [] { return true; }, page("same-b")},
-        {"a new tab", [&] { return g_desktop->openChromiumTab(page("same-c")); }, page("same-c")},
-        {"back to the first tab", [] { return press(QStringLiteral("ctrl+1")); }, page("same-b")},
-        {"to the second tab", [] { return press(QStringLiteral("ctrl+2")); }, page("same-c")},
-    };
-    for (const auto& step : steps) {
+struct Step final {
+    const char* what;
+    std::function<bool()> act;
+    QString page;
+};
+
+void expectEachStepRecorded(const std::vector<Step>& steps) {
+    for (const Step& step : steps) {
         SCOPED_TRACE(step.what);
         ASSERT_TRUE(step.act());
         Tick last;
         EXPECT_TRUE(waitForTick([&](const Tick& t) { return recorded(t, step.page); }, kPageTimeoutMs, &last))
             << qPrintable(describe(last));
     }
+}
+
+}  // namespace
+
+TEST(FollowingChangesOnDesktop, ChromiumPagesWithTheSameTitleAreToldApart) {
+    REQUIRE_DESKTOP();
+    REQUIRE_TOOL("chromium");
+    const qint64 pid = startInFront([] { return g_desktop->startChromium(sameTitledPage("same-a")); });
+    ASSERT_GT(pid, 0);
+    expectEachStepRecorded({
+        {"first page", [] { return true; }, sameTitledPage("same-a")},
+        {"a navigation in the tab", [] { return true; }, sameTitledPage("same-b")},
+        {"a new tab", [] { return g_desktop->openChromiumTab(sameTitledPage("same-c")); }, sameTitledPage("same-c")},
+        {"back to the first tab", [] { return press(QStringLiteral("ctrl+1")); }, sameTitledPage("same-b")},
+        {"to the second tab", [] { return press(QStringLiteral("ctrl+2")); }, sameTitledPage("same-c")},
+    });
+    g_desktop->stopProgram(pid);
+}
+
+TEST(FollowingChangesOnDesktop, FirefoxTabsWithTheSameTitleAreToldApart) {
+    REQUIRE_DESKTOP();
+    REQUIRE_TOOL("firefox-esr");
+    const qint64 pid = startInFront(
+        [] { return g_desktop->startFirefox({sameTitledPage("same-b"), sameTitledPage("same-c")}); });
+    ASSERT_GT(pid, 0);
+    expectEachStepRecorded({
+        {"first tab", [] { return true; }, sameTitledPage("same-b")},
+        {"to the second tab", [] { return press(QStringLiteral("alt+2")); }, sameTitledPage("same-c")},
+        {"back to the first tab", [] { return press(QStringLiteral("alt+1")); }, sameTitledPage("same-b")},
+    });
     g_desktop->stopProgram(pid);
 }
 
