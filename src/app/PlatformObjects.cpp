@@ -2,6 +2,7 @@
 
 #include "platform/linux/AtspiAccessibility.h"
 #include "platform/linux/DesktopSession.h"
+#include "platform/linux/ForeignToplevelWindowSystem.h"
 #include "platform/linux/GnomeShellWindowSystem.h"
 #include "platform/linux/KWinWindowSystem.h"
 #include "platform/linux/LinuxHostNames.h"
@@ -26,8 +27,9 @@
 Q_LOGGING_CATEGORY(lcApp, "vorlix.app", QtInfoMsg)
 
 // The window source follows the session: X11's window manager, sway's IPC,
-// or on another Wayland desktop the X11 windows alone (said once, with what
-// would help).
+// KWin's script, our GNOME Shell extension, a wlroots compositor's toplevel
+// list, or on another Wayland desktop the X11 windows alone (said once, with
+// what would help).
 namespace {
 
 void createAccessibilityObjects(PlatformObjects& objects, DialogOwnerSource* dialogOwners) {
@@ -81,6 +83,15 @@ std::optional<WindowObjects> waylandWindows(const DesktopSession& session) {
 
 WindowObjects windowsForSession(const DesktopSession& session, QString& advice) {
     if (auto windows = waylandWindows(session)) return std::move(*windows);
+    // A wlroots compositor without sway's IPC still lists its windows to
+    // task bars: application and title, without a process.
+    if (session.wayland) {
+        if (auto windows = ifAnswering(std::make_unique<ForeignToplevelWindowSystem>())) {
+            qCInfo(lcApp) << "Wayland session: the front window from the compositor's toplevel "
+                             "list (application and title only)";
+            return std::move(*windows);
+        }
+    }
     advice = session.advice();
     if (!advice.isEmpty()) {
         qCWarning(lcApp).noquote()
