@@ -81,7 +81,7 @@ std::optional<WindowObjects> waylandWindows(const DesktopSession& session) {
     }
 }
 
-WindowObjects windowsForSession(const DesktopSession& session, QString& advice) {
+WindowObjects windowsForSession(const DesktopSession& session, PlatformObjects& objects) {
     if (auto windows = waylandWindows(session)) return std::move(*windows);
     // A wlroots compositor without sway's IPC still lists its windows to
     // task bars: application and title, without a process.
@@ -92,11 +92,13 @@ WindowObjects windowsForSession(const DesktopSession& session, QString& advice) 
             return std::move(*windows);
         }
     }
-    advice = session.advice();
-    if (!advice.isEmpty()) {
+    objects.windowSourceAdvice = session.advice();
+    objects.gnomeShellExtensionOff =
+        session.windowSource() == DesktopSession::WindowSource::GnomeShell;
+    if (!objects.windowSourceAdvice.isEmpty()) {
         qCWarning(lcApp).noquote()
             << "Wayland session: only windows of X11 programs (XWayland) are seen. To see the "
-               "others:" << advice;
+               "others:" << objects.windowSourceAdvice;
     }
     return x11Windows();
 }
@@ -117,7 +119,7 @@ PlatformObjects createPlatformObjects(TRSerialQueue* worker) {
     objects.processes = std::make_unique<LinuxProcessSource>();
     objects.hostNames = std::make_unique<LinuxHostNames>();
     WindowObjects windows =
-        windowsForSession(DesktopSession::fromEnvironment(), objects.windowSourceAdvice);
+        windowsForSession(DesktopSession::fromEnvironment(), objects);
     DialogOwnerSource* dialogOwners = nullptr;
     if (windows.windows->isAvailable()) {
         objects.runningApplications = std::make_unique<LinuxRunningApplications>(*windows.hints);
