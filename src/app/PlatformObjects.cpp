@@ -11,6 +11,7 @@
 #include "platform/linux/LinuxRunningApplications.h"
 #include "platform/linux/SwayWindowSystem.h"
 #include "platform/linux/WaylandIdleTimeSource.h"
+#include "platform/linux/XWaylandWindowSystem.h"
 #include "platform/linux/XcbWindowSystem.h"
 #include "tracking/TRSerialQueue.h"
 #include "tracking/bridge/TRDesktopScriptingTargets.h"
@@ -47,13 +48,21 @@ struct WindowObjects final {
     DialogOwnerSource* dialogOwners = nullptr;
 };
 
-WindowObjects x11Windows() {
-    auto x11 = std::make_unique<XcbWindowSystem>();
+template <class X11>
+WindowObjects fromX11(std::unique_ptr<X11> x11) {
     WindowObjects objects;
     objects.hints = x11.get();
     objects.dialogOwners = x11.get();
     objects.windows = std::move(x11);
     return objects;
+}
+
+// On a Wayland desktop, the X11 windows through XWayland: only while one of
+// them has the keyboard.
+WindowObjects x11Windows(bool underWayland) {
+    auto plain = std::make_unique<XcbWindowSystem>();
+    if (underWayland) return fromX11(std::make_unique<XWaylandWindowSystem>(std::move(plain)));
+    return fromX11(std::move(plain));
 }
 
 // A Wayland source of ours, or nothing when the session has none that answers.
@@ -100,7 +109,7 @@ WindowObjects windowsForSession(const DesktopSession& session, PlatformObjects& 
             << "Wayland session: only windows of X11 programs (XWayland) are seen. To see the "
                "others:" << objects.windowSourceAdvice;
     }
-    return x11Windows();
+    return x11Windows(session.wayland);
 }
 
 void onWorker(TRSerialQueue* worker, const std::function<void()>& task) {

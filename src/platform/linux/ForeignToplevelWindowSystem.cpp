@@ -5,7 +5,6 @@
 #include <cstring>
 #include <poll.h>
 
-#include "platform/linux/LinuxPlatformLog.h"
 #include "platform/linux/ToplevelWindowModel.h"
 
 // Wayland headers last, after Qt's.
@@ -103,9 +102,9 @@ void onGlobal(void* data, wl_registry* registry, uint32_t name, const char* inte
     auto* d = static_cast<Private*>(data);
     if (std::strcmp(interface, zwlr_foreign_toplevel_manager_v1_interface.name) != 0) return;
     if (d->manager != nullptr) return;
-    d->manager = static_cast<zwlr_foreign_toplevel_manager_v1*>(wl_registry_bind(
-        registry, name, &zwlr_foreign_toplevel_manager_v1_interface,
-        std::min(version, kManagerVersion)));
+    d->manager = static_cast<zwlr_foreign_toplevel_manager_v1*>(
+        wl_registry_bind(registry, name, &zwlr_foreign_toplevel_manager_v1_interface,
+                         std::min(version, kManagerVersion)));
     zwlr_foreign_toplevel_manager_v1_add_listener(d->manager, &kManagerListener, d);
 }
 
@@ -164,8 +163,8 @@ ForeignToplevelWindowSystem::ForeignToplevelWindowSystem(const QByteArray& displ
     wl_display_roundtrip(d->display);  // the globals
     if (d->manager == nullptr) return;
     wl_display_roundtrip(d->display);  // the windows already open, each with its `done`
-    d->readable = std::make_unique<QSocketNotifier>(wl_display_get_fd(d->display),
-                                                    QSocketNotifier::Read);
+    d->readable =
+        std::make_unique<QSocketNotifier>(wl_display_get_fd(d->display), QSocketNotifier::Read);
     QObject::connect(d->readable.get(), &QSocketNotifier::activated, d->readable.get(),
                      [p = d.get()] { p->readEvents(true); });
 }

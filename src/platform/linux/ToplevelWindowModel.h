@@ -19,8 +19,8 @@
 
 struct ToplevelWindow final {
     quint64 id = 0;
-    QString appId;      // empty when the client set none
-    QString title;      // null when the client set none
+    QString appId;  // empty when the client set none
+    QString title;  // null when the client set none
     bool activated = false;
     bool minimized = false;
 };
