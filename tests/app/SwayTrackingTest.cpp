@@ -1,10 +1,12 @@
-// The real vorlix-helper on a headless sway: a native Wayland terminal (foot)
-// and an X11 one under XWayland (xterm) take turns in front, switched with
-// sway's own focus command while the user types. At each switch the helper's
-// inspection names the application and the title in front; after SIGTERM
-// the store holds each application's time as the test measured it, and
-// nothing for the idle stretch after the last key press (the compositor's
-// idle notification). Skipped when sway cannot start here.
+// The real vorlix-helper on a headless sway: two windows of a native Wayland
+// terminal (foot) and an X11 one under XWayland (xterm) take turns in front,
+// switched with sway's own focus command while the user types. At each
+// switch the helper's inspection names the application and the title in
+// front; after SIGTERM the store holds each application's time as the test
+// measured it, and nothing for the idle stretch after the last key press
+// (the compositor's idle notification). Once through sway's IPC, once
+// without it (no SWAYSOCK), as on a wlroots compositor that only lists its
+// windows to task bars. Skipped when sway cannot start here.
 
 #include <gtest/gtest.h>
 #include <sqlite3.h>
@@ -13,6 +15,7 @@
 #include <QThread>
 #include <csignal>
 #include <map>
+#include <ostream>
 
 #include "harness/DesktopTest.h"
 #include "harness/HeadlessSway.h"
@@ -51,7 +54,18 @@ std::map<QString, double> storedSecondsPerApplication(const QString& file) {
     return seconds;
 }
 
-class SwayTrackingTest : public ::testing::Test {
+struct WindowSource final {
+    const char* name;
+    bool withSwaySocket;
+    const char* wantDescription;
+};
+
+// Names the case in the test's name.
+void PrintTo(const WindowSource& source, std::ostream* out) {
+    *out << source.name;
+}
+
+class SwayTrackingTest : public ::testing::TestWithParam<WindowSource> {
 protected:
     void SetUp() override {
         REQUIRE_DESKTOP();
@@ -59,6 +73,7 @@ protected:
         if (whyNot.isEmpty()) m_sway = HeadlessSway::start(*g_desktop, &whyNot);
         if (!m_sway) GTEST_SKIP() << qPrintable(whyNot);
         m_environment = m_sway->environment();
+        if (!GetParam().withSwaySocket) m_environment.remove(QStringLiteral("SWAYSOCK"));
         m_environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
         m_environment.insert(QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"), QStringLiteral("unix:path=/none"));
         m_clock.start();
@@ -78,7 +93,7 @@ protected:
     QElapsedTimer m_clock;
 };
 
-TEST_F(SwayTrackingTest, RecordsTheWindowInFrontAtEachSwitchAndNothingWhileIdle) {
+TEST_P(SwayTrackingTest, RecordsTheWindowInFrontAtEachSwitchAndNothingWhileIdle) {
     ASSERT_FALSE(g_desktop
                      ->writeFile(QStringLiteral("config/info.mallowby.Vorlix/VorlixHelper.conf"),
                                  "[General]\nidleTimeThresholdForSuspendingTracking=" +
@@ -87,7 +102,8 @@ TEST_F(SwayTrackingTest, RecordsTheWindowInFrontAtEachSwitchAndNothingWhileIdle)
                                      "dontNotifyAboutDisabledAccessibilityAPI=true\n")
                      .isEmpty());
     ASSERT_TRUE(m_sway->command(QStringLiteral("exec foot -T 'Notes on foot' sleep 600")));
-    ASSERT_TRUE(m_sway->waitForWindows(QStringLiteral("foot"), 1, kWindowTimeoutMs));
+    ASSERT_TRUE(m_sway->command(QStringLiteral("exec foot -T 'Mail on foot' sleep 600")));
+    ASSERT_TRUE(m_sway->waitForWindows(QStringLiteral("foot"), 2, kWindowTimeoutMs));
     ASSERT_TRUE(m_sway->command(QStringLiteral("exec xterm -T 'Build in xterm' -e sleep 600")));
     ASSERT_TRUE(m_sway->waitForWindows(QStringLiteral("XTerm"), 1, kWindowTimeoutMs));
 
@@ -100,9 +116,9 @@ TEST_F(SwayTrackingTest, RecordsTheWindowInFrontAtEachSwitchAndNothingWhileIdle)
         const char* wantTitle;
         double seconds;
     } phases[] = {
-        {"[app_id=foot]", "foot", "Notes on foot", 5},
+        {"[title=\"Notes on foot\"]", "foot", "Notes on foot", 5},
         {"[class=XTerm]", "debian-xterm", "Build in xterm", 6},
-        {"[app_id=foot]", "foot", "Notes on foot", 4},
+        {"[title=\"Mail on foot\"]", "foot", "Mail on foot", 4},
     };
     std::map<QString, double> measured;
     double lastInput = 0;
@@ -115,7 +131,9 @@ TEST_F(SwayTrackingTest, RecordsTheWindowInFrontAtEachSwitchAndNothingWhileIdle)
             << seen.toStdString();
         EXPECT_TRUE(seen.contains(QStringLiteral("window title: ") + QLatin1String(phase.wantTitle)))
             << seen.toStdString();
-        EXPECT_TRUE(seen.contains(QStringLiteral("window source: sway IPC"))) << seen.toStdString();
+        EXPECT_TRUE(seen.contains(QStringLiteral("window source: ") +
+                                  QLatin1String(GetParam().wantDescription)))
+            << seen.toStdString();
         // The user keeps typing in the window.
         while (now() - start < phase.seconds) {
             ASSERT_TRUE(m_sway->pressShift());
@@ -141,6 +159,12 @@ TEST_F(SwayTrackingTest, RecordsTheWindowInFrontAtEachSwitchAndNothingWhileIdle)
         EXPECT_NEAR(found->second, seconds, kToleranceSeconds);
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    Sources, SwayTrackingTest,
+    ::testing::Values(WindowSource{"SwayIpc", true, "sway IPC"},
+                      WindowSource{"ToplevelList", false, "wlroots toplevel list"}),
+    [](const ::testing::TestParamInfo<WindowSource>& source) { return source.param.name; });
 
 }  // namespace
 

@@ -10,7 +10,10 @@
 #include "harness/DesktopTest.h"
 #include "platform/linux/AtspiAccessibility.h"
 #include "platform/linux/LinuxRunningApplications.h"
+#include "platform/linux/XWaylandWindowSystem.h"
 #include "platform/linux/XcbWindowSystem.h"
+
+#include <xcb/xcb.h>
 
 namespace {
 
@@ -107,6 +110,57 @@ TEST(XcbWindowSystemTest, FrontFollowsSwitchesAndListRunsFrontToBackWithoutMinim
     g_desktop->stopProgram(back);
 }
 
+// As the X11 fallback on a Wayland desktop: _NET_ACTIVE_WINDOW left naming
+// an X11 window while the keyboard is elsewhere (there, in a native window
+// X cannot see; here, in another xterm) credits nobody, where the plain X11
+// source would credit the named one.
+TEST(XWaylandWindowSystemTest, TheActiveWindowCountsOnlyWhileItHasTheKeyboard) {
+    REQUIRE_DESKTOP();
+    const qint64 named = g_desktop->startXterm(QStringLiteral("vorlix named"));
+    const qint64 typing = g_desktop->startXterm(QStringLiteral("vorlix typing"));
+    const auto namedWindow = g_desktop->waitForWindowOfProcess(named, kWindowTimeoutMs);
+    const auto typingWindow = g_desktop->waitForWindowOfProcess(typing, kWindowTimeoutMs);
+    ASSERT_TRUE(namedWindow && typingWindow);
+    ASSERT_TRUE(g_desktop->activateWindow(*typingWindow));
+    ASSERT_TRUE(waitForFrontProcess(windows(), typing));
+    XWaylandWindowSystem xwayland(std::make_unique<XcbWindowSystem>());
+    // As a compositor's window manager writes it (xprop would write a CARDINAL).
+    const auto nameActive = [](quint64 window) {
+        xcb_connection_t* c = xcb_connect(qPrintable(g_desktop->display()), nullptr);
+        xcb_intern_atom_reply_t* atom =
+            xcb_intern_atom_reply(c, xcb_intern_atom(c, 0, 18, "_NET_ACTIVE_WINDOW"), nullptr);
+        const auto id = uint32_t(window);
+        const bool written =
+            atom != nullptr &&
+            xcb_request_check(c, xcb_change_property_checked(
+                                     c, XCB_PROP_MODE_REPLACE,
+                                     xcb_setup_roots_iterator(xcb_get_setup(c)).data->root,
+                                     atom->atom, XCB_ATOM_WINDOW, 32, 1, &id)) == nullptr;
+        free(atom);
+        xcb_disconnect(c);
+        return written;
+    };
+    const struct {
+        const char* name;
+        quint64 active;
+        std::optional<qint32> wantFront;
+        std::optional<qint32> wantPlainX11;
+    } cases[] = {
+        {"the named window has the keyboard", *typingWindow, qint32(typing), qint32(typing)},
+        {"the keyboard is elsewhere", *namedWindow, std::nullopt, qint32(named)},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        ASSERT_TRUE(nameActive(c.active));
+        EXPECT_EQ(xwayland.lookAtFront().frontProcessIdentifier, c.wantFront);
+        EXPECT_EQ(xwayland.frontProcessIdentifier(), c.wantFront);
+        EXPECT_EQ(windows().frontProcessIdentifier(), c.wantPlainX11);
+    }
+    ASSERT_TRUE(nameActive(*typingWindow));
+    g_desktop->stopProgram(named);
+    g_desktop->stopProgram(typing);
+}
+
 TEST(LinuxRunningApplicationsTest, IdentifiesRealApplicationsByTheirDesktopEntries) {
     REQUIRE_DESKTOP();
     const QString file = g_desktop->writeFile(QStringLiteral("home/notes.txt"), "some notes\n");
@@ -125,7 +179,9 @@ TEST(LinuxRunningApplicationsTest, IdentifiesRealApplicationsByTheirDesktopEntri
          QStringLiteral("org.gnome.gedit"), QStringLiteral("gedit"),
          QStringLiteral("notes.txt (~) - gedit")},
         {"xmessage (no desktop entry)",
-         [] { return g_desktop->startProgram(QStringLiteral("xmessage"), {QStringLiteral("vorlix")}); },
+         [] {
+             return g_desktop->startProgram(QStringLiteral("xmessage"), {QStringLiteral("vorlix")});
+         },
          QString(), QStringLiteral("xmessage"), QStringLiteral("Xmessage"), QString()},
     };
     LinuxRunningApplications applications(windows());
