@@ -98,10 +98,12 @@ QString reportAsTree(const Report& report) {
     int nameWidth = report.totalName.size();
     int durationWidth = 0;
     double longest = 0;
+    // Each line's duration, written once: the column's width needs them all.
+    std::vector<QString> durations;
     forEachLine(report.lines, [&](const ReportLine& line, int depth) {
         nameWidth = std::max(nameWidth, std::min(2 * depth + int(line.name.size()), kLongestName));
-        durationWidth = std::max(
-            durationWidth, int(TRDurationToStringFormatter::stringFromNumber(line.seconds).size()));
+        durations.push_back(TRDurationToStringFormatter::stringFromNumber(line.seconds));
+        durationWidth = std::max(durationWidth, int(durations.back().size()));
         longest = std::max(longest, line.seconds);
     });
     const QString total = TRDurationToStringFormatter::stringFromNumber(report.totalSeconds);
@@ -109,12 +111,12 @@ QString reportAsTree(const Report& report) {
     const bool byProject = report.request.grouping == ReportGrouping::Project;
     QString text = daysText(report.request) + (byProject ? QStringLiteral(", by project\n")
                                                          : QStringLiteral(", by application\n"));
+    size_t next = 0;
     forEachLine(report.lines, [&](const ReportLine& line, int depth) {
         const QString indent(2 * depth, QLatin1Char(' '));
         const QString name = indent + shownName(line.name, kLongestName - int(indent.size()));
         text += name.leftJustified(nameWidth) + QStringLiteral("  ") +
-                TRDurationToStringFormatter::stringFromNumber(line.seconds)
-                    .rightJustified(durationWidth) +
+                durations[next++].rightJustified(durationWidth) +
                 QStringLiteral("  ") + bar(line.seconds, longest) + QLatin1Char('\n');
     });
     text += report.totalName.leftJustified(nameWidth) + QStringLiteral("  ") +
