@@ -1,5 +1,6 @@
 // Totals over recorded time, against sums computed here from the recorded
 // intervals, and the threshold that hides small totals.
+#include <map>
 #include <random>
 
 #include "StoreTestSupport.h"
@@ -113,6 +114,50 @@ TEST_F(AggregationTest, TotalsAndSumsMatchTheRecordedIntervals) {
     EXPECT_TRUE(store().rootPathComponentsWithFilter().empty());
     reopen();
     EXPECT_EQ(store().timeThreshold(), all);
+}
+
+// The report's outline sums without node objects: every node's total, its
+// children and their values must be those of the objects, range after range.
+TEST_F(AggregationTest, OutlineAgreesWithTheNodesForEachRange) {
+    recordIntervals();
+    EXPECT_FALSE(store().savedOutline()) << "unsaved changes would be missed";
+    store().save();
+    std::optional<ActivityStoreOutline> outline = store().savedOutline();
+    ASSERT_TRUE(outline);
+    std::map<qint64, int> indexOfKey;
+    for (int i = 0; i < outline->size(); ++i) indexOfKey[outline->key(i)] = i;
+    const auto keysOf = [](const Nodes& nodes) {
+        std::vector<qint64> keys;
+        for (TRASPathComponent* node : nodes) keys.push_back(node->primaryKey());
+        return keys;
+    };
+    const QDateTime none;
+    const Nodes c{m_leaves[1]};
+    const TRASEventFilter filters[] = {{},
+                                       {utc(2024, 3, 5, 13), none, {}, {}},
+                                       {utc(2024, 3, 5, 10, 30), utc(2024, 3, 5, 20, 30), {}, {}},
+                                       {utc(2024, 3, 6, 9), none, {}, {}},
+                                       {none, none, c, {}},
+                                       {utc(2024, 3, 5, 6), utc(2024, 3, 6, 6), {}, c},
+                                       {}};
+    for (const TRASEventFilter& filter : filters) {
+        SCOPED_TRACE(filter.start.toString(Qt::ISODate).toStdString() + " " +
+                     std::to_string(filter.include.has_value()) +
+                     std::to_string(filter.exclude.has_value()));
+        store().filterEventsBetweenDate(filter);
+        store().filterEventsBetweenDate(filter, *outline);
+        for (TRASPathComponent* node : store().allPathComponentsSortedByPathLevel()) {
+            const int index = indexOfKey.at(node->primaryKey());
+            EXPECT_EQ(outline->total(index), node->totalDurationWithFilterValue());
+            std::vector<qint64> children;
+            for (int child : outline->children(index)) children.push_back(outline->key(child));
+            EXPECT_EQ(children, keysOf(node->children()));
+            EXPECT_EQ(outline->values({index}), std::vector<QString>{node->value()});
+        }
+    }
+    std::vector<qint64> roots;
+    for (int root : outline->roots()) roots.push_back(outline->key(root));
+    EXPECT_EQ(roots, keysOf(store().rootPathComponentsWithFilter(-1)));
 }
 
 // A narrow range after a wide one reaches few nodes, and the pass after it

@@ -33,6 +33,7 @@ public:
     // every total zero).
     void sumRows(SqliteStatement* rows);
 
+    int size() const { return int(m_shape.keys.size()); }
     // Level-0 nodes that name an application, in order.
     const std::vector<int>& roots() const { return m_roots; }
     // The nodes whose parent is `node`, in order.
