@@ -33,8 +33,8 @@ void sortLongestFirst(std::vector<ReportLine>& lines) {
 }
 
 // The nodes a report prints: roots over the minimum and, down to the
-// requested depth, children over it. Only their values are read, and the
-// objects of the roots with time.
+// requested depth, children over it. Only the roots with time are read as
+// objects (for their applications).
 class PrintedNodes final {
 public:
     PrintedNodes(const ActivityStoreOutline& outline, const ReportRequest& request,
@@ -48,13 +48,10 @@ public:
             m_roots.emplace_back(root, object);
             if (outline.total(root) > request.minimumSeconds) take(root, 0);
         }
-        const std::vector<QString> values = outline.values(m_paths);
-        for (size_t i = 0; i < m_paths.size(); ++i) m_values.emplace(m_paths[i], values[i]);
     }
 
     // Roots with any time, of an application still recorded.
     const std::vector<std::pair<int, TRASPathComponent*>>& roots() const { return m_roots; }
-    const QString& valueOf(int node) const { return m_values.at(node); }
     const std::vector<int>& printedChildren(int node) const { return m_children.at(node); }
 
 private:
@@ -64,7 +61,6 @@ private:
         for (int child : m_outline.children(node)) {
             if (!(m_outline.total(child) > m_request.minimumSeconds)) continue;
             shown.push_back(child);
-            m_paths.push_back(child);
             take(child, level + 1);
         }
     }
@@ -72,15 +68,13 @@ private:
     const ActivityStoreOutline& m_outline;
     const ReportRequest& m_request;
     std::vector<std::pair<int, TRASPathComponent*>> m_roots;
-    std::vector<int> m_paths;
     std::unordered_map<int, std::vector<int>> m_children;
-    std::unordered_map<int, QString> m_values;
 };
 
 void addPathLines(const ActivityStoreOutline& outline, const PrintedNodes& printed, int node,
                   ReportLine& line) {
     for (int child : printed.printedChildren(node)) {
-        const QString& value = printed.valueOf(child);
+        const QString& value = outline.value(child);
         ReportLine below;
         below.kind = ReportLine::Kind::Path;
         below.name = value;
@@ -171,7 +165,8 @@ Report gatherReport(TRProjectStore& projects, const ReportRequest& request) {
     report.request = request;
     report.totalName = projects.localizedName();
     // The report changes nothing, so the stores hold no unsaved changes.
-    std::optional<ActivityStoreOutline> outline = projects.activityStore().savedOutline();
+    std::optional<ActivityStoreOutline> outline =
+        projects.activityStore().savedOutline(request.depth);
     if (!outline) return report;
     if (request.grouping == ReportGrouping::Project)
         gatherByProject(projects, *outline, report);

@@ -4,7 +4,6 @@
 #include <numeric>
 #include <unordered_map>
 
-#include "store/activity/TRASPathComponent.h"
 #include "store/graph/SqliteDatabase.h"
 #include "store/graph/TRObjectContext.h"
 
@@ -16,6 +15,7 @@ struct ShapeRow final {
     qint64 parent = 0;  // 0: none
     int level = 0;
     qint64 application = 0;
+    QString value;  // read down to the levels asked for
 };
 
 // By level and, within a level, in the file's order (a counting sort): the
@@ -64,39 +64,45 @@ private:
 
 }  // namespace
 
-std::optional<ActivityStoreOutline> ActivityStoreOutline::read(TRObjectContext& context) {
+std::optional<ActivityStoreOutline> ActivityStoreOutline::read(TRObjectContext& context,
+                                                                int valueLevels) {
     auto stmt = context.database().prepare(QStringLiteral(
-        "SELECT id, pathParent, pathLevel, application FROM PathComponent ORDER BY id"));
+        "SELECT id, pathParent, pathLevel, application, value FROM PathComponent ORDER BY id"));
     if (!stmt) return std::nullopt;
     std::vector<ShapeRow> rows;
     while (stmt->step()) {
         const int level = qint16(stmt->int64(2));
-        rows.push_back({stmt->int64(0), stmt->int64(1), level, stmt->int64(3)});
+        rows.push_back({stmt->int64(0), stmt->int64(1), level, stmt->int64(3), QString()});
+        // Only the value a reader asked for is decoded: most nodes are deeper.
+        if (level <= valueLevels) rows.back().value = stmt->text(4);
     }
     if (stmt->error()) return std::nullopt;
     rows = sortedByLevel(rows);
     const IndexOfKey indexOfKey(rows);
     ActivityStoreTotals::Shape shape;
     std::vector<qint64> applications;
+    std::vector<QString> values;
     shape.keys.reserve(rows.size());
     shape.parents.reserve(rows.size());
     shape.levels.reserve(rows.size());
     applications.reserve(rows.size());
-    for (const ShapeRow& row : rows) {
+    values.reserve(rows.size());
+    for (ShapeRow& row : rows) {
         shape.keys.push_back(row.key);
         shape.parents.push_back(row.parent != 0 ? indexOfKey(row.parent) : -1);
         shape.levels.push_back(row.level);
         applications.push_back(row.application);
+        values.push_back(std::move(row.value));
     }
-    return ActivityStoreOutline(context, std::move(shape), std::move(applications));
+    return ActivityStoreOutline(std::move(shape), std::move(applications), std::move(values));
 }
 
-ActivityStoreOutline::ActivityStoreOutline(TRObjectContext& context,
-                                           ActivityStoreTotals::Shape shape,
-                                           std::vector<qint64> applications)
-    : m_context(&context),
-      m_shape(std::move(shape)),
+ActivityStoreOutline::ActivityStoreOutline(ActivityStoreTotals::Shape shape,
+                                           std::vector<qint64> applications,
+                                           std::vector<QString> values)
+    : m_shape(std::move(shape)),
       m_applications(std::move(applications)),
+      m_values(std::move(values)),
       m_totals(m_shape) {
     const size_t count = m_shape.keys.size();
     // Children grouped by parent (a counting sort), each group in node order.
@@ -127,21 +133,4 @@ void ActivityStoreOutline::sumRows(SqliteStatement* rows) {
 std::vector<int> ActivityStoreOutline::children(int node) const {
     return std::vector<int>(m_childList.begin() + m_firstChild[size_t(node)],
                             m_childList.begin() + m_firstChild[size_t(node) + 1]);
-}
-
-std::vector<QString> ActivityStoreOutline::values(const std::vector<int>& nodes) const {
-    std::vector<QString> values(nodes.size());
-    SqliteDatabase& db = m_context->database();
-    // One short statement kept by the connection (a list of thousands of
-    // keys in one statement costs more to parse than these steps), inside
-    // one read transaction rather than one per step.
-    SqliteStatement* stmt = db.cached("SELECT value FROM PathComponent WHERE id = ?1");
-    const bool inTransaction = !db.exec(QStringLiteral("SAVEPOINT outlineValues"));
-    for (size_t i = 0; stmt && i < nodes.size(); ++i) {
-        stmt->bind(1, m_shape.keys[size_t(nodes[i])]);
-        if (stmt->step()) values[i] = stmt->text(0);
-        stmt->reset();
-    }
-    if (inTransaction) db.exec(QStringLiteral("RELEASE outlineValues"));
-    return values;
 }

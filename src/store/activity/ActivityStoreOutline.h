@@ -3,16 +3,16 @@
 // with each node's total within a filter, for a reader that only reads (the
 // report). A five-year store holds tens of thousands of nodes and a report
 // prints a few thousand at most: the outline reads only each node's key,
-// parent, level and application, sums the filter's events into it with the
-// aggregation's own arithmetic (ActivityStoreTotals), and the values are then
-// read for the nodes asked for only.
+// parent, level, application and, down to the levels a reader prints, value,
+// and sums the filter's events into it with the aggregation's own arithmetic
+// (ActivityStoreTotals).
 //
 // Nodes are numbered by level, in the file's order within a level, so
 // roots() and children() come in the order of the object caches. Built from
 // the file as saved: ActivityStoreQueries::savedOutline() declines while the
 // context holds unsaved changes.
 //
-// Main thread only; the outline does not outlive its context.
+// Main thread only.
 
 #include <QString>
 #include <QtGlobal>
@@ -26,8 +26,9 @@ class TRObjectContext;
 
 class ActivityStoreOutline final {
 public:
-    // The tree's shape from the file; nullopt when it cannot be read.
-    static std::optional<ActivityStoreOutline> read(TRObjectContext& context);
+    // The tree's shape from the file, and the values of the nodes down to
+    // level valueLevels; nullopt when it cannot be read.
+    static std::optional<ActivityStoreOutline> read(TRObjectContext& context, int valueLevels);
 
     // Sets every node's total from the rows of `rows` (key, seconds; none:
     // every total zero).
@@ -44,17 +45,16 @@ public:
 
     qint64 key(int node) const { return m_shape.keys[size_t(node)]; }
 
-    // The values of these nodes, read from the file (a node it no longer
-    // holds: a null string).
-    std::vector<QString> values(const std::vector<int>& nodes) const;
+    // REQUIRES: level(node) within the valueLevels read.
+    const QString& value(int node) const { return m_values[size_t(node)]; }
 
 private:
-    ActivityStoreOutline(TRObjectContext& context, ActivityStoreTotals::Shape shape,
-                         std::vector<qint64> applications);
+    ActivityStoreOutline(ActivityStoreTotals::Shape shape, std::vector<qint64> applications,
+                         std::vector<QString> values);
 
-    TRObjectContext* m_context;
     ActivityStoreTotals::Shape m_shape;
     std::vector<qint64> m_applications;  // the application column's key; 0: none
+    std::vector<QString> m_values;
     std::vector<int> m_roots;
     std::vector<int> m_firstChild;  // children(i): m_childList[m_firstChild[i] .. [i + 1])
     std::vector<int> m_childList;

@@ -168,10 +168,10 @@ int ActivityStoreQueries::filterEventsBetweenDate(const TRASEventFilter& filter)
     return totals.finish(nodes);
 }
 
-std::optional<ActivityStoreOutline> ActivityStoreQueries::savedOutline() {
+std::optional<ActivityStoreOutline> ActivityStoreQueries::savedOutline(int valueLevels) {
     TRObjectContext* context = m_file.context();
     if (!context || context->hasChanges()) return std::nullopt;
-    return ActivityStoreOutline::read(*context);
+    return ActivityStoreOutline::read(*context, valueLevels);
 }
 
 void ActivityStoreQueries::filterEventsBetweenDate(const TRASEventFilter& filter,

@@ -65,9 +65,10 @@ public:
     // Sets every node's totalDurationWithFilter; returns how many changed.
     int filterEventsBetweenDate(const TRASEventFilter& filter);
     // The saved tree as a flat outline, no node object read, every total
-    // zero; nullopt while the context holds unsaved changes (the outline
-    // would miss them) or when the store cannot be read.
-    std::optional<ActivityStoreOutline> savedOutline();
+    // zero, the values down to level valueLevels; nullopt while the context
+    // holds unsaved changes (the outline would miss them) or when the store
+    // cannot be read.
+    std::optional<ActivityStoreOutline> savedOutline(int valueLevels);
     // The same totals as above, set in the outline only. REQUIRES: still
     // no unsaved changes.
     void filterEventsBetweenDate(const TRASEventFilter& filter, ActivityStoreOutline& outline);

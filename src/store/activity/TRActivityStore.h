@@ -121,7 +121,9 @@ public:
     // Sets every node's totalDurationWithFilter; returns how many changed.
     int filterEventsBetweenDate(const TRASEventFilter& filter);
     // The same totals without node objects, for a reader that only reads.
-    std::optional<ActivityStoreOutline> savedOutline() { return m_queries.savedOutline(); }
+    std::optional<ActivityStoreOutline> savedOutline(int valueLevels) {
+        return m_queries.savedOutline(valueLevels);
+    }
     void filterEventsBetweenDate(const TRASEventFilter& filter, ActivityStoreOutline& outline) {
         m_queries.filterEventsBetweenDate(filter, outline);
     }
