@@ -125,14 +125,13 @@ void filterFor(TRProjectStore& projects, const std::vector<TRPSProject*>& select
     projects.activityStore().filterEventsBetweenDate(filter, outline);
 }
 
-void gatherByApplication(TRProjectStore& projects, ActivityStoreOutline& outline,
-                         Report& report) {
+void gatherByApplication(TRProjectStore& projects, ActivityStoreOutline& outline, Report& report) {
     filterFor(projects, {}, report.request, outline);
     // Every application's total, shown or not: the sums have them, so a
     // second pass over the events for the same sum is not needed.
-    report.lines = applicationLines(outline, report.request, QString(),
-                                    *projects.activityStore().managedObjectContext(),
-                                    &report.totalSeconds);
+    report.lines =
+        applicationLines(outline, report.request, QString(),
+                         *projects.activityStore().managedObjectContext(), &report.totalSeconds);
 }
 
 void gatherByProject(TRProjectStore& projects, ActivityStoreOutline& outline, Report& report) {

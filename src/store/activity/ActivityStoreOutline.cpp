@@ -65,7 +65,7 @@ private:
 }  // namespace
 
 std::optional<ActivityStoreOutline> ActivityStoreOutline::read(TRObjectContext& context,
-                                                                int valueLevels) {
+                                                               int valueLevels) {
     auto stmt = context.database().prepare(QStringLiteral(
         "SELECT id, pathParent, pathLevel, application, value FROM PathComponent ORDER BY id"));
     if (!stmt) return std::nullopt;
