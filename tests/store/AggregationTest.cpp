@@ -50,6 +50,27 @@ protected:
         }
         return sum;
     }
+    static std::vector<qint64> keysOf(const std::vector<TRASPathComponent*>& nodes) {
+        std::vector<qint64> keys;
+        for (TRASPathComponent* node : nodes) keys.push_back(node->primaryKey());
+        return keys;
+    }
+    // One pass each way, then every node's total, children and value.
+    void expectOutlineAgrees(ActivityStoreOutline& outline, const TRASEventFilter& filter) {
+        store().filterEventsBetweenDate(filter);
+        store().filterEventsBetweenDate(filter, outline);
+        std::map<qint64, int> indexOfKey;
+        for (int i = 0; i < outline.size(); ++i) indexOfKey[outline.key(i)] = i;
+        ASSERT_EQ(indexOfKey.size(), store().allPathComponentsSortedByPathLevel().size());
+        for (TRASPathComponent* node : store().allPathComponentsSortedByPathLevel()) {
+            const int index = indexOfKey.at(node->primaryKey());
+            EXPECT_EQ(outline.total(index), node->totalDurationWithFilterValue());
+            std::vector<qint64> children;
+            for (int child : outline.children(index)) children.push_back(outline.key(child));
+            EXPECT_EQ(children, keysOf(node->children()));
+            EXPECT_EQ(outline.value(index), node->value());
+        }
+    }
     std::vector<Interval> m_intervals;
     TRASPathComponent* m_leaves[3] = {};
 };
@@ -124,13 +145,6 @@ TEST_F(AggregationTest, OutlineAgreesWithTheNodesForEachRange) {
     store().save();
     std::optional<ActivityStoreOutline> outline = store().savedOutline(9);
     ASSERT_TRUE(outline);
-    std::map<qint64, int> indexOfKey;
-    for (int i = 0; i < outline->size(); ++i) indexOfKey[outline->key(i)] = i;
-    const auto keysOf = [](const Nodes& nodes) {
-        std::vector<qint64> keys;
-        for (TRASPathComponent* node : nodes) keys.push_back(node->primaryKey());
-        return keys;
-    };
     const QDateTime none;
     const Nodes c{m_leaves[1]};
     const TRASEventFilter filters[] = {{},
@@ -144,20 +158,43 @@ TEST_F(AggregationTest, OutlineAgreesWithTheNodesForEachRange) {
         SCOPED_TRACE(filter.start.toString(Qt::ISODate).toStdString() + " " +
                      std::to_string(filter.include.has_value()) +
                      std::to_string(filter.exclude.has_value()));
-        store().filterEventsBetweenDate(filter);
-        store().filterEventsBetweenDate(filter, *outline);
-        for (TRASPathComponent* node : store().allPathComponentsSortedByPathLevel()) {
-            const int index = indexOfKey.at(node->primaryKey());
-            EXPECT_EQ(outline->total(index), node->totalDurationWithFilterValue());
-            std::vector<qint64> children;
-            for (int child : outline->children(index)) children.push_back(outline->key(child));
-            EXPECT_EQ(children, keysOf(node->children()));
-            EXPECT_EQ(outline->value(index), node->value());
-        }
+        expectOutlineAgrees(*outline, filter);
     }
     std::vector<qint64> roots;
     for (int root : outline->roots()) roots.push_back(outline->key(root));
     EXPECT_EQ(roots, keysOf(store().rootPathComponentsWithFilter(-1)));
+}
+
+// Rows the other program or an older version may have written: a key far
+// beyond the others, and a level below zero.
+TEST_F(AggregationTest, OutlineAgreesWithTheNodesOnUnusualRows) {
+    recordIntervals();
+    store().save();
+    reopen();
+    {
+        SqliteDatabase db;
+        ASSERT_FALSE(db.open(databasePath()));
+        const qint64 hour = utc(2024, 3, 5, 13).toSecsSinceEpoch();
+        for (auto [key, value, level] : {std::tuple(50000000, "'/far'", "pathLevel + 1"),
+                                         std::tuple(50000001, "'/odd'", "-1")}) {
+            ASSERT_FALSE(db.exec(QStringLiteral("INSERT INTO PathComponent(id, value, pathLevel, "
+                                                "pathParent) SELECT %1, %2, %3, id FROM "
+                                                "PathComponent WHERE pathLevel = 1 LIMIT 1")
+                                     .arg(key)
+                                     .arg(QLatin1String(value), QLatin1String(level))));
+            ASSERT_FALSE(db.exec(QStringLiteral("INSERT INTO HourlyEvent(startDate, duration, "
+                                                "lastPathComponent) VALUES (%1, 600, %2)")
+                                     .arg(hour)
+                                     .arg(key)));
+        }
+    }
+    std::optional<ActivityStoreOutline> outline = store().savedOutline(9);
+    ASSERT_TRUE(outline);
+    for (const TRASEventFilter& filter :
+         {TRASEventFilter{}, TRASEventFilter{utc(2024, 3, 5, 13), utc(2024, 3, 5, 14), {}, {}}}) {
+        SCOPED_TRACE(filter.start.toString(Qt::ISODate).toStdString());
+        expectOutlineAgrees(*outline, filter);
+    }
 }
 
 // A narrow range after a wide one reaches few nodes, and the pass after it

@@ -105,7 +105,9 @@ ActivityStoreOutline::ActivityStoreOutline(ActivityStoreTotals::Shape shape,
       m_values(std::move(values)),
       m_totals(m_shape) {
     const size_t count = m_shape.keys.size();
-    // Children grouped by parent (a counting sort), each group in node order.
+    // Children grouped by parent (a counting sort), each group in the file's
+    // order as the objects list them (the same as node order unless a child
+    // is not one level below its parent, which only hand-made data has).
     m_firstChild.assign(count + 1, 0);
     for (int parent : m_shape.parents) {
         if (parent >= 0) ++m_firstChild[size_t(parent) + 1];
@@ -117,6 +119,14 @@ ActivityStoreOutline::ActivityStoreOutline(ActivityStoreTotals::Shape shape,
         const int parent = m_shape.parents[i];
         if (parent >= 0) m_childList[size_t(next[size_t(parent)]++)] = int(i);
         if (m_shape.levels[i] == 0 && m_applications[i] != 0) m_roots.push_back(int(i));
+    }
+    const auto byKey = [this](int a, int b) {
+        return m_shape.keys[size_t(a)] < m_shape.keys[size_t(b)];
+    };
+    for (size_t i = 0; i < count; ++i) {
+        const auto first = m_childList.begin() + m_firstChild[i];
+        const auto last = m_childList.begin() + m_firstChild[i + 1];
+        if (!std::is_sorted(first, last, byKey)) std::sort(first, last, byKey);
     }
 }
 

@@ -7,8 +7,8 @@
 // and sums the filter's events into it with the aggregation's own arithmetic
 // (ActivityStoreTotals).
 //
-// Nodes are numbered by level, in the file's order within a level, so
-// roots() and children() come in the order of the object caches. Built from
+// Nodes are numbered by level, in the file's order within a level; roots()
+// and children() come in the order the objects list them. Built from
 // the file as saved: ActivityStoreQueries::savedOutline() declines while the
 // context holds unsaved changes.
 //
