@@ -24,7 +24,7 @@
 namespace {
 
 struct Interval {
-    const char* app;
+    const char* app;  // ASCII
     QString path;  // file path or "host/segment"
     QDateTime start;
     int seconds;
@@ -42,6 +42,7 @@ const Interval kIntervals[] = {
     {"org.example.Chat", "", utc(3, 29, 9, 0), 600},
     {"org.example.Vault", "", utc(3, 29, 10, 0), 900},                        // blacklisted app
     {"org.example.Editor", "/home/u/secret/x.txt", utc(3, 29, 11, 0), 300},   // blacklisted path
+    {"org.example.Editor", "/home/u/Übung/naïve.txt", utc(3, 29, 12, 0), 240},  // not ASCII
     {"org.example.Editor", "/home/u/notes/b.txt", utc(3, 29, 21, 40), 1200},  // 23:40 to midnight
     {"org.example.Browser", "example.org/blog", utc(3, 29, 22, 0), 120},      // Mon 00:00
     {"org.example.Editor", "/home/u/work/a.txt", utc(10, 25, 0, 30), 1800},   // 02:30 summer time
