@@ -8,7 +8,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QTimeZone>
 #include <functional>
@@ -16,6 +15,7 @@
 
 #include "core/DateCalculations.h"
 #include "core/TRDurationToStringFormatter.h"
+#include "harness/HelperProcess.h"
 #include "store/activity/TRActivityStore.h"
 #include "store/graph/SqliteDatabase.h"
 #include "store/project/TRPSApplication.h"
@@ -94,10 +94,7 @@ Lines expectedLines(QDate first, QDate last, bool byProject, int depth, double m
     return lines;
 }
 
-struct CommandRun {
-    int code = -1;
-    QString out, err;
-};
+using CommandRun = HelperProcess::Result;
 
 class ReportCommandTest : public ::testing::Test {
 protected:
@@ -106,17 +103,11 @@ protected:
     }
 
     CommandRun report(const QString& args) {
-        QProcess process;
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
         env.insert(QStringLiteral("XDG_DATA_HOME"), m_home.filePath(QStringLiteral("data")));
         env.insert(QStringLiteral("XDG_CONFIG_HOME"), m_home.filePath(QStringLiteral("config")));
-        process.setProcessEnvironment(env);
-        process.start(QStringLiteral(VORLIX_HELPER_PATH),
-                      QStringList{QStringLiteral("report")} +
-                          args.split(QLatin1Char(' '), Qt::SkipEmptyParts));
-        EXPECT_TRUE(process.waitForFinished(30000));
-        return CommandRun{process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
-                          QString::fromUtf8(process.readAllStandardError())};
+        return HelperProcess::run(
+            env, QStringList{QStringLiteral("report")} + args.split(QLatin1Char(' '), Qt::SkipEmptyParts));
     }
 
     // The helper's side, kept open for the whole test as the helper keeps it.

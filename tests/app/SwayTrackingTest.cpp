@@ -9,7 +9,6 @@
 // windows to task bars. Skipped when sway cannot start here.
 
 #include <gtest/gtest.h>
-#include <sqlite3.h>
 
 #include <QElapsedTimer>
 #include <QThread>
@@ -20,39 +19,13 @@
 #include "harness/DesktopTest.h"
 #include "harness/HeadlessSway.h"
 #include "harness/HelperProcess.h"
+#include "harness/StoredActivity.h"
 
 namespace {
 
 constexpr double kToleranceSeconds = 2.0;
 constexpr int kIdleThresholdSeconds = 3;
 constexpr int kIdleWaitSeconds = 8;
-
-// Seconds stored per application id, all paths and hours together.
-std::map<QString, double> storedSecondsPerApplication(const QString& file) {
-    const char* sql = R"(
-        WITH RECURSIVE up(node, duration) AS (
-            SELECT lastPathComponent, duration FROM HourlyEvent
-            UNION ALL
-            SELECT p.pathParent, up.duration FROM up JOIN PathComponent p ON p.id = up.node
-            WHERE IFNULL(p.pathParent, 0) != 0)
-        SELECT a.bundleIdentifier, SUM(up.duration) FROM up
-        JOIN PathComponent root ON root.id = up.node AND IFNULL(root.pathParent, 0) = 0
-        JOIN Application a ON a.id = root.application GROUP BY a.bundleIdentifier)";
-    std::map<QString, double> seconds;
-    sqlite3* db = nullptr;
-    sqlite3_stmt* statement = nullptr;
-    if (sqlite3_open_v2(QFile::encodeName(file).constData(), &db, SQLITE_OPEN_READONLY, nullptr) ==
-            SQLITE_OK &&
-        sqlite3_prepare_v2(db, sql, -1, &statement, nullptr) == SQLITE_OK) {
-        while (sqlite3_step(statement) == SQLITE_ROW) {
-            const auto* id = reinterpret_cast<const char*>(sqlite3_column_text(statement, 0));
-            seconds[QString::fromUtf8(id)] = sqlite3_column_double(statement, 1);
-        }
-    }
-    sqlite3_finalize(statement);
-    sqlite3_close(db);
-    return seconds;
-}
 
 struct WindowSource final {
     const char* name;
@@ -72,19 +45,16 @@ protected:
         QString whyNot = DisposableDesktop::missingTool({QStringLiteral("foot"), QStringLiteral("xterm")});
         if (whyNot.isEmpty()) m_sway = HeadlessSway::start(*g_desktop, &whyNot);
         if (!m_sway) GTEST_SKIP() << qPrintable(whyNot);
-        m_environment = m_sway->environment();
+        m_environment = HelperProcess::isolated(m_sway->environment());
         if (!GetParam().withSwaySocket) m_environment.remove(QStringLiteral("SWAYSOCK"));
         m_environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-        m_environment.insert(QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"), QStringLiteral("unix:path=/none"));
         m_clock.start();
     }
 
     double now() const { return double(m_clock.nsecsElapsed()) / 1e9; }
 
     QString inspect() const {
-        HelperProcess inspection(m_environment, {QStringLiteral("inspect"), QStringLiteral("--once")});
-        inspection.waitForExit();
-        return inspection.output();
+        return HelperProcess::run(m_environment, {QStringLiteral("inspect"), QStringLiteral("--once")}).out;
     }
 
     std::unique_ptr<HeadlessSway> m_sway;
@@ -94,13 +64,9 @@ protected:
 };
 
 TEST_P(SwayTrackingTest, RecordsTheWindowInFrontAtEachSwitchAndNothingWhileIdle) {
-    ASSERT_FALSE(g_desktop
-                     ->writeFile(QStringLiteral("config/info.mallowby.Vorlix/VorlixHelper.conf"),
-                                 "[General]\nidleTimeThresholdForSuspendingTracking=" +
-                                     QByteArray::number(kIdleThresholdSeconds) +
-                                     "\ndontAskToLaunchAtLogin=true\n"
-                                     "dontNotifyAboutDisabledAccessibilityAPI=true\n")
-                     .isEmpty());
+    ASSERT_TRUE(HelperProcess::writeSettings(
+        m_environment.value(QStringLiteral("XDG_CONFIG_HOME")),
+        "idleTimeThresholdForSuspendingTracking=" + QByteArray::number(kIdleThresholdSeconds) + '\n'));
     ASSERT_TRUE(m_sway->command(QStringLiteral("exec foot -T 'Notes on foot' sleep 600")));
     ASSERT_TRUE(m_sway->command(QStringLiteral("exec foot -T 'Mail on foot' sleep 600")));
     ASSERT_TRUE(m_sway->waitForWindows(QStringLiteral("foot"), 2, kWindowTimeoutMs));
@@ -147,16 +113,13 @@ TEST_P(SwayTrackingTest, RecordsTheWindowInFrontAtEachSwitchAndNothingWhileIdle)
     QThread::msleep(kIdleWaitSeconds * 1000);
     EXPECT_TRUE(m_helper->stopsCleanlyOn(SIGTERM)) << m_helper->errors().toStdString();
 
-    const std::map<QString, double> stored = storedSecondsPerApplication(
-        m_sway->environment().value(QStringLiteral("XDG_DATA_HOME")) +
-        QStringLiteral("/info.mallowby.Vorlix/ActivityStore.db"));
-    SCOPED_TRACE(m_helper->errors().toStdString());
-    EXPECT_EQ(stored.size(), measured.size());
+    const std::vector<StoredPath> stored =
+        readStoredPaths(activityStoreIn(m_environment.value(QStringLiteral("XDG_DATA_HOME"))));
+    SCOPED_TRACE(m_helper->errors().toStdString() + "stored:\n" + describe(stored).toStdString());
+    for (const StoredPath& path : stored) EXPECT_EQ(measured.count(path.application), 1u);
     for (const auto& [application, seconds] : measured) {
         SCOPED_TRACE(application.toStdString());
-        const auto found = stored.find(application);
-        ASSERT_NE(found, stored.end());
-        EXPECT_NEAR(found->second, seconds, kToleranceSeconds);
+        EXPECT_NEAR(secondsOf(stored, application), seconds, kToleranceSeconds);
     }
 }
 
