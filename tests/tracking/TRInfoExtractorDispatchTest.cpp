@@ -10,13 +10,42 @@ namespace {
 
 class TRInfoExtractorCallTest : public ExtractionTest {
 protected:
-    void treeFor(qint32 pid, const QString& title) {
+    void treeFor(qint32 pid, const QString& title, const QString& document = QString()) {
         auto application = FakeAccessibilityElement::create();
-        application->set(u"AXMainWindow"_s,
-                         AccessibilityElementRef(FakeAccessibilityElement::window(title)));
+        application->set(u"AXMainWindow"_s, AccessibilityElementRef(
+                                                 FakeAccessibilityElement::window(title, document)));
         m_accessibility.add(pid, application);
     }
 };
+
+// A compositor that names no process: the application its window names and
+// the window's title are recorded; no accessibility tree or extractor is
+// asked (with pid 0 they would answer for some other program, here the tree
+// registered under 0), and the desktop's own agents stay untracked.
+TEST_F(TRInfoExtractorCallTest, WindowWithoutProcessKeepsItsApplicationAndTitleOnly) {
+    constexpr quint64 kWindow = 9;
+    treeFor(0, QStringLiteral("Tree title"), QStringLiteral("file:///not/mine"));
+    WindowInfo listed;
+    listed.windowId = kWindow;
+    listed.name = QStringLiteral("Notes on foot");
+    m_windows.setWindows({listed});
+    m_windows.setFrontWindowWithoutProcess(kWindow);
+    const struct {
+        const char* id;
+        bool tracked;
+    } cases[] = {{"foot", true}, {"org.mozilla.firefox", true}, {"xfce4-panel", false}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.id);
+        m_applications.addWindow(kWindow, makeApplication(0, QString::fromLatin1(c.id)));
+        std::optional<TRActivity> activity = extractor().currentActivity();
+        ASSERT_EQ(activity.has_value(), c.tracked);
+        if (!activity) continue;
+        extractor().callInfoExtractorForActivity(&*activity, false);
+        EXPECT_EQ(activity->runningApplication()->bundleIdentifier, QLatin1String(c.id));
+        EXPECT_EQ(activity->windowTitle(), QStringLiteral("Notes on foot"));
+        EXPECT_TRUE(activity->documentPath().isEmpty());
+    }
+}
 
 // Records what the details looked like when the extractor was called.
 class RecordingExtractor final : public TRApplicationInfoExtractor {
