@@ -13,12 +13,9 @@
 
 namespace {
 
-bool press(const QString& keys) {
-    return g_desktop->run(QStringLiteral("xdotool"), {QStringLiteral("key"), keys});
-}
+bool press(const QString& keys) { return g_desktop->pressKeys(keys); }
 
-// Types into the location bar of the window in front (browser or file
-// manager) and goes there.
+// Types into the location bar of the window in front and goes there.
 bool goTo(const QString& location) {
     return press(QStringLiteral("ctrl+l")) &&
            g_desktop->run(QStringLiteral("xdotool"),
