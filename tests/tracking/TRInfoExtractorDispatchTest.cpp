@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "ExtractionFixture.h"
+#include "tracking/TRApplicationInfoExtractor.h"
 
 namespace {
 
