@@ -18,6 +18,13 @@
 # wrote (heap, stacks, relocations). SMAPS_OUT=FILE keeps a copy of the
 # helper's /proc/PID/smaps to see where the pages are.
 #
+# STORE=FOLDER starts the helper on a copy of an existing data folder (for
+# example the five-year store written by report_bench), so the memory figures
+# include the store the helper keeps open. "helper_private_heap" is what the
+# anonymous mappings (heap, thread stacks, arenas) hold privately, measured at
+# the start of the measured time and at its end; the difference is
+# "helper_private_heap_growth".
+#
 # HELPER_WRAPPER runs the helper under a profiler, e.g.
 #   HELPER_WRAPPER="valgrind --tool=callgrind --callgrind-out-file=/tmp/cg.out" \
 #     bench/helper_cpu_rss.sh build/src/app/vorlix-helper 15
@@ -103,7 +110,8 @@ cpu_ns() { cat /proc/"$1"/task/*/schedstat | awk '{s += $1} END {printf "%d", s}
 
 # The user stays active (idle threshold 1 day): every tick runs in full. The
 # start-up questions are answered for good.
-mkdir -p "$state/config/info.mallowby.Vorlix"
+mkdir -p "$state/config/info.mallowby.Vorlix" "$state/data"
+[[ -n ${STORE:-} ]] && cp -r "$STORE" "$state/data/info.mallowby.Vorlix"
 printf '[General]\nidleTimeThresholdForSuspendingTracking=86400\ndontAskToLaunchAtLogin=true\ndontNotifyAboutDisabledAccessibilityAPI=true\n' \
   >"$state/config/info.mallowby.Vorlix/VorlixHelper.conf"
 "${desktop_env[@]}" DBUS_SESSION_BUS_ADDRESS="$bus_address" \
@@ -114,6 +122,13 @@ pids=("$helper_pid" "${pids[@]}")
 
 sleep 3  # start-up is not part of the steady state
 kill -0 "$helper_pid" 2>/dev/null || { echo "the helper has ended:" >&2; cat "$state/helper.log" >&2; exit 1; }
+# Private pages of anonymous mappings: a mapping line without a path, or
+# one of the kernel's own names ([heap], [stack], [anon:...]).
+private_heap_kb() {
+  awk '/^[0-9a-f]+-[0-9a-f]+ / {anon = (NF < 6 || $6 ~ /^\[(heap|stack|anon)/)}
+       anon && /^Private_(Clean|Dirty):/ {s += $2} END {print s + 0}' "/proc/$1/smaps"
+}
+heap0_kb=$(private_heap_kb "$helper_pid")
 h0=$(cpu_ns "$helper_pid"); x0=$(cpu_ns "$xvfb_pid")
 sleep "$seconds"
 h1=$(cpu_ns "$helper_pid"); x1=$(cpu_ns "$xvfb_pid")
@@ -125,11 +140,12 @@ rss_kb=$(awk '/^VmRSS:/ {print $2}' "/proc/$helper_pid/status")
 anon_kb=$(awk '/^RssAnon:/ {print $2}' "/proc/$helper_pid/status")
 private_kb=$(awk '/^Private_(Clean|Dirty):/ {s += $2} END {print s}' "/proc/$helper_pid/smaps_rollup")
 dirty_kb=$(awk '/^Private_Dirty:/ {s += $2} END {print s}' "/proc/$helper_pid/smaps_rollup")
+heap1_kb=$(private_heap_kb "$helper_pid")
 threads=$(awk '/^Threads:/ {print $2}' "/proc/$helper_pid/status")
 tray=0
 grep -q "status item shown" "$state/helper.log" && tray=1
 awk -v h=$((h1 - h0)) -v x=$((x1 - x0)) -v s="$seconds" \
-    -v rss="$rss_kb" -v anon="$anon_kb" -v priv="$private_kb" -v th="$threads" -v tray="$tray" -v dirty="$dirty_kb" 'BEGIN {
+    -v rss="$rss_kb" -v anon="$anon_kb" -v priv="$private_kb" -v th="$threads" -v tray="$tray" -v dirty="$dirty_kb" -v heap0="$heap0_kb" -v heap1="$heap1_kb" 'BEGIN {
   printf "helper_cpu_per_tick: %.3f ms\n", h / 1e6 / s
   printf "helper_cpu_share: %.4f %%\n", h / 1e7 / s
   printf "xserver_cpu_per_tick: %.3f ms\n", x / 1e6 / s
@@ -137,6 +153,8 @@ awk -v h=$((h1 - h0)) -v x=$((x1 - x0)) -v s="$seconds" \
   printf "helper_rss_anon: %.1f MB\n", anon / 1024
   printf "helper_private: %.1f MB\n", priv / 1024
   printf "helper_private_dirty: %.1f MB\n", dirty / 1024
+  printf "helper_private_heap: %.1f MB\n", heap1 / 1024
+  printf "helper_private_heap_growth: %.2f MB\n", (heap1 - heap0) / 1024
   printf "helper_threads: %d count\n", th
   printf "helper_tray_icon_shown: %d count\n", tray
 }'

@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <memory>
+#include <optional>
 
 namespace Calculations {
 
@@ -90,21 +91,31 @@ std::unique_ptr<icu::TimeZone> systemZone(const ZoneWatch& watch) {
     return std::unique_ptr<icu::TimeZone>(icu::TimeZone::detectHostTimeZone());
 }
 
+// Milliseconds [start, end) that all begin the hour at `start`; empty when
+// start == end.
+struct HourSpan {
+    qint64 start = 0;
+    qint64 end = 0;
+};
+
 struct ThreadCalendar {
     std::unique_ptr<icu::Calendar> calendar;
     int generation = -1;
     ZoneWatch zone;
+    HourSpan hour;  // forgotten with the calendar or its zone
 };
 
 // The calendar of this thread, rebuilt after refreshCurrentCalendar() and
 // given the new zone when the system's changes.
-icu::Calendar& calendar() {
+ThreadCalendar& threadCalendar() {
     thread_local ThreadCalendar local;
     const int generation = g_generation.load(std::memory_order_acquire);
     const bool rebuild = !local.calendar || local.generation != generation;
     if (rebuild) local.zone.checkNow = true;
-    if (systemZoneChanged(local.zone) && !rebuild)
+    if (systemZoneChanged(local.zone) && !rebuild) {
         local.calendar->adoptTimeZone(systemZone(local.zone).release());
+        local.hour = HourSpan();
+    }
     if (rebuild) {
         UErrorCode status = U_ZERO_ERROR;
         local.calendar.reset(icu::Calendar::createInstance(systemZone(local.zone).release(),
@@ -113,8 +124,20 @@ icu::Calendar& calendar() {
         local.calendar->setRepeatedWallTimeOption(UCAL_WALLTIME_FIRST);
         local.calendar->setSkippedWallTimeOption(UCAL_WALLTIME_NEXT_VALID);
         local.generation = generation;
+        local.hour = HourSpan();
     }
-    return *local.calendar;
+    return local;
+}
+
+icu::Calendar& calendar() { return *threadCalendar().calendar; }
+
+// The zone's offset from UTC at `ms`; nullopt when ICU cannot say.
+std::optional<qint64> offsetAt(const icu::TimeZone& zone, qint64 ms) {
+    UErrorCode status = U_ZERO_ERROR;
+    int32_t raw = 0, dst = 0;
+    zone.getOffset(static_cast<UDate>(ms), false, raw, dst, status);
+    if (U_FAILURE(status)) return std::nullopt;
+    return qint64(raw) + dst;
 }
 
 icu::Calendar& at(const QDateTime& d) {
@@ -193,11 +216,26 @@ QDateTime createDate(int year, int month, int day, int hour, int minute, int sec
 // Taken back by the minutes, seconds and milliseconds of the local time
 // rather than rebuilt from fields: in the hour that a daylight-saving change
 // repeats, a rebuild could land on the other occurrence, after the instant.
+// Recording asks for the same hour many times in a row, so the last hour is
+// kept. An hour whose first and last millisecond have the same offset from
+// UTC has it throughout (no zone changes its offset twice within an hour),
+// and then every date in it begins at the same instant; an hour in which the
+// offset changes is worked out anew each time.
 QDateTime beginningOfHour(const QDateTime& d) {
+    if (!d.isValid()) return QDateTime();
+    constexpr qint64 kHour = 3600 * 1000;
+    ThreadCalendar& local = threadCalendar();
+    const qint64 ms = d.toMSecsSinceEpoch();
+    if (ms >= local.hour.start && ms < local.hour.end)
+        return QDateTime::fromMSecsSinceEpoch(local.hour.start, Qt::UTC);
     icu::Calendar& cal = at(d);
     const qint64 intoHour = (field(cal, UCAL_MINUTE) * 60LL + field(cal, UCAL_SECOND)) * 1000 +
                             field(cal, UCAL_MILLISECOND);
-    return d.addMSecs(-intoHour).toUTC();
+    const qint64 start = ms - intoHour;
+    const std::optional<qint64> first = offsetAt(cal.getTimeZone(), start);
+    if (first && first == offsetAt(cal.getTimeZone(), start + kHour - 1))
+        local.hour = HourSpan{start, start + kHour};
+    return QDateTime::fromMSecsSinceEpoch(start, Qt::UTC);
 }
 
 QDateTime beginningOfDay(const QDateTime& d) {

@@ -53,4 +53,36 @@ TEST_F(CalendarTest, HoursInBerlin) {
     }
 }
 
+// The hour of one date is kept for the next: asked in a row, across a
+// half-hour change of offset and across changes of zone (TZ set between
+// calls, as a user's move would), every date still gets its own hour.
+TEST_F(CalendarTest, HoursAskedInARowAcrossOffsetAndZoneChanges) {
+    use("Australia/Lord_Howe", "en_US.UTF-8");
+    const struct {
+        const char* zone;
+        QDateTime in;
+        QDateTime out;
+    } rows[] = {
+        // Summer time (+11) ends at 15:00 UTC; the hours then start at :30.
+        {"Australia/Lord_Howe", utc(2024, 4, 6, 14, 30), utc(2024, 4, 6, 14, 0)},
+        {"Australia/Lord_Howe", utc(2024, 4, 6, 14, 59, 59), utc(2024, 4, 6, 14, 0)},
+        {"Australia/Lord_Howe", utc(2024, 4, 6, 15, 10), utc(2024, 4, 6, 14, 30)},
+        {"Australia/Lord_Howe", utc(2024, 4, 6, 14, 45), utc(2024, 4, 6, 14, 0)},
+        {"Australia/Lord_Howe", utc(2024, 4, 6, 15, 29), utc(2024, 4, 6, 14, 30)},
+        {"Australia/Lord_Howe", utc(2024, 4, 6, 15, 30), utc(2024, 4, 6, 15, 30)},
+        {"Australia/Lord_Howe", utc(2024, 4, 6, 16, 29), utc(2024, 4, 6, 15, 30)},
+        {"Asia/Kolkata", utc(2024, 6, 12, 10, 15), utc(2024, 6, 12, 9, 30)},
+        {"UTC", utc(2024, 6, 12, 10, 20), utc(2024, 6, 12, 10, 0)},
+        {"Asia/Kolkata", utc(2024, 6, 12, 9, 40), utc(2024, 6, 12, 9, 30)},
+        {"Asia/Kolkata", utc(2024, 6, 12, 10, 20), utc(2024, 6, 12, 9, 30)},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(
+            qPrintable(row.in.toString(Qt::ISODate) + QLatin1Char(' ') + QLatin1String(row.zone)));
+        setenv("TZ", row.zone, 1);
+        EXPECT_EQ(beginningOfHour(row.in), row.out)
+            << qPrintable(beginningOfHour(row.in).toString(Qt::ISODate));
+    }
+}
+
 }  // namespace

@@ -13,7 +13,7 @@
 
 ActivityStoreFile::ActivityStoreFile(QString dataFolder, bool readOnly, TRStoreReporter& reporter,
                                      std::function<void()> abortProcess,
-                                     std::function<void()> objectsInsertedOrDeleted)
+                                     std::function<void(std::uint8_t)> objectsInsertedOrDeleted)
     : m_dataFolder(QDir::cleanPath(dataFolder)),
       m_readOnly(readOnly),
       m_reporter(reporter),

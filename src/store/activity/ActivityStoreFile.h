@@ -36,7 +36,7 @@ public:
     // handed to the context (TRObjectContext::objectsInsertedOrDeleted).
     ActivityStoreFile(QString dataFolder, bool readOnly, TRStoreReporter& reporter,
                       std::function<void()> abortProcess,
-                      std::function<void()> objectsInsertedOrDeleted);
+                      std::function<void(std::uint8_t)> objectsInsertedOrDeleted);
     ~ActivityStoreFile();
     ActivityStoreFile(const ActivityStoreFile&) = delete;
     ActivityStoreFile& operator=(const ActivityStoreFile&) = delete;
@@ -60,7 +60,7 @@ private:
     bool m_readOnly;
     TRStoreReporter& m_reporter;
     std::function<void()> m_abortProcess;
-    std::function<void()> m_objectsInsertedOrDeleted;
+    std::function<void(std::uint8_t)> m_objectsInsertedOrDeleted;
     bool m_openAttempted = false;
     SqliteDatabase m_db;
     std::unique_ptr<TRObjectContext> m_context;  // after m_db: goes first

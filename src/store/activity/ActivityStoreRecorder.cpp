@@ -56,20 +56,21 @@ TRASApplication* ActivityStoreRecorder::applicationFor(TRObjectContext& context,
     if (!running)
         return TRASApplication::applicationWithRunningApplication(context, activity.application(),
                                                                   true);
-    // A null text and an empty one look the application up differently.
-    const auto part = [](const QString& text) -> QString {
-        if (text.isNull()) return QStringLiteral("\x01");
-        return QLatin1Char('=') + text;
-    };
-    const QString key = part(running->bundleIdentifier) + QLatin1Char('\0') +
-                        part(running->executablePath) + QLatin1Char('\0') +
-                        part(running->localizedName);
+    ApplicationKey key{running->bundleIdentifier, running->executablePath, running->localizedName};
     if (TRASApplication* known = m_applications.value(key)) return known;
     TRASApplication* app =
         TRASApplication::applicationWithRunningApplication(context, activity.application(), true);
     // A new application's insertion has just emptied the table; keep it now.
     if (app) m_applications.insert(key, app);
     return app;
+}
+
+bool ActivityStoreRecorder::ApplicationKey::operator==(const ApplicationKey& other) const {
+    const auto same = [](const QString& a, const QString& b) {
+        return a.isNull() == b.isNull() && a == b;
+    };
+    return same(bundleIdentifier, other.bundleIdentifier) &&
+           same(executablePath, other.executablePath) && same(localizedName, other.localizedName);
 }
 
 void ActivityStoreRecorder::addActivity(TRASPathComponent* node, const QDateTime& start,

@@ -42,15 +42,27 @@ public:
 
     // The applications found for running ones are kept by their three texts
     // (looking one up is the only query of a recording); the store drops
-    // them whenever objects are inserted or deleted or the other program's
-    // changes are merged.
+    // them whenever applications are inserted or deleted or the other
+    // program's changes are merged.
     void forgetApplications() { m_applications.clear(); }
 
 private:
+    // A running application's three texts; a null text and an empty one look
+    // the application up differently, so they are different keys.
+    struct ApplicationKey {
+        QString bundleIdentifier;
+        QString executablePath;
+        QString localizedName;
+        bool operator==(const ApplicationKey& other) const;
+        friend size_t qHash(const ApplicationKey& key, size_t seed = 0) {
+            return qHashMulti(seed, key.bundleIdentifier, key.executablePath, key.localizedName);
+        }
+    };
+
     TRASApplication* applicationFor(TRObjectContext& context, const TRActivity& activity);
 
     ActivityStoreFile& m_file;
     TRSettings& m_settings;
     TRBlacklist& m_blacklist;
-    QHash<QString, TRASApplication*> m_applications;
+    QHash<ApplicationKey, TRASApplication*> m_applications;
 };

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "core/TRLocations.h"
+#include "store/activity/TRASApplication.h"
 #include "store/activity/TRASIconLookup.h"
 #include "store/activity/TRBlacklist.h"
 #include "store/activity/TRStoreReporter.h"
@@ -39,9 +40,10 @@ TRActivityStore::TRActivityStore(Options options, QObject* parent)
       m_options(withDefaults(std::move(options))),
       m_timeThreshold(m_options.settings->snapshot().activityStoreTimeThreshold),
       m_file(m_options.dataFolder, m_options.readOnly, *m_options.reporter, m_options.abortProcess,
-             [this] {
+             [this](std::uint8_t entity) {
                  m_queries.objectsInsertedOrDeleted();
-                 m_recorder.forgetApplications();
+                 // Only applications answer the recorder's lookups.
+                 if (entity == TRASApplication::kEntity) m_recorder.forgetApplications();
              }),
       m_queries(m_file),
       m_recorder(m_file, *m_options.settings, *m_options.blacklist),

@@ -45,7 +45,7 @@ TRManagedObject* TRObjectContext::insertObject(std::uint8_t entity) {
     object->m_inserted = true;
     object->m_temporaryId = m_nextTemporaryId++;
     m_inserted.insert(object);
-    notifyInsertedOrDeleted();
+    notifyInsertedOrDeleted(entity);
     return object;
 }
 
@@ -56,7 +56,7 @@ void TRObjectContext::deleteObject(TRManagedObject* object) {
     m_inserted.erase(object);
     m_updated.erase(object);
     m_deleted.insert(object);
-    notifyInsertedOrDeleted();
+    notifyInsertedOrDeleted(object->m_entity);
 }
 
 void TRObjectContext::markUpdated(TRManagedObject* object) {
@@ -70,8 +70,8 @@ void TRObjectContext::markUpdated(TRManagedObject* object) {
     m_updated.insert(object);
 }
 
-void TRObjectContext::notifyInsertedOrDeleted() {
-    if (objectsInsertedOrDeleted) objectsInsertedOrDeleted();
+void TRObjectContext::notifyInsertedOrDeleted(std::uint8_t entity) {
+    if (objectsInsertedOrDeleted) objectsInsertedOrDeleted(entity);
 }
 
 TRManagedObject* TRObjectContext::registered(std::uint8_t entity, qint64 id) const {

@@ -144,8 +144,9 @@ public:
     void merge(const QStringList& inserted, const QStringList& updated, const QStringList& deleted,
                QStringList* notFound);
 
-    // Called whenever objects are inserted into or deleted from the context.
-    std::function<void()> objectsInsertedOrDeleted;
+    // Called whenever objects are inserted into or deleted from the context,
+    // with their entity (once per entity for a merge).
+    std::function<void(std::uint8_t entity)> objectsInsertedOrDeleted;
 
     // For TRManagedObject::didChange.
     void markUpdated(TRManagedObject* object);
@@ -180,7 +181,7 @@ private:
     void forget(TRManagedObject* object);
     void forgetDeletedElsewhere(const std::vector<TRManagedObject*>& gone);
     void refresh(TRManagedObject* object);
-    void notifyInsertedOrDeleted();
+    void notifyInsertedOrDeleted(std::uint8_t entity);
 
     SqliteDatabase& m_db;
     QString m_storeUuid;

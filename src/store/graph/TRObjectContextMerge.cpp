@@ -7,7 +7,7 @@
 
 void TRObjectContext::merge(const QStringList& inserted, const QStringList& updated,
                             const QStringList& deleted, QStringList* notFound) {
-    bool insertedOrDeleted = false;
+    std::vector<bool> insertedOrDeleted(m_entities.size(), false);
     std::uint8_t entity = 0;
     qint64 id = 0;
     for (const QString& uri : inserted) {
@@ -18,7 +18,7 @@ void TRObjectContext::merge(const QStringList& inserted, const QStringList& upda
             continue;
         }
         if (!known) object->linkToOwner();
-        insertedOrDeleted = true;
+        insertedOrDeleted[object->m_entity] = true;
     }
     for (const QString& uri : updated) {
         if (!parseUri(uri, &entity, &id)) {
@@ -39,9 +39,11 @@ void TRObjectContext::merge(const QStringList& inserted, const QStringList& upda
         if (object && std::find(gone.begin(), gone.end(), object) == gone.end())
             gone.push_back(object);
     }
+    for (const TRManagedObject* object : gone) insertedOrDeleted[object->m_entity] = true;
     forgetDeletedElsewhere(gone);
-    insertedOrDeleted = insertedOrDeleted || !gone.empty();
-    if (insertedOrDeleted) notifyInsertedOrDeleted();
+    for (size_t e = 0; e < insertedOrDeleted.size(); ++e) {
+        if (insertedOrDeleted[e]) notifyInsertedOrDeleted(std::uint8_t(e));
+    }
 }
 
 // Every pointer to the deleted objects goes first, also the ones between
