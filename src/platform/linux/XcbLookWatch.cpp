@@ -42,11 +42,15 @@ bool XcbLookWatch::eventMakesStale(const xcb_generic_event_t& event) const {
     }
 }
 
-bool XcbLookWatch::lookIsStale() {
+void XcbLookWatch::readEvents() {
     while (xcb_generic_event_t* event = xcb_poll_for_event(m_connection)) {
         if (eventMakesStale(*event)) m_stale = true;
         std::free(event);
     }
+}
+
+bool XcbLookWatch::lookIsStale() {
+    readEvents();
     if (m_stale) return true;
     return ++m_looksSinceFull >= kFullLookEveryLooks;
 }

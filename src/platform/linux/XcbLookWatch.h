@@ -46,6 +46,11 @@ public:
     // longer hold (or none was taken, or it is time for a full look).
     bool lookIsStale();
 
+    // Reads the events that have arrived, remembering whether they make the
+    // look stale: called while no tick looks (tracking off), so they do not
+    // pile up in the X server's buffer for this connection.
+    void readEvents();
+
     // Selects the events of the windows not watched yet; call before their
     // properties are requested. Windows no longer listed are forgotten.
     void watchWindows(const std::vector<xcb_window_t>& windows);

@@ -270,8 +270,13 @@ XcbWindowSystem::~XcbWindowSystem() {
     if (d->connection != nullptr) xcb_disconnect(d->connection);
 }
 
+// Reading what the server has sent is what shows a connection that the
+// server closed; it also keeps the announced changes from piling up while
+// no tick looks (tracking off), since only this reads them then.
 bool XcbWindowSystem::isAvailable() const {
-    return d->connection != nullptr && xcb_connection_has_error(d->connection) == 0;
+    if (d->connection == nullptr) return false;
+    if (d->watch) d->watch->readEvents();
+    return xcb_connection_has_error(d->connection) == 0;
 }
 
 QString XcbWindowSystem::sourceDescription() const {
