@@ -42,7 +42,12 @@ bool XcbLookWatch::eventMakesStale(const xcb_generic_event_t& event) const {
     }
 }
 
+void XcbLookWatch::readEventsUnlessRecent() {
+    if (!m_sinceRead.isValid() || m_sinceRead.hasExpired(1000)) readEvents();
+}
+
 void XcbLookWatch::readEvents() {
+    m_sinceRead.start();
     while (xcb_generic_event_t* event = xcb_poll_for_event(m_connection)) {
         if (eventMakesStale(*event)) m_stale = true;
         std::free(event);

@@ -22,6 +22,7 @@
 // the window system's thread; it reads the event queue of the connection it
 // is given, which nothing else may read.
 
+#include <QElapsedTimer>
 #include <xcb/xcb.h>
 
 #include <unordered_set>
@@ -50,6 +51,8 @@ public:
     // look stale: called while no tick looks (tracking off), so they do not
     // pile up in the X server's buffer for this connection.
     void readEvents();
+    // The same, unless they were read less than a second ago.
+    void readEventsUnlessRecent();
 
     // Selects the events of the windows not watched yet; call before their
     // properties are requested. Windows no longer listed are forgotten.
@@ -67,4 +70,5 @@ private:
     std::unordered_set<xcb_window_t> m_watched;
     bool m_stale = true;
     int m_looksSinceFull = 0;
+    QElapsedTimer m_sinceRead;
 };

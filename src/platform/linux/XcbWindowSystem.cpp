@@ -275,7 +275,7 @@ XcbWindowSystem::~XcbWindowSystem() {
 // no tick looks (tracking off), since only this reads them then.
 bool XcbWindowSystem::isAvailable() const {
     if (d->connection == nullptr) return false;
-    if (d->watch) d->watch->readEvents();
+    if (d->watch) d->watch->readEventsUnlessRecent();
     return xcb_connection_has_error(d->connection) == 0;
 }
 
@@ -340,8 +340,9 @@ std::vector<WindowInfo> XcbWindowSystem::windowList() {
 // A tick's look: the last one while the X server has announced no change
 // that matters (no round trip), else a full one.
 WindowSystem::FrontLook XcbWindowSystem::lookAtFront() {
+    if (d->connection == nullptr) return {};
     const bool stale = !d->keptLook || d->watch->lookIsStale();
-    if (!isAvailable()) {
+    if (xcb_connection_has_error(d->connection) != 0) {
         d->keptLook.reset();
         d->lastFrontWindow = XCB_NONE;
         d->lastFrontPid = 0;
