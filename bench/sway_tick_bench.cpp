@@ -1,7 +1,10 @@
 // What one tick's look at the desktop costs on sway: the front process, the
 // window list (the title) and the cached identity of the front application,
 // as the tracking loop asks them, from SwayWindowSystem over a headless sway
-// with foot in front. Compare with platform_linux_bench's X11 poll.
+// with foot in front; then the same through the compositor's toplevel list
+// (ForeignToplevelWindowSystem, as on a wlroots compositor without sway's
+// IPC: the application found by app_id). Compare with platform_linux_bench's
+// X11 poll.
 //
 // Prints "name: value unit" lines, medians. "spaced" figures are taken one
 // tick every `--spacing-ms` (default 1000, as the helper polls), and with a
@@ -11,6 +14,7 @@
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QThread>
 #include <algorithm>
 #include <cstdio>
@@ -20,6 +24,7 @@
 
 #include "harness/DisposableDesktop.h"
 #include "harness/HeadlessSway.h"
+#include "platform/linux/ForeignToplevelWindowSystem.h"
 #include "platform/linux/LinuxRunningApplications.h"
 #include "platform/linux/SwayWindowSystem.h"
 
@@ -97,5 +102,21 @@ int main(int argc, char** argv) {
     };
     print("sway_tick_spaced", measure(switchWindows, tick, samples, spacingMs));
     print("sway_tick_back_to_back", measure([] {}, tick, 5000, 0));
+
+    const QProcessEnvironment environment = sway->environment();
+    ForeignToplevelWindowSystem toplevels(
+        QFile::encodeName(environment.value(QStringLiteral("XDG_RUNTIME_DIR")) + QLatin1Char('/') +
+                          environment.value(QStringLiteral("WAYLAND_DISPLAY"))));
+    LinuxRunningApplications byAppId(toplevels);
+    const auto toplevelTick = [&] {
+        const WindowSystem::FrontLook look = toplevels.lookAtFront();
+        if (const auto front = look.frontWindowWithoutProcess) byAppId.applicationOfWindow(*front);
+    };
+    if (!toplevels.isAvailable()) {
+        std::fprintf(stderr, "the toplevel list is not offered\n");
+        return 1;
+    }
+    print("toplevel_tick_spaced", measure(switchWindows, toplevelTick, samples, spacingMs));
+    print("toplevel_tick_back_to_back", measure([] {}, toplevelTick, 5000, 0));
     return 0;
 }

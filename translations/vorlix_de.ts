@@ -105,6 +105,14 @@
 <context>
     <name>TRHelperAppDelegate</name>
     <message>
+        <source>GNOME windows are not seen: enable the Vorlix Shell extension</source>
+        <translation>GNOME-Fenster bleiben unsichtbar: Schalten Sie die Shell-Erweiterung von Vorlix ein</translation>
+    </message>
+    <message>
+        <source>Run: %1, then restart Vorlix (log out and in first if it was just installed)</source>
+        <translation>Führen Sie %1 aus und starten Sie Vorlix neu (nach einer frischen Installation zuerst ab- und wieder anmelden)</translation>
+    </message>
+    <message>
         <source>Open Vorlix</source>
         <translation>Vorlix öffnen</translation>
     </message>

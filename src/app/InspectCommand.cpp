@@ -52,7 +52,10 @@ QString describe(const TRActivity& activity, const TRApplicationInfoExtractor& e
         text += line("application", shown(application->localizedName));
         text += line("id", shown(application->bundleIdentifier));
         text += line("executable", shown(application->executablePath));
-        text += line("pid", QString::number(application->processIdentifier));
+        text += line("pid", application->processIdentifier > 0
+                                ? QString::number(application->processIdentifier)
+                                : QStringLiteral("(none: the window source names no process, so "
+                                                 "only the application and title are recorded)"));
     } else {
         text += line("application", QStringLiteral("(none: no front window)"));
     }

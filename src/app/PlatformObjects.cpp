@@ -2,6 +2,7 @@
 
 #include "platform/linux/AtspiAccessibility.h"
 #include "platform/linux/DesktopSession.h"
+#include "platform/linux/ForeignToplevelWindowSystem.h"
 #include "platform/linux/GnomeShellWindowSystem.h"
 #include "platform/linux/KWinWindowSystem.h"
 #include "platform/linux/LinuxHostNames.h"
@@ -10,6 +11,7 @@
 #include "platform/linux/LinuxRunningApplications.h"
 #include "platform/linux/SwayWindowSystem.h"
 #include "platform/linux/WaylandIdleTimeSource.h"
+#include "platform/linux/XWaylandWindowSystem.h"
 #include "platform/linux/XcbWindowSystem.h"
 #include "tracking/TRSerialQueue.h"
 #include "tracking/bridge/TRDesktopScriptingTargets.h"
@@ -26,8 +28,9 @@
 Q_LOGGING_CATEGORY(lcApp, "vorlix.app", QtInfoMsg)
 
 // The window source follows the session: X11's window manager, sway's IPC,
-// or on another Wayland desktop the X11 windows alone (said once, with what
-// would help).
+// KWin's script, our GNOME Shell extension, a wlroots compositor's toplevel
+// list, or on another Wayland desktop the X11 windows alone (said once, with
+// what would help).
 namespace {
 
 void createAccessibilityObjects(PlatformObjects& objects, DialogOwnerSource* dialogOwners) {
@@ -45,13 +48,21 @@ struct WindowObjects final {
     DialogOwnerSource* dialogOwners = nullptr;
 };
 
-WindowObjects x11Windows() {
-    auto x11 = std::make_unique<XcbWindowSystem>();
+template <class X11>
+WindowObjects fromX11(std::unique_ptr<X11> x11) {
     WindowObjects objects;
     objects.hints = x11.get();
     objects.dialogOwners = x11.get();
     objects.windows = std::move(x11);
     return objects;
+}
+
+// On a Wayland desktop, the X11 windows through XWayland: only while one of
+// them has the keyboard.
+WindowObjects x11Windows(bool underWayland) {
+    auto plain = std::make_unique<XcbWindowSystem>();
+    if (underWayland) return fromX11(std::make_unique<XWaylandWindowSystem>(std::move(plain)));
+    return fromX11(std::move(plain));
 }
 
 // A Wayland source of ours, or nothing when the session has none that answers.
@@ -79,15 +90,26 @@ std::optional<WindowObjects> waylandWindows(const DesktopSession& session) {
     }
 }
 
-WindowObjects windowsForSession(const DesktopSession& session, QString& advice) {
+WindowObjects windowsForSession(const DesktopSession& session, PlatformObjects& objects) {
     if (auto windows = waylandWindows(session)) return std::move(*windows);
-    advice = session.advice();
-    if (!advice.isEmpty()) {
+    // A wlroots compositor without sway's IPC still lists its windows to
+    // task bars: application and title, without a process.
+    if (session.wayland) {
+        if (auto windows = ifAnswering(std::make_unique<ForeignToplevelWindowSystem>())) {
+            qCInfo(lcApp) << "Wayland session: the front window from the compositor's toplevel "
+                             "list (application and title only)";
+            return std::move(*windows);
+        }
+    }
+    objects.windowSourceAdvice = session.advice();
+    objects.gnomeShellExtensionOff =
+        session.windowSource() == DesktopSession::WindowSource::GnomeShell;
+    if (!objects.windowSourceAdvice.isEmpty()) {
         qCWarning(lcApp).noquote()
             << "Wayland session: only windows of X11 programs (XWayland) are seen. To see the "
-               "others:" << advice;
+               "others:" << objects.windowSourceAdvice;
     }
-    return x11Windows();
+    return x11Windows(session.wayland);
 }
 
 void onWorker(TRSerialQueue* worker, const std::function<void()>& task) {
@@ -106,7 +128,7 @@ PlatformObjects createPlatformObjects(TRSerialQueue* worker) {
     objects.processes = std::make_unique<LinuxProcessSource>();
     objects.hostNames = std::make_unique<LinuxHostNames>();
     WindowObjects windows =
-        windowsForSession(DesktopSession::fromEnvironment(), objects.windowSourceAdvice);
+        windowsForSession(DesktopSession::fromEnvironment(), objects);
     DialogOwnerSource* dialogOwners = nullptr;
     if (windows.windows->isAvailable()) {
         objects.runningApplications = std::make_unique<LinuxRunningApplications>(*windows.hints);

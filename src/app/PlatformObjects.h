@@ -30,6 +30,8 @@ struct PlatformObjects final {
     // On a desktop whose native windows no source of ours can see: what the
     // user could install or switch on. Empty otherwise.
     QString windowSourceAdvice;
+    // GNOME on Wayland, and our Shell extension did not answer.
+    bool gnomeShellExtensionOff = false;
 
     TRExtractionContext context() const {
         return {windowSystem.get(), runningApplications.get(), accessibility.get(),

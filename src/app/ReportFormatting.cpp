@@ -54,9 +54,9 @@ QString daysText(const ReportRequest& request) {
 // A name on one line of the terminal, cut to fit its column.
 QString shownName(const QString& name, int room) {
     QString text = name;
-    for (QChar& c : text) {
-        if (c.category() == QChar::Other_Control) c = QLatin1Char(' ');
-    }
+    const auto control = [](QChar c) { return c.category() == QChar::Other_Control; };
+    if (std::any_of(name.begin(), name.end(), control))
+        std::replace_if(text.begin(), text.end(), control, QLatin1Char(' '));
     if (text.size() <= room) return text;
     return text.left(std::max(room - 1, 0)) + QChar(0x2026);
 }
@@ -98,10 +98,12 @@ QString reportAsTree(const Report& report) {
     int nameWidth = report.totalName.size();
     int durationWidth = 0;
     double longest = 0;
+    // Each line's duration, written once: the column's width needs them all.
+    std::vector<QString> durations;
     forEachLine(report.lines, [&](const ReportLine& line, int depth) {
         nameWidth = std::max(nameWidth, std::min(2 * depth + int(line.name.size()), kLongestName));
-        durationWidth = std::max(
-            durationWidth, int(TRDurationToStringFormatter::stringFromNumber(line.seconds).size()));
+        durations.push_back(TRDurationToStringFormatter::stringFromNumber(line.seconds));
+        durationWidth = std::max(durationWidth, int(durations.back().size()));
         longest = std::max(longest, line.seconds);
     });
     const QString total = TRDurationToStringFormatter::stringFromNumber(report.totalSeconds);
@@ -109,13 +111,23 @@ QString reportAsTree(const Report& report) {
     const bool byProject = report.request.grouping == ReportGrouping::Project;
     QString text = daysText(report.request) + (byProject ? QStringLiteral(", by project\n")
                                                          : QStringLiteral(", by application\n"));
+    // Appended piece by piece: a five-year report has thousands of lines.
+    size_t next = 0;
+    const auto pad = [&text](qsizetype spaces) {
+        if (spaces > 0) text.append(QString(spaces, QLatin1Char(' ')));
+    };
     forEachLine(report.lines, [&](const ReportLine& line, int depth) {
-        const QString indent(2 * depth, QLatin1Char(' '));
-        const QString name = indent + shownName(line.name, kLongestName - int(indent.size()));
-        text += name.leftJustified(nameWidth) + QStringLiteral("  ") +
-                TRDurationToStringFormatter::stringFromNumber(line.seconds)
-                    .rightJustified(durationWidth) +
-                QStringLiteral("  ") + bar(line.seconds, longest) + QLatin1Char('\n');
+        const qsizetype start = text.size();
+        pad(2 * depth);
+        text += shownName(line.name, kLongestName - 2 * depth);
+        pad(nameWidth - (text.size() - start));
+        text += QLatin1String("  ");
+        const QString& duration = durations[next++];
+        pad(durationWidth - duration.size());
+        text += duration;
+        text += QLatin1String("  ");
+        text += bar(line.seconds, longest);
+        text += QLatin1Char('\n');
     });
     text += report.totalName.leftJustified(nameWidth) + QStringLiteral("  ") +
             total.rightJustified(durationWidth) + QLatin1Char('\n');

@@ -232,6 +232,7 @@ int main(int argc, char* argv[]) {
         if (accessibility != nullptr) accessibility->enable();
     };
     face.askStartupQuestions = hasDisplay;
+    face.gnomeShellExtensionOff = wiring->platform.gnomeShellExtensionOff;
     // Notices need someone to read them: none without a display.
     std::unique_ptr<iNotify> notices;
     if (hasDisplay) notices = std::make_unique<iNotify>(*wiring->settings);

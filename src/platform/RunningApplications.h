@@ -18,4 +18,13 @@ public:
 
     // nullopt when no such process runs (any more).
     virtual std::optional<RunningApplication> runningApplication(qint32 processIdentifier) = 0;
+
+    // The application of a window whose process nobody names (see
+    // WindowSystem::FrontLook): found from what the window says about
+    // itself, with no process identifier (0) and no executable. nullopt when
+    // the window says nothing.
+    virtual std::optional<RunningApplication> applicationOfWindow(quint64 windowId) {
+        (void)windowId;
+        return std::nullopt;
+    }
 };

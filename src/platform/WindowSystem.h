@@ -49,6 +49,11 @@ public:
     struct FrontLook final {
         std::optional<qint32> frontProcessIdentifier;
         std::vector<WindowInfo> windows;
+        // The active window when the source names no process for it (a
+        // compositor that tells task bars only each window's application
+        // id): its application is found from the window alone
+        // (RunningApplications::applicationOfWindow). nullopt otherwise.
+        std::optional<quint64> frontWindowWithoutProcess = std::nullopt;
     };
     virtual FrontLook lookAtFront() { return {frontProcessIdentifier(), windowList()}; }
 };

@@ -8,6 +8,7 @@
 #include "platform/ProcessSource.h"
 #include "platform/RunningApplications.h"
 #include "core/StringAdditions.h"
+#include "tracking/TRDummyInfoExtractor.h"
 #include "tracking/TRExtractionContext.h"
 #include "tracking/TRExtractorRegistry.h"
 #include "tracking/TRExtractorTables.h"
@@ -38,6 +39,22 @@ void fillWindowTitleFromWindowList(TRActivity& activity, qint32 processIdentifie
         activity.setWindowTitle(window.name);
         return;
     }
+}
+
+// The title of one window of the list; null when it is not listed.
+QString titleOfWindow(quint64 windowId, const std::vector<WindowInfo>& windows) {
+    for (const WindowInfo& window : windows) {
+        if (window.windowId == windowId) return window.name;
+    }
+    return {};
+}
+
+// A source that names no process: no accessibility tree, /proc or
+// application interface can be asked, so the activity keeps what the window
+// said (application and title).
+bool namesNoProcess(const TRActivity& activity) {
+    const RunningApplication* application = activity.runningApplication();
+    return application != nullptr && application->processIdentifier <= 0;
 }
 
 }  // namespace
@@ -82,6 +99,9 @@ std::optional<TRActivity> TRInfoExtractor::currentActivity() {
     if (m_context.windowSystem == nullptr || !m_context.windowSystem->isAvailable()) return activity;
     WindowSystem::FrontLook look = m_context.windowSystem->lookAtFront();
     const std::optional<qint32> front = frontProcessBridgingGap(look.frontProcessIdentifier);
+    if (!front && look.frontWindowWithoutProcess) {
+        return activityOfWindowWithoutProcess(*look.frontWindowWithoutProcess, look.windows);
+    }
     if (!front) return activity;
     if (*front == QCoreApplication::applicationPid()) return std::nullopt;
     if (m_context.runningApplications != nullptr) {
@@ -91,6 +111,20 @@ std::optional<TRActivity> TRInfoExtractor::currentActivity() {
         }
     }
     fillWindowTitleFromWindowList(activity, *front, look.windows);
+    return activity;
+}
+
+std::optional<TRActivity> TRInfoExtractor::activityOfWindowWithoutProcess(
+    quint64 windowId, const std::vector<WindowInfo>& windows) const {
+    TRActivity activity;
+    if (m_context.runningApplications != nullptr) {
+        if (auto application = m_context.runningApplications->applicationOfWindow(windowId)) {
+            if (isExcludedApplication(*application)) return std::nullopt;
+            activity.setApplication(*application);
+        }
+    }
+    const QString title = titleOfWindow(windowId, windows);
+    if (!title.isNull()) activity.setWindowTitle(title);
     return activity;
 }
 
@@ -113,7 +147,7 @@ bool TRInfoExtractor::applyLastTreeAnswer(TRActivity& activity, qint32 processId
 
 void TRInfoExtractor::completeActivityFromAccessibility(TRActivity& activity) {
     const RunningApplication* application = activity.runningApplication();
-    if (application == nullptr) return;
+    if (application == nullptr || namesNoProcess(activity)) return;
     const qint32 pid = application->processIdentifier;
     if (m_context.accessibility != nullptr) {
         m_context.accessibility->noteFrontWindowTitle(pid, activity.windowTitle());
@@ -150,6 +184,7 @@ void TRInfoExtractor::callInfoExtractorForActivity(TRActivity* activity,
 
 const TRApplicationInfoExtractor& TRInfoExtractor::callInfoExtractorForActivity(
     TRActivity& activity) {
+    if (namesNoProcess(activity)) return TRDummyInfoExtractor::instance();
     completeActivityFromAccessibility(activity);
     const TRApplicationInfoExtractor& extractor = extractorForActivity(activity);
     extractor.writeDetailsForActivity(activity, m_context);
@@ -177,7 +212,8 @@ const TRApplicationInfoExtractor& TRInfoExtractor::extractorForActivity(
 bool TRInfoExtractor::startedBeforeAccessibility(const TRActivity& activity) const {
     const RunningApplication* application = activity.runningApplication();
     AccessibilityProvider* provider = m_context.accessibility;
-    if (application == nullptr || provider == nullptr || m_context.processes == nullptr) {
+    if (application == nullptr || provider == nullptr || m_context.processes == nullptr ||
+        namesNoProcess(activity)) {
         return false;
     }
     if (!extractorForActivity(activity).needsAccessibilityTree()) return false;

@@ -31,6 +31,7 @@
 #include "core/TRActivity.h"
 #include "tracking/TRActivitySource.h"
 #include "tracking/TRExtractionContext.h"
+#include "platform/WindowSystem.h"
 
 class TRApplicationInfoExtractor;
 class TRExtractorRegistry;
@@ -47,7 +48,9 @@ public:
     // at most the window title. No front window (or no display) gives an
     // activity without application, except that one tick without an active
     // window right after one with it keeps the process seen then: focus
-    // changes pass through "no active window" for an instant.
+    // changes pass through "no active window" for an instant. A source that
+    // names no process gives the application its window names and the
+    // title, which the worker step then leaves as they are.
     std::optional<TRActivity> currentActivity() override;
 
     // Worker. The accessibility step, then the extractor unless scripted
@@ -100,6 +103,10 @@ private:
     };
 
     std::optional<qint32> frontProcessBridgingGap(std::optional<qint32> front);
+    // The front window of a source that names no process: its application
+    // (by what the window says) and its title, nothing more.
+    std::optional<TRActivity> activityOfWindowWithoutProcess(
+        quint64 windowId, const std::vector<WindowInfo>& windows) const;
     bool applyLastTreeAnswer(TRActivity& activity, qint32 processIdentifier) const;
 
     const TRExtractionContext& m_context;

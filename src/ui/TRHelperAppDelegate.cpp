@@ -41,6 +41,7 @@ TRHelperAppDelegate::~TRHelperAppDelegate() {
 
 void TRHelperAppDelegate::buildMenu() {
     m_todayItem = m_menu->addAction(QString());
+    addWindowSourceAdvice();
     m_menu->addSeparator();
     connect(m_menu->addAction(tr("Open Vorlix")), &QAction::triggered, this,
             [this] { startMainApplication(); });
@@ -60,6 +61,18 @@ void TRHelperAppDelegate::buildMenu() {
             [this] { askToQuit(); });
     connect(m_menu.get(), &QMenu::aboutToShow, this, [this] { validateMenuItems(); });
     validateMenuItems();
+}
+
+// Lines to read, not to choose: the command is for a terminal.
+void TRHelperAppDelegate::addWindowSourceAdvice() {
+    if (!m_deps.gnomeShellExtensionOff) return;
+    m_menu->addSeparator();
+    m_menu->addAction(tr("GNOME windows are not seen: enable the Vorlix Shell extension"))
+        ->setEnabled(false);
+    m_menu->addAction(tr("Run: %1, then restart Vorlix (log out and in first if it was just "
+                         "installed)")
+                          .arg(QLatin1String(kGnomeShellExtensionEnableCommand)))
+        ->setEnabled(false);
 }
 
 void TRHelperAppDelegate::awakeFromNib() {

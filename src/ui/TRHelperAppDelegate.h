@@ -3,7 +3,8 @@
 // questions, puts the status item in the panel, starts tracking, listens for
 // the main application's notice that the settings changed, and answers the
 // status menu: today's total, the main application, a custom activity,
-// private mode, launch at login, asking after idle, and quitting.
+// private mode, launch at login, asking after idle, and quitting; on GNOME
+// without our Shell extension, two lines below the total on how to enable it.
 //
 // Start-up (awakeFromNib), in this order: the login question (unless the
 // helper already starts at login or the user ticked "do not show again"), the
@@ -54,7 +55,14 @@ struct TRHelperAppDelegateDependencies final {
     QString helperPath;                          // empty: this process's executable
     // False where nobody can answer (no display): the questions are skipped.
     bool askStartupQuestions = true;
+    // GNOME on Wayland without our Shell extension answering: the helper
+    // sees only X11 windows, and the menu says how to enable the extension.
+    bool gnomeShellExtensionOff = false;
 };
+
+// What enables our GNOME Shell extension, as a user types it.
+inline constexpr char kGnomeShellExtensionEnableCommand[] =
+    "gnome-extensions enable vorlix-focused-window@mallowby.info";
 
 inline constexpr char kHelperDefaultsDidChangeNotification[] =
     "VorlixHelperDefaultsDidChangeNotification";
@@ -101,6 +109,7 @@ public:
 
 private:
     void buildMenu();
+    void addWindowSourceAdvice();
     void askLoginQuestion();
     void askAccessibilityQuestion();
     void terminate();

@@ -5,15 +5,9 @@
 
 #include <gtest/gtest.h>
 
-#include <sqlite3.h>
 #include <QDeadlineTimer>
-#include <QDir>
-#include <QFile>
 #include <QFileInfo>
-#include <QProcess>
-#include <QTemporaryDir>
 #include <QThread>
-#include <algorithm>
 #include <csignal>
 #include <memory>
 #include <string>
@@ -21,6 +15,7 @@
 #include "harness/DisposableDesktop.h"
 #include "harness/HelperProcess.h"
 #include "harness/PrivateDBus.h"
+#include "harness/StoredActivity.h"
 
 namespace {
 
@@ -29,47 +24,17 @@ using Helper = HelperProcess;
 class HelperProcessTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        QDir home(m_home.path());
-        m_environment = QProcessEnvironment::systemEnvironment();
-        for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "XDG_SESSION_ID", "QT_LOGGING_RULES"})
-            m_environment.remove(QLatin1String(name));
-        const QString noBus = QStringLiteral("unix:path=") + home.filePath(QStringLiteral("no-bus"));
-        m_environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), noBus);
-        m_environment.insert(QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"), noBus);
-        m_environment.insert(QStringLiteral("HOME"), home.path());
-        for (const auto& [variable, folder] : {std::pair{"XDG_RUNTIME_DIR", "runtime"},
-                                               {"XDG_CONFIG_HOME", "config"},
-                                               {"XDG_DATA_HOME", "data"},
-                                               {"XDG_CACHE_HOME", "cache"}}) {
-            ASSERT_TRUE(home.mkpath(QLatin1String(folder)));
-            m_environment.insert(QLatin1String(variable), home.filePath(QLatin1String(folder)));
-        }
-        QFile::setPermissions(home.filePath(QStringLiteral("runtime")),
-                              QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-        ASSERT_TRUE(Helper::answerStartupQuestions(home.filePath(QStringLiteral("config"))));
         QString whyNot;
-        m_desktop = startDesktop(&whyNot);
+        m_desktop = DisposableDesktop::start(&whyNot);
         if (!m_desktop) GTEST_SKIP() << whyNot.toStdString();
+        m_environment = Helper::isolated(m_desktop->environment());
+        m_environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"),
+                             m_environment.value(QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS")));
+        ASSERT_TRUE(Helper::writeSettings(folder("config")));
     }
 
-    // Seconds recorded in the helper's activity store, -1 when unreadable.
-    double storedSeconds() {
-        const QString file =
-            m_home.filePath(QStringLiteral("data/info.mallowby.Vorlix/ActivityStore.db"));
-        sqlite3* db = nullptr;
-        sqlite3_stmt* sum = nullptr;
-        double seconds = -1;
-        if (sqlite3_open_v2(QFile::encodeName(file).constData(), &db, SQLITE_OPEN_READONLY,
-                            nullptr) == SQLITE_OK &&
-            sqlite3_prepare_v2(db, "SELECT TOTAL(duration) FROM HourlyEvent", -1, &sum, nullptr) ==
-                SQLITE_OK &&
-            sqlite3_step(sum) == SQLITE_ROW) {
-            seconds = sqlite3_column_double(sum, 0);
-        }
-        sqlite3_finalize(sum);
-        sqlite3_close(db);
-        return seconds;
-    }
+    QString folder(const char* name) const { return m_desktop->stateDir() + '/' + QLatin1String(name); }
+    double storedSeconds() const { return totalSeconds(readStoredPaths(activityStoreIn(folder("data")))); }
 
     std::unique_ptr<Helper> startTracking() {
         auto helper = std::make_unique<Helper>(m_environment);
@@ -78,16 +43,8 @@ protected:
         return helper;
     }
 
-    // A desktop of the test's own whose display the helper uses.
-    std::unique_ptr<DisposableDesktop> startDesktop(QString* whyNot) {
-        auto desktop = DisposableDesktop::start(whyNot);
-        if (desktop) m_environment.insert(QStringLiteral("DISPLAY"), desktop->display());
-        return desktop;
-    }
-
-    QTemporaryDir m_home;
-    QProcessEnvironment m_environment;
     std::unique_ptr<DisposableDesktop> m_desktop;
+    QProcessEnvironment m_environment;
 };
 
 // Without an X display nothing could be recorded: one line says so and the
@@ -142,8 +99,7 @@ TEST_F(HelperProcessTest, TerminationSignalEndsTrackingAndSaves) {
 // Logout while the first-start question is still on screen: nothing was
 // tracked yet, and the question must not keep the session waiting.
 TEST_F(HelperProcessTest, TerminationDuringTheFirstStartQuestionEndsAtOnce) {
-    ASSERT_TRUE(QFile::remove(
-        m_home.filePath(QStringLiteral("config/info.mallowby.Vorlix/VorlixHelper.conf"))));
+    ASSERT_TRUE(QFile::remove(folder("config/info.mallowby.Vorlix/VorlixHelper.conf")));
     m_environment.remove(QStringLiteral("QT_QPA_PLATFORM"));  // questions need a real screen
     Helper helper(m_environment);
     ASSERT_TRUE(helper.waitForOutput(QStringLiteral("idle time from"))) << helper.errors().toStdString();
@@ -166,18 +122,16 @@ TEST_F(HelperProcessTest, LostDisplayEndsTrackingAndSaves) {
     for (const char* platform : {"offscreen", "xcb"}) {
         SCOPED_TRACE(platform);
         QString whyNot;
-        const auto desktop = startDesktop(&whyNot);
+        const auto desktop = DisposableDesktop::start(&whyNot);
         if (!desktop) GTEST_SKIP() << whyNot.toStdString();
+        m_environment.insert(QStringLiteral("DISPLAY"), desktop->display());
         m_environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QLatin1String(platform));
         // A terminal in front and the user at it: an interval is running.
-        const qint64 terminal = desktop->startXterm(QStringLiteral("build"));
-        const auto window = desktop->waitForWindowOfProcess(terminal, 20000);
+        const auto window = desktop->waitForWindowOfProcess(desktop->startXterm(QStringLiteral("build")), 20000);
         ASSERT_TRUE(window && desktop->activateWindow(*window));
-        const double storedBefore = std::max(0.0, storedSeconds());
+        const double storedBefore = storedSeconds();
         auto helper = startTracking();
-        ASSERT_TRUE(
-            desktop->run(QStringLiteral("xdotool"),
-                         {QStringLiteral("mousemove"), QStringLiteral("5"), QStringLiteral("5")}));
+        ASSERT_TRUE(desktop->movePointer(5, 5));
         QThread::msleep(3000);
         ::kill(pid_t(desktop->xServerProcessIdentifier()), SIGTERM);
         ASSERT_TRUE(helper->waitForExit(15000)) << helper->errors().toStdString();
@@ -197,9 +151,8 @@ TEST_F(HelperProcessTest, LostDisplayEndsTrackingAndSaves) {
 // An update replaces the helper's files: the running helper saves, leaves,
 // and its replacement starts 15 s later. Run on a copy in its own folder.
 TEST_F(HelperProcessTest, ReplacedExecutableRestartsTheHelper) {
-    const QString folder = m_home.filePath(QStringLiteral("lib/vorlix"));
-    const QString copy = folder + QStringLiteral("/vorlix-helper");
-    ASSERT_TRUE(QDir().mkpath(folder));
+    const QString copy = folder("lib/vorlix-helper");
+    ASSERT_TRUE(QDir().mkpath(folder("lib")));
     ASSERT_TRUE(QFile::copy(QStringLiteral(VORLIX_HELPER_PATH), copy));
     Helper helper(m_environment, {}, copy);
     ASSERT_TRUE(helper.waitForOutput(QStringLiteral("tracking started"))) << helper.errors().toStdString();
@@ -218,7 +171,7 @@ TEST_F(HelperProcessTest, ReplacedExecutableRestartsTheHelper) {
         << helper.errors().toStdString();
 
     // The replacement runs the copy and holds the single-instance lock.
-    QFile lock(m_home.filePath(QStringLiteral("runtime/info.mallowby.VorlixHelper.lock")));
+    QFile lock(folder("runtime/info.mallowby.VorlixHelper.lock"));
     const auto runsCopy = [&](qint64 pid) {
         return QFileInfo(QStringLiteral("/proc/%1/exe").arg(pid)).symLinkTarget() == copy;
     };

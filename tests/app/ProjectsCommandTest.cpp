@@ -5,21 +5,18 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
-#include <QProcess>
 #include <QTemporaryDir>
 
 #include "core/DateCalculations.h"
+#include "harness/HelperProcess.h"
+#include "harness/StoredActivity.h"
 #include "store/activity/TRActivityStore.h"
 #include "store/graph/SqliteDatabase.h"
 #include "store/project/TRProjectStore.h"
 
 namespace {
 
-struct CommandRun {
-    int code = -1;
-    QString out;
-    QString err;
-};
+using CommandRun = HelperProcess::Result;
 
 class ProjectsCommandTest : public ::testing::Test {
 protected:
@@ -29,17 +26,13 @@ protected:
         return m_home.filePath(QStringLiteral("data/info.mallowby.Vorlix"));
     }
 
-    CommandRun projects(const QStringList& args) {
-        QProcess process;
+    // `vorlix-helper projects ARGS` (words split at spaces).
+    CommandRun projects(const char* args) {
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
         env.insert(QStringLiteral("XDG_DATA_HOME"), m_home.filePath(QStringLiteral("data")));
         env.insert(QStringLiteral("XDG_CONFIG_HOME"), m_home.filePath(QStringLiteral("config")));
         env.insert(QStringLiteral("TZ"), QStringLiteral("UTC"));
-        process.setProcessEnvironment(env);
-        process.start(QStringLiteral(VORLIX_HELPER_PATH), QStringList{QStringLiteral("projects")} + args);
-        EXPECT_TRUE(process.waitForFinished(30000));
-        return CommandRun{process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
-                   QString::fromUtf8(process.readAllStandardError())};
+        return HelperProcess::run(env, QStringLiteral("projects %1").arg(QLatin1String(args)).split(' ', Qt::SkipEmptyParts));
     }
 
     // The helper's side: opened lazily, as in the helper.
@@ -71,22 +64,11 @@ protected:
         activityStore().save();
     }
 
-    // "id /a/b seconds", sorted, read from the file in a fresh connection.
+    // "id /a/b seconds" a path, sorted, read from the file.
     QStringList recorded() {
-        SqliteDatabase db;
-        db.open(dataFolder() + QStringLiteral("/ActivityStore.db"), SqliteDatabase::Mode::ReadOnly);
-        auto stmt = db.prepare(QStringLiteral(
-            "WITH RECURSIVE up(event, node, path) AS ("
-            " SELECT h.id, h.lastPathComponent, '' FROM HourlyEvent h"
-            " UNION ALL SELECT up.event, p.pathParent, COALESCE(p.value, '') || up.path"
-            " FROM up JOIN PathComponent p ON p.id = up.node WHERE up.node IS NOT NULL)"
-            " SELECT a.bundleIdentifier || ' ' || up.path || ' ' || CAST(h.duration AS INTEGER)"
-            " FROM up JOIN HourlyEvent h ON h.id = up.event"
-            " JOIN PathComponent r ON r.id = (SELECT node FROM up u2 WHERE u2.event = up.event"
-            "  AND u2.node IS NOT NULL ORDER BY length(u2.path) DESC LIMIT 1)"
-            " JOIN Application a ON a.pathRoot = r.id WHERE up.node IS NULL"));
         QStringList lines;
-        while (stmt && stmt->step()) lines.append(stmt->text(0));
+        for (const StoredPath& path : readStoredPaths(activityStoreIn(m_home.filePath(QStringLiteral("data")))))
+            lines << path.application + ' ' + path.components.join(QString()) + ' ' + QString::number(int(path.seconds));
         lines.sort();
         return lines;
     }
@@ -99,20 +81,16 @@ protected:
 const QDateTime kTen(QDate(2024, 3, 5), QTime(10, 0), Qt::UTC);
 
 TEST_F(ProjectsCommandTest, BlacklistingWhileTheHelperRecordsKeepsThemOutFromTheNextRecording) {
-    const QStringList secret = {QStringLiteral("/home"), QStringLiteral("/u"),
-                                QStringLiteral("/secret"), QStringLiteral("/a.txt")};
-    const QStringList notes = {QStringLiteral("/home"), QStringLiteral("/u"), QStringLiteral("/notes")};
+    const QStringList secret = pathComponents(QStringLiteral("/home/u/secret/a.txt"));
     record("org.example.Editor", secret, kTen, 60);
     record("org.example.Chat", {}, kTen, 30);
 
-    const CommandRun blacklisted =
-        projects({QStringLiteral("blacklist"), QStringLiteral("org.example.Chat"),
-                  QStringLiteral("/home/u/secret")});
+    const CommandRun blacklisted = projects("blacklist org.example.Chat /home/u/secret");
     ASSERT_EQ(blacklisted.code, 0) << blacklisted.err.toStdString();
 
     record("org.example.Editor", secret, kTen.addSecs(3600), 60);
     record("org.example.Chat", {}, kTen.addSecs(3600), 30);
-    record("org.example.Editor", notes, kTen.addSecs(3600), 45);
+    record("org.example.Editor", pathComponents(QStringLiteral("/home/u/notes")), kTen.addSecs(3600), 45);
     EXPECT_EQ(recorded(), (QStringList{QStringLiteral("org.example.Chat  30"),
                                        QStringLiteral("org.example.Editor /home/u/notes 45"),
                                        QStringLiteral("org.example.Editor /home/u/secret/a.txt 60")}));
@@ -125,68 +103,52 @@ TEST_F(ProjectsCommandTest, BlacklistingWhileTheHelperRecordsKeepsThemOutFromThe
               0);
 
     // Taken off the list again: recorded again from the next recording on.
-    ASSERT_EQ(projects({QStringLiteral("remove-app"), QStringLiteral("Blacklist"),
-                        QStringLiteral("org.example.Chat")})
-                  .code,
-              0);
+    ASSERT_EQ(projects("remove-app Blacklist org.example.Chat").code, 0);
     record("org.example.Chat", {}, kTen.addSecs(7200), 30);
-    EXPECT_EQ(recorded().count(QStringLiteral("org.example.Chat  30")), 2);
+    EXPECT_TRUE(recorded().contains(QStringLiteral("org.example.Chat  60")));
 }
 
 TEST_F(ProjectsCommandTest, ListShowsEachProjectsTimeForTheDaysAsked) {
     record("org.example.Editor", {QStringLiteral("/w")}, kTen, 600);
     record("org.example.Chat", {}, kTen, 120);
-    ASSERT_EQ(projects({QStringLiteral("create"), QStringLiteral("Work"), QStringLiteral("--color"),
-                        QStringLiteral("green")})
-                  .code,
-              0);
-    ASSERT_EQ(projects({QStringLiteral("add-app"), QStringLiteral("Work"),
-                        QStringLiteral("org.example.Editor")})
-                  .code,
-              0);
-    const CommandRun listed = projects({QStringLiteral("list"), QStringLiteral("--from"),
-                                 QStringLiteral("2024-03-05"), QStringLiteral("--to"),
-                                 QStringLiteral("2024-03-05")});
+    ASSERT_EQ(projects("create Work --color green").code, 0);
+    ASSERT_EQ(projects("add-app Work org.example.Editor").code, 0);
+    const CommandRun listed = projects("list --from 2024-03-05 --to 2024-03-05");
     ASSERT_EQ(listed.code, 0) << listed.err.toStdString();
     EXPECT_EQ(listed.out, QStringLiteral("Unassigned\t0:02:00\n"
                                          "Work\t0:10:00\n"
                                          "  app\torg.example.Editor\n"
                                          "Blacklist\t0:00:00\n"
                                          "All Activities\t0:12:00\n"));
-    const CommandRun otherDay = projects({QStringLiteral("--from"), QStringLiteral("2024-03-06")});
+    const CommandRun otherDay = projects("--from 2024-03-06");
     EXPECT_TRUE(otherDay.out.contains(QStringLiteral("Work\t0:00:00\n"))) << otherDay.out.toStdString();
 }
 
 TEST_F(ProjectsCommandTest, ExitCodesAndErrorsAsUsersExpect) {
-    ASSERT_EQ(projects({QStringLiteral("create"), QStringLiteral("Work")}).code, 0);
+    ASSERT_EQ(projects("create Work").code, 0);
     const struct {
-        QStringList args;
+        const char* args;
         int code;
         const char* says;
     } cases[] = {
-        {{QStringLiteral("--help")}, 0, ""},
-        {{QStringLiteral("frobnicate")}, 2, "unknown command 'frobnicate'"},
-        {{QStringLiteral("create")}, 2, "Try 'vorlix-helper projects --help'."},
-        {{QStringLiteral("create"), QStringLiteral("Work")}, 1, "already exists"},
-        {{QStringLiteral("create"), QStringLiteral("X"), QStringLiteral("--color"),
-          QStringLiteral("mauve")},
-         2, "unknown colour 'mauve'"},
-        {{QStringLiteral("rename"), QStringLiteral("Nope"), QStringLiteral("New")}, 1,
-         "no project named 'Nope'"},
-        {{QStringLiteral("rename"), QStringLiteral("Blacklist"), QStringLiteral("New")}, 1,
-         "cannot be renamed"},
-        {{QStringLiteral("add-path"), QStringLiteral("Unassigned"), QStringLiteral("/tmp")}, 1,
-         "no project named 'Unassigned'"},
-        {{QStringLiteral("list"), QStringLiteral("--from"), QStringLiteral("yesterday")}, 2,
-         "YYYY-MM-DD"},
-        {{QStringLiteral("rename"), QStringLiteral("Work"), QStringLiteral("Job")}, 0, ""},
+        {"--help", 0, ""},
+        {"frobnicate", 2, "unknown command 'frobnicate'"},
+        {"create", 2, "Try 'vorlix-helper projects --help'."},
+        {"create Work", 1, "already exists"},
+        {"create X --color mauve", 2, "unknown colour 'mauve'"},
+        {"rename Nope New", 1, "no project named 'Nope'"},
+        {"rename Blacklist New", 1, "cannot be renamed"},
+        {"add-path Unassigned /tmp", 1, "no project named 'Unassigned'"},
+        {"list --from yesterday", 2, "YYYY-MM-DD"},
+        {"rename Work Job", 0, ""},
     };
     for (const auto& c : cases) {
+        SCOPED_TRACE(c.args);
         const CommandRun run = projects(c.args);
-        EXPECT_EQ(run.code, c.code) << c.args.join(QLatin1Char(' ')).toStdString();
+        EXPECT_EQ(run.code, c.code);
         EXPECT_TRUE(run.err.contains(QString::fromUtf8(c.says))) << run.err.toStdString();
     }
-    EXPECT_TRUE(projects({}).out.contains(QStringLiteral("Job\t")));
+    EXPECT_TRUE(projects("").out.contains(QStringLiteral("Job\t")));
 }
 
 }  // namespace

@@ -8,7 +8,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QTimeZone>
 #include <functional>
@@ -16,6 +15,7 @@
 
 #include "core/DateCalculations.h"
 #include "core/TRDurationToStringFormatter.h"
+#include "harness/HelperProcess.h"
 #include "store/activity/TRActivityStore.h"
 #include "store/graph/SqliteDatabase.h"
 #include "store/project/TRPSApplication.h"
@@ -24,7 +24,7 @@
 namespace {
 
 struct Interval {
-    const char* app;
+    const char* app;  // ASCII
     QString path;  // file path or "host/segment"
     QDateTime start;
     int seconds;
@@ -42,6 +42,7 @@ const Interval kIntervals[] = {
     {"org.example.Chat", "", utc(3, 29, 9, 0), 600},
     {"org.example.Vault", "", utc(3, 29, 10, 0), 900},                        // blacklisted app
     {"org.example.Editor", "/home/u/secret/x.txt", utc(3, 29, 11, 0), 300},   // blacklisted path
+    {"org.example.Editor", "/home/u/Übung/naïve.txt", utc(3, 29, 12, 0), 240},  // not ASCII
     {"org.example.Editor", "/home/u/notes/b.txt", utc(3, 29, 21, 40), 1200},  // 23:40 to midnight
     {"org.example.Browser", "example.org/blog", utc(3, 29, 22, 0), 120},      // Mon 00:00
     {"org.example.Editor", "/home/u/work/a.txt", utc(10, 25, 0, 30), 1800},   // 02:30 summer time
@@ -93,10 +94,7 @@ Lines expectedLines(QDate first, QDate last, bool byProject, int depth, double m
     return lines;
 }
 
-struct CommandRun {
-    int code = -1;
-    QString out, err;
-};
+using CommandRun = HelperProcess::Result;
 
 class ReportCommandTest : public ::testing::Test {
 protected:
@@ -105,17 +103,11 @@ protected:
     }
 
     CommandRun report(const QString& args) {
-        QProcess process;
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
         env.insert(QStringLiteral("XDG_DATA_HOME"), m_home.filePath(QStringLiteral("data")));
         env.insert(QStringLiteral("XDG_CONFIG_HOME"), m_home.filePath(QStringLiteral("config")));
-        process.setProcessEnvironment(env);
-        process.start(QStringLiteral(VORLIX_HELPER_PATH),
-                      QStringList{QStringLiteral("report")} +
-                          args.split(QLatin1Char(' '), Qt::SkipEmptyParts));
-        EXPECT_TRUE(process.waitForFinished(30000));
-        return CommandRun{process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
-                          QString::fromUtf8(process.readAllStandardError())};
+        return HelperProcess::run(
+            env, QStringList{QStringLiteral("report")} + args.split(QLatin1Char(' '), Qt::SkipEmptyParts));
     }
 
     // The helper's side, kept open for the whole test as the helper keeps it.

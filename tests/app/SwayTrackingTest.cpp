@@ -1,22 +1,25 @@
-// The real vorlix-helper on a headless sway: a native Wayland terminal (foot)
-// and an X11 one under XWayland (xterm) take turns in front, switched with
-// sway's own focus command while the user types. At each switch the helper's
-// inspection names the application and the title in front; after SIGTERM
-// the store holds each application's time as the test measured it, and
-// nothing for the idle stretch after the last key press (the compositor's
-// idle notification). Skipped when sway cannot start here.
+// The real vorlix-helper on a headless sway: two windows of a native Wayland
+// terminal (foot) and an X11 one under XWayland (xterm) take turns in front,
+// switched with sway's own focus command while the user types. At each
+// switch the helper's inspection names the application and the title in
+// front; after SIGTERM the store holds each application's time as the test
+// measured it, and nothing for the idle stretch after the last key press
+// (the compositor's idle notification). Once through sway's IPC, once
+// without it (no SWAYSOCK), as on a wlroots compositor that only lists its
+// windows to task bars. Skipped when sway cannot start here.
 
 #include <gtest/gtest.h>
-#include <sqlite3.h>
 
 #include <QElapsedTimer>
 #include <QThread>
 #include <csignal>
 #include <map>
+#include <ostream>
 
 #include "harness/DesktopTest.h"
 #include "harness/HeadlessSway.h"
 #include "harness/HelperProcess.h"
+#include "harness/StoredActivity.h"
 
 namespace {
 
@@ -24,52 +27,34 @@ constexpr double kToleranceSeconds = 2.0;
 constexpr int kIdleThresholdSeconds = 3;
 constexpr int kIdleWaitSeconds = 8;
 
-// Seconds stored per application id, all paths and hours together.
-std::map<QString, double> storedSecondsPerApplication(const QString& file) {
-    const char* sql = R"(
-        WITH RECURSIVE up(node, duration) AS (
-            SELECT lastPathComponent, duration FROM HourlyEvent
-            UNION ALL
-            SELECT p.pathParent, up.duration FROM up JOIN PathComponent p ON p.id = up.node
-            WHERE IFNULL(p.pathParent, 0) != 0)
-        SELECT a.bundleIdentifier, SUM(up.duration) FROM up
-        JOIN PathComponent root ON root.id = up.node AND IFNULL(root.pathParent, 0) = 0
-        JOIN Application a ON a.id = root.application GROUP BY a.bundleIdentifier)";
-    std::map<QString, double> seconds;
-    sqlite3* db = nullptr;
-    sqlite3_stmt* statement = nullptr;
-    if (sqlite3_open_v2(QFile::encodeName(file).constData(), &db, SQLITE_OPEN_READONLY, nullptr) ==
-            SQLITE_OK &&
-        sqlite3_prepare_v2(db, sql, -1, &statement, nullptr) == SQLITE_OK) {
-        while (sqlite3_step(statement) == SQLITE_ROW) {
-            const auto* id = reinterpret_cast<const char*>(sqlite3_column_text(statement, 0));
-            seconds[QString::fromUtf8(id)] = sqlite3_column_double(statement, 1);
-        }
-    }
-    sqlite3_finalize(statement);
-    sqlite3_close(db);
-    return seconds;
+struct WindowSource final {
+    const char* name;
+    bool withSwaySocket;
+    const char* wantDescription;
+};
+
+// Names the case in the test's name.
+void PrintTo(const WindowSource& source, std::ostream* out) {
+    *out << source.name;
 }
 
-class SwayTrackingTest : public ::testing::Test {
+class SwayTrackingTest : public ::testing::TestWithParam<WindowSource> {
 protected:
     void SetUp() override {
         REQUIRE_DESKTOP();
         QString whyNot = DisposableDesktop::missingTool({QStringLiteral("foot"), QStringLiteral("xterm")});
         if (whyNot.isEmpty()) m_sway = HeadlessSway::start(*g_desktop, &whyNot);
         if (!m_sway) GTEST_SKIP() << qPrintable(whyNot);
-        m_environment = m_sway->environment();
+        m_environment = HelperProcess::isolated(m_sway->environment());
+        if (!GetParam().withSwaySocket) m_environment.remove(QStringLiteral("SWAYSOCK"));
         m_environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-        m_environment.insert(QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"), QStringLiteral("unix:path=/none"));
         m_clock.start();
     }
 
     double now() const { return double(m_clock.nsecsElapsed()) / 1e9; }
 
     QString inspect() const {
-        HelperProcess inspection(m_environment, {QStringLiteral("inspect"), QStringLiteral("--once")});
-        inspection.waitForExit();
-        return inspection.output();
+        return HelperProcess::run(m_environment, {QStringLiteral("inspect"), QStringLiteral("--once")}).out;
     }
 
     std::unique_ptr<HeadlessSway> m_sway;
@@ -78,16 +63,13 @@ protected:
     QElapsedTimer m_clock;
 };
 
-TEST_F(SwayTrackingTest, RecordsTheWindowInFrontAtEachSwitchAndNothingWhileIdle) {
-    ASSERT_FALSE(g_desktop
-                     ->writeFile(QStringLiteral("config/info.mallowby.Vorlix/VorlixHelper.conf"),
-                                 "[General]\nidleTimeThresholdForSuspendingTracking=" +
-                                     QByteArray::number(kIdleThresholdSeconds) +
-                                     "\ndontAskToLaunchAtLogin=true\n"
-                                     "dontNotifyAboutDisabledAccessibilityAPI=true\n")
-                     .isEmpty());
+TEST_P(SwayTrackingTest, RecordsTheWindowInFrontAtEachSwitchAndNothingWhileIdle) {
+    ASSERT_TRUE(HelperProcess::writeSettings(
+        m_environment.value(QStringLiteral("XDG_CONFIG_HOME")),
+        "idleTimeThresholdForSuspendingTracking=" + QByteArray::number(kIdleThresholdSeconds) + '\n'));
     ASSERT_TRUE(m_sway->command(QStringLiteral("exec foot -T 'Notes on foot' sleep 600")));
-    ASSERT_TRUE(m_sway->waitForWindows(QStringLiteral("foot"), 1, kWindowTimeoutMs));
+    ASSERT_TRUE(m_sway->command(QStringLiteral("exec foot -T 'Mail on foot' sleep 600")));
+    ASSERT_TRUE(m_sway->waitForWindows(QStringLiteral("foot"), 2, kWindowTimeoutMs));
     ASSERT_TRUE(m_sway->command(QStringLiteral("exec xterm -T 'Build in xterm' -e sleep 600")));
     ASSERT_TRUE(m_sway->waitForWindows(QStringLiteral("XTerm"), 1, kWindowTimeoutMs));
 
@@ -100,9 +82,9 @@ TEST_F(SwayTrackingTest, RecordsTheWindowInFrontAtEachSwitchAndNothingWhileIdle)
         const char* wantTitle;
         double seconds;
     } phases[] = {
-        {"[app_id=foot]", "foot", "Notes on foot", 5},
+        {"[title=\"Notes on foot\"]", "foot", "Notes on foot", 5},
         {"[class=XTerm]", "debian-xterm", "Build in xterm", 6},
-        {"[app_id=foot]", "foot", "Notes on foot", 4},
+        {"[title=\"Mail on foot\"]", "foot", "Mail on foot", 4},
     };
     std::map<QString, double> measured;
     double lastInput = 0;
@@ -115,7 +97,9 @@ TEST_F(SwayTrackingTest, RecordsTheWindowInFrontAtEachSwitchAndNothingWhileIdle)
             << seen.toStdString();
         EXPECT_TRUE(seen.contains(QStringLiteral("window title: ") + QLatin1String(phase.wantTitle)))
             << seen.toStdString();
-        EXPECT_TRUE(seen.contains(QStringLiteral("window source: sway IPC"))) << seen.toStdString();
+        EXPECT_TRUE(seen.contains(QStringLiteral("window source: ") +
+                                  QLatin1String(GetParam().wantDescription)))
+            << seen.toStdString();
         // The user keeps typing in the window.
         while (now() - start < phase.seconds) {
             ASSERT_TRUE(m_sway->pressShift());
@@ -129,18 +113,21 @@ TEST_F(SwayTrackingTest, RecordsTheWindowInFrontAtEachSwitchAndNothingWhileIdle)
     QThread::msleep(kIdleWaitSeconds * 1000);
     EXPECT_TRUE(m_helper->stopsCleanlyOn(SIGTERM)) << m_helper->errors().toStdString();
 
-    const std::map<QString, double> stored = storedSecondsPerApplication(
-        m_sway->environment().value(QStringLiteral("XDG_DATA_HOME")) +
-        QStringLiteral("/info.mallowby.Vorlix/ActivityStore.db"));
-    SCOPED_TRACE(m_helper->errors().toStdString());
-    EXPECT_EQ(stored.size(), measured.size());
+    const std::vector<StoredPath> stored =
+        readStoredPaths(activityStoreIn(m_environment.value(QStringLiteral("XDG_DATA_HOME"))));
+    SCOPED_TRACE(m_helper->errors().toStdString() + "stored:\n" + describe(stored).toStdString());
+    for (const StoredPath& path : stored) EXPECT_EQ(measured.count(path.application), 1u);
     for (const auto& [application, seconds] : measured) {
         SCOPED_TRACE(application.toStdString());
-        const auto found = stored.find(application);
-        ASSERT_NE(found, stored.end());
-        EXPECT_NEAR(found->second, seconds, kToleranceSeconds);
+        EXPECT_NEAR(secondsOf(stored, application), seconds, kToleranceSeconds);
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    Sources, SwayTrackingTest,
+    ::testing::Values(WindowSource{"SwayIpc", true, "sway IPC"},
+                      WindowSource{"ToplevelList", false, "wlroots toplevel list"}),
+    [](const ::testing::TestParamInfo<WindowSource>& source) { return source.param.name; });
 
 }  // namespace
 

@@ -43,19 +43,4 @@ TEST(StringAdditionsSplit, KeepsSeparatorRunsInFrontOfTheNextComponent) {
     }
 }
 
-TEST(StringAdditionsTests, RemovesOneLeadingWWW) {
-    const std::pair<QString, QString> cases[] = {
-        {QStringLiteral("www.example.com"), QStringLiteral("example.com")},
-        {QStringLiteral("www.www.example.com"), QStringLiteral("www.example.com")},
-        {QStringLiteral("awww.example.com"), QStringLiteral("awww.example.com")},
-        {QStringLiteral("WWW.example.com"), QStringLiteral("WWW.example.com")},
-        {QStringLiteral("www."), QString()},
-        {QStringLiteral("ww"), QStringLiteral("ww")},
-    };
-    for (const auto& [in, out] : cases) {
-        SCOPED_TRACE(qPrintable(in));
-        EXPECT_EQ(stringByRemovingPossibleWWWPrefix(in), out);
-    }
-}
-
 }  // namespace

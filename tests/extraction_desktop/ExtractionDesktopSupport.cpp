@@ -42,12 +42,17 @@ void runOnWorker(const std::function<void()>& task) {
     g_worker->sync();
 }
 
+Tick tick() {
+    Tick t{g_extractor->currentActivity(), std::nullopt};
+    if (t.front) t.completed = runWorkerStep(*t.front);
+    return t;
+}
+
 bool waitForTick(const std::function<bool(const Tick&)>& done, int timeoutMs, Tick* last) {
     QElapsedTimer timer;
     timer.start();
     while (true) {
-        *last = Tick{g_extractor->currentActivity(), std::nullopt};
-        if (last->front) last->completed = runWorkerStep(*last->front);
+        *last = tick();
         if (done(*last)) return true;
         if (timer.elapsed() >= timeoutMs) return false;
         QThread::msleep(kTickSpacingMs);
@@ -95,6 +100,15 @@ BlockedRun runWhileBlocked(qint64 pid, int mainRounds) {
 
 qint64 startInFront(const std::function<qint64()>& start) {
     return g_context.windowSystem ? startInFront(*g_context.windowSystem, start) : -1;
+}
+
+const RunningApplication* applicationOf(const Tick& tick) {
+    return tick.front ? tick.front->runningApplication() : nullptr;
+}
+
+bool completedFor(const Tick& tick, qint64 pid) {
+    const RunningApplication* application = applicationOf(tick);
+    return application != nullptr && application->processIdentifier == pid && tick.completed;
 }
 
 QString copyOfXterm(const QString& fileName) {

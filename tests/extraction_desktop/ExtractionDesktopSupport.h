@@ -39,6 +39,7 @@ struct Tick final {
     std::optional<TRActivity> front;  // what currentActivity() answered
     std::optional<WorkerStep> completed;
 };
+Tick tick();
 // Ticks every kTickSpacingMs until `done` holds; the last tick is left in
 // `last` either way.
 bool waitForTick(const std::function<bool(const Tick&)>& done, int timeoutMs, Tick* last);
@@ -57,6 +58,10 @@ BlockedRun runWhileBlocked(qint64 pid, int mainRounds);
 
 // Starts a program and brings it to the front; -1 on failure.
 qint64 startInFront(const std::function<qint64()>& start);
+// The application the tick found in front, if any.
+const RunningApplication* applicationOf(const Tick& tick);
+// Whether the worker step ran with the process `pid` in front.
+bool completedFor(const Tick& tick, qint64 pid);
 // A copy of the xterm executable under another file name (a copy, since the
 // executable's path is read from /proc/PID/exe, which resolves links).
 QString copyOfXterm(const QString& fileName);

@@ -43,13 +43,13 @@ TEST(ExtractionOnDesktop, DialogIsCreditedToTheDocumentWindowItWasOpenedOn) {
     for (const Document& d : {documents[1], documents[0]}) {
         SCOPED_TRACE(qPrintable(d.title));
         ASSERT_TRUE(g_desktop->activateWindow(*d.window));
-        ASSERT_TRUE(g_desktop->run(QStringLiteral("xdotool"), {QStringLiteral("key"), QStringLiteral("ctrl+o")}));
+        ASSERT_TRUE(g_desktop->pressKeys(QStringLiteral("ctrl+o")));
         ASSERT_TRUE(DisposableDesktop::waitUntil([&] { return dialogIsMainWindow(pid); }, kWindowTimeoutMs, 100));
         Tick last;
         EXPECT_TRUE(waitForTick([&](const Tick& t) { return t.completed && t.completed->activity.windowTitle() == d.title; },
                                 10000, &last))
             << qPrintable(describe(last));
-        ASSERT_TRUE(g_desktop->run(QStringLiteral("xdotool"), {QStringLiteral("key"), QStringLiteral("Escape")}));
+        ASSERT_TRUE(g_desktop->pressKeys(QStringLiteral("Escape")));
         ASSERT_TRUE(DisposableDesktop::waitUntil([&] { return !dialogIsMainWindow(pid); }, kWindowTimeoutMs, 100));
     }
     g_desktop->stopProgram(pid);

@@ -31,24 +31,74 @@ bool completedWith(const Tick& t, const QString& documentPath) {
 
 }  // namespace
 
-TEST(ScriptedExtractionOnDesktop, XtermInANestedFolderGivesThatFolder) {
+// Each application started in front, then the steps a user takes in it:
+// after each, the ticks give the folder or file of the window in front.
+TEST(ScriptedExtractionOnDesktop, FrontWindowGivesItsFolderOrFile) {
     REQUIRE_DESKTOP();
-    const QString folder = madeFolder(QStringLiteral("projects/alpha/src"));
-    ASSERT_FALSE(folder.isEmpty());
-    const qint64 pid = startInFront([&] {
-        return g_desktop->startProgram(QStringLiteral("xterm"), {QStringLiteral("-e"), QStringLiteral("sh"), QStringLiteral("-c"),
-                                      QStringLiteral("cd \"$0\" && exec ") + kTitledShell, folder});
-    });
-    ASSERT_GT(pid, 0);
-    Tick last;
-    EXPECT_TRUE(waitForTick([&](const Tick& t) { return completedWith(t, fileUrl(folder)); },
-                            kWindowTimeoutMs, &last))
-        << qPrintable(describe(last));
-    // The shell's title named it ("~" for the home folder) on this host.
-    EXPECT_TRUE(last.front->windowTitle().endsWith(QStringLiteral(": ~/projects/alpha/src")))
-        << qPrintable(last.front->windowTitle());
-    EXPECT_EQ(last.completed->extractor, QStringLiteral("TRTerminalInfoExtractor"));
-    g_desktop->stopProgram(pid);
+    const QString nested = madeFolder(QStringLiteral("projects/alpha/src"));
+    const QString left = madeFolder(QStringLiteral("tabs/left")), right = madeFolder(QStringLiteral("tabs/right"));
+    const QString photos = madeFolder(QStringLiteral("photos/2026"));
+    const QString invoices = madeFolder(QStringLiteral("invoices/march"));
+    const QString letter = madeFolder(QStringLiteral("docs/letters")) + QStringLiteral("/reply.txt");
+    {
+        QFile out(letter);
+        ASSERT_TRUE(out.open(QIODevice::WriteOnly));
+        out.write("Dear Ann,\n");
+    }
+    const auto press = [](const char* keys) { return [keys] { return g_desktop->pressKeys(QLatin1String(keys)); }; };
+    const auto start = [](const char* program, const QStringList& arguments) {
+        return [=] { return g_desktop->startProgram(QLatin1String(program), arguments); };
+    };
+    const std::function<bool()> none = [] { return true; };
+    struct Step {
+        std::function<bool()> act;
+        QString path;  // the folder or file it gives
+        const char* extractor = nullptr;  // checked when given
+    };
+    const struct {
+        const char* tool;
+        std::function<qint64()> start;
+        std::vector<Step> steps;
+    } rows[] = {
+        {"xterm",
+         start("xterm", {QStringLiteral("-e"), QStringLiteral("sh"), QStringLiteral("-c"),
+                         QStringLiteral("cd \"$0\" && exec ") + kTitledShell, nested}),
+         {{none, nested, "TRTerminalInfoExtractor"}}},
+        // Options before the first "--tab" are the first tab's ("--window"
+        // would open a second window beside the first). The tab opened last
+        // is selected; then one to the left and back.
+        {"xfce4-terminal",
+         start("xfce4-terminal", {QStringLiteral("--disable-server"), QStringLiteral("--working-directory=") + left,
+                                  QStringLiteral("-e"), kTitledShell, QStringLiteral("--tab"),
+                                  QStringLiteral("--working-directory=") + right, QStringLiteral("-e"), kTitledShell}),
+         {{none, right}, {press("ctrl+Page_Up"), left}, {press("ctrl+Page_Down"), right}}},
+        {"mousepad", [&] { return g_desktop->startMousepad(letter); }, {{none, letter}}},
+        {"gedit", [&] { return g_desktop->startGedit(letter); }, {{none, letter}}},
+        // Thunar as installed: the title names the folder alone ("2026 -
+        // Thunar"); the location bar in the accessibility tree holds its
+        // path. The running Thunar opens a second folder in a new window.
+        {"thunar", start("thunar", {photos}),
+         {{none, photos, "TRFinderInfoExtractor"},
+          {[&] { return g_desktop->run(QStringLiteral("thunar"), {invoices}); }, invoices}}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.tool);
+        if (!DisposableDesktop::missingTool({QLatin1String(row.tool)}).isEmpty()) continue;
+        const qint64 pid = startInFront(row.start);
+        ASSERT_GT(pid, 0);
+        for (const Step& step : row.steps) {
+            SCOPED_TRACE(qPrintable(step.path));
+            ASSERT_TRUE(step.act());
+            Tick last;
+            EXPECT_TRUE(waitForTick([&](const Tick& t) { return completedWith(t, fileUrl(step.path)); },
+                                    kWindowTimeoutMs, &last))
+                << qPrintable(describe(last));
+            if (step.extractor) {
+                EXPECT_EQ(last.completed->extractor, QLatin1String(step.extractor));
+            }
+        }
+        g_desktop->stopProgram(pid);
+    }
 }
 
 TEST(ScriptedExtractionOnDesktop, XtermTitledAsARemoteShellGivesHostAndDirectoryPieces) {
@@ -70,88 +120,3 @@ TEST(ScriptedExtractionOnDesktop, XtermTitledAsARemoteShellGivesHostAndDirectory
     g_desktop->stopProgram(pid);
 }
 
-TEST(ScriptedExtractionOnDesktop, TabbedTerminalFollowsTheSelectedTab) {
-    REQUIRE_DESKTOP();
-    REQUIRE_TOOL("xfce4-terminal");
-    const QString left = madeFolder(QStringLiteral("tabs/left"));
-    const QString right = madeFolder(QStringLiteral("tabs/right"));
-    const qint64 pid = startInFront([&] {
-        return g_desktop->startProgram(
-            QStringLiteral("xfce4-terminal"),
-            // Options before the first "--tab" are the first tab's; "--window"
-            // would open a second window beside the first.
-            {QStringLiteral("--disable-server"), QStringLiteral("--working-directory=") + left, QStringLiteral("-e"), kTitledShell,
-             QStringLiteral("--tab"), QStringLiteral("--working-directory=") + right,
-             QStringLiteral("-e"), kTitledShell});
-    });
-    ASSERT_GT(pid, 0);
-    // The tab opened last is selected; then one to the left and back.
-    const struct {
-        const char* keys;
-        QString folder;
-    } steps[] = {{nullptr, right}, {"ctrl+Page_Up", left}, {"ctrl+Page_Down", right}};
-    for (const auto& step : steps) {
-        SCOPED_TRACE(step.keys ? step.keys : "start");
-        if (step.keys) {
-            ASSERT_TRUE(g_desktop->run(QStringLiteral("xdotool"),
-                                       {QStringLiteral("key"), QString::fromLatin1(step.keys)}));
-        }
-        Tick last;
-        EXPECT_TRUE(waitForTick([&](const Tick& t) { return completedWith(t, fileUrl(step.folder)); },
-                                kWindowTimeoutMs, &last))
-            << qPrintable(describe(last));
-    }
-    g_desktop->stopProgram(pid);
-}
-
-TEST(ScriptedExtractionOnDesktop, EditorsGiveTheFileInASubFolder) {
-    REQUIRE_DESKTOP();
-    const QString folder = madeFolder(QStringLiteral("docs/letters"));
-    const QString file = folder + QStringLiteral("/reply.txt");
-    {
-        QFile out(file);
-        ASSERT_TRUE(out.open(QIODevice::WriteOnly));
-        out.write("Dear Ann,\n");
-    }
-    const struct {
-        const char* tool;
-        std::function<qint64()> start;
-    } editors[] = {
-        {"mousepad", [&] { return g_desktop->startMousepad(file); }},
-        {"gedit", [&] { return g_desktop->startGedit(file); }},
-    };
-    for (const auto& editor : editors) {
-        SCOPED_TRACE(editor.tool);
-        if (!DisposableDesktop::missingTool({QLatin1String(editor.tool)}).isEmpty()) continue;
-        const qint64 pid = startInFront(editor.start);
-        ASSERT_GT(pid, 0);
-        Tick last;
-        EXPECT_TRUE(waitForTick([&](const Tick& t) { return completedWith(t, fileUrl(file)); },
-                                kWindowTimeoutMs, &last))
-            << qPrintable(describe(last));
-        g_desktop->stopProgram(pid);
-    }
-}
-
-TEST(ScriptedExtractionOnDesktop, FileManagerGivesTheFolderOfItsFrontWindow) {
-    REQUIRE_DESKTOP();
-    REQUIRE_TOOL("thunar");
-    // Thunar as installed: the title names the folder alone ("2026 - Thunar");
-    // the location bar in the accessibility tree holds its path.
-    const QString first = madeFolder(QStringLiteral("photos/2026"));
-    const QString second = madeFolder(QStringLiteral("invoices/march"));
-    const qint64 pid = startInFront([&] { return g_desktop->startProgram(QStringLiteral("thunar"), {first}); });
-    ASSERT_GT(pid, 0);
-    Tick last;
-    EXPECT_TRUE(waitForTick([&](const Tick& t) { return completedWith(t, fileUrl(first)); },
-                            kWindowTimeoutMs, &last))
-        << qPrintable(describe(last));
-    EXPECT_EQ(last.completed->extractor, QStringLiteral("TRFinderInfoExtractor"));
-
-    // The running Thunar opens the second folder in a new window in front.
-    ASSERT_TRUE(g_desktop->run(QStringLiteral("thunar"), {second}));
-    EXPECT_TRUE(waitForTick([&](const Tick& t) { return completedWith(t, fileUrl(second)); },
-                            kWindowTimeoutMs, &last))
-        << qPrintable(describe(last));
-    g_desktop->stopProgram(pid);
-}

@@ -126,7 +126,7 @@ TEST(MailExtractionOnDesktop, SelectedMessageGivesAccountFoldersSenderAndSubject
     };
     for (const auto& step : steps) {
         SCOPED_TRACE(step.keys);
-        ASSERT_TRUE(g_desktop->run(QStringLiteral("xdotool"), {QStringLiteral("key"), QLatin1String(step.keys)}));
+        ASSERT_TRUE(g_desktop->pressKeys(QLatin1String(step.keys)));
         EXPECT_TRUE(waitForTick(
             [&](const Tick& t) {
                 const std::optional<QStringList> components = componentsOf(t);

@@ -30,11 +30,12 @@ public:
         if (!document.isNull()) element->set(QStringLiteral("AXDocument"), document);
         return element;
     }
-    // A sheet titled "sheet" with a document of its own, on `parent`.
-    static std::shared_ptr<FakeAccessibilityElement> sheetOn(const AccessibilityElementRef& parent) {
+    // A sheet titled "sheet" with a document of its own, on `parent` (none: no parent at all).
+    static std::shared_ptr<FakeAccessibilityElement> sheetOn(
+        const AccessibilityElementRef& parent) {
         auto element = window(QStringLiteral("sheet"), QStringLiteral("file:///sheet"));
         element->set(QStringLiteral("AXRole"), QString::fromLatin1(AccessibilityRole::kSheet));
-        element->set(QStringLiteral("AXParent"), parent);
+        if (parent) element->set(QStringLiteral("AXParent"), parent);
         return element;
     }
 
@@ -42,11 +43,6 @@ public:
         std::lock_guard guard(m_lock);
         if (!m_values.contains(attribute)) m_names.append(attribute);
         m_values.insert(attribute, value);
-    }
-    void remove(const QString& attribute) {
-        std::lock_guard guard(m_lock);
-        m_names.removeAll(attribute);
-        m_values.remove(attribute);
     }
     void failCopyOf(const QString& attribute) {
         std::lock_guard guard(m_lock);
@@ -88,8 +84,8 @@ public:
         return m_enabled;
     }
     bool enable() override {
-        std::lock_guard guard(m_lock);
-        return m_enabled = true;
+        setEnabled(true);
+        return true;
     }
     AccessibilityElementRef applicationElement(qint32 processIdentifier) override {
         std::lock_guard guard(m_lock);

@@ -1,8 +1,8 @@
 #pragma once
 // An in-memory stand-in for the session bus: every centre attached to one
 // FakeNotificationBus receives every post (the poster included), later, from
-// the event loop, as the real bus delivers. The bus keeps a log of posts, and
-// a fault switch drops deliveries. Main thread only.
+// the event loop, as the real bus delivers. The bus keeps a log of posts.
+// Main thread only.
 
 #include <QCoreApplication>
 #include <QMetaObject>
@@ -23,33 +23,26 @@ class FakeDistributedNotificationCenter;
 class FakeNotificationBus final {
 public:
     std::vector<FakePostedNotification> posted;
-    bool dropDeliveries = false;  // fault switch: posts are logged, never delivered
+    std::vector<FakeDistributedNotificationCenter*> centers;
 
-    void attach(FakeDistributedNotificationCenter* center) { m_centers.push_back(center); }
-    void detach(FakeDistributedNotificationCenter* center) { std::erase(m_centers, center); }
     inline void deliver(const FakePostedNotification& notification);
-
     std::vector<FakePostedNotification> postedNamed(const QString& name) const {
         std::vector<FakePostedNotification> result;
-        for (const auto& p : posted) {
+        for (const auto& p : posted)
             if (p.name == name) result.push_back(p);
-        }
         return result;
     }
-
-private:
-    std::vector<FakeDistributedNotificationCenter*> m_centers;
 };
 
 class FakeDistributedNotificationCenter final : public DistributedNotificationCenter {
 public:
     explicit FakeDistributedNotificationCenter(std::shared_ptr<FakeNotificationBus> bus)
-        : m_bus(std::move(bus)), m_alive(std::make_shared<bool>(true)) {
-        m_bus->attach(this);
+        : m_bus(std::move(bus)) {
+        m_bus->centers.push_back(this);
     }
     ~FakeDistributedNotificationCenter() override {
         *m_alive = false;
-        m_bus->detach(this);
+        std::erase(m_bus->centers, this);
     }
 
     void post(const QString& name, const QString& object, const UserInfo& userInfo) override {
@@ -61,30 +54,25 @@ public:
     }
     void removeObserver(int token) override { m_observers.erase(token); }
 
-    void receive(const FakePostedNotification& notification) {
-        std::weak_ptr<bool> alive = m_alive;
+    void receive(const FakePostedNotification& n) {
         QMetaObject::invokeMethod(
             QCoreApplication::instance(),
-            [this, alive, notification] {
+            [this, alive = std::weak_ptr<bool>(m_alive), n] {
                 if (alive.expired() || !*alive.lock()) return;
-                for (const auto& entry : m_observers) {
-                    if (entry.second.first == notification.name)
-                        entry.second.second(notification.name, notification.object,
-                                            notification.userInfo);
-                }
+                for (const auto& [token, entry] : m_observers)
+                    if (entry.first == n.name) entry.second(n.name, n.object, n.userInfo);
             },
             Qt::QueuedConnection);
     }
 
 private:
     std::shared_ptr<FakeNotificationBus> m_bus;
-    std::shared_ptr<bool> m_alive;
+    std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
     std::map<int, std::pair<QString, Observer>> m_observers;
     int m_next = 0;
 };
 
 void FakeNotificationBus::deliver(const FakePostedNotification& notification) {
     posted.push_back(notification);
-    if (dropDeliveries) return;
-    for (FakeDistributedNotificationCenter* center : m_centers) center->receive(notification);
+    for (FakeDistributedNotificationCenter* center : centers) center->receive(notification);
 }

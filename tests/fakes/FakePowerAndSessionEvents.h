@@ -1,7 +1,7 @@
 #pragma once
 // FakePowerAndSessionEvents: the test plays the desktop and sends the four
 // events by hand. willSleep() returns whether the observer released the
-// permit before returning and notes the release in the given journal hook.
+// permit before returning, and runs onRelease at the release.
 
 #include <functional>
 
@@ -12,28 +12,20 @@ public:
     void setObserver(PowerAndSessionObserver* observer) override { m_observer = observer; }
     PowerAndSessionObserver* observer() const { return m_observer; }
 
-    bool willSleep(const std::function<void()>& onRelease = {}) {
+    bool willSleep(const std::function<void()>& onRelease) {
         bool released = false;
-        if (m_observer) {
-            m_observer->workspaceWillSleep(SleepPermit([&released, onRelease] {
-                released = true;
-                if (onRelease) {
-                    onRelease();
-                }
-            }));
-        }
+        m_observer->workspaceWillSleep(SleepPermit([&released, onRelease] {
+            released = true;
+            onRelease();
+        }));
         return released;
     }
-    void didWake() {
-        if (m_observer) m_observer->workspaceDidWake();
-    }
+    void didWake() { m_observer->workspaceDidWake(); }
     void sessionActive(bool active) {
-        if (!m_observer) return;
-        if (active) {
+        if (active)
             m_observer->sessionDidBecomeActive();
-        } else {
+        else
             m_observer->sessionDidResignActive();
-        }
     }
 
 private:

@@ -11,7 +11,6 @@ class FakeCustomActivityController final : public TRCustomActivityCreationContro
 public:
     void setActivityStartDate(const QDateTime& start) override { startDate = start; }
     void setActivityDurationTimeInterval(double seconds) override { duration = seconds; }
-
     QDateTime startDate;
     std::optional<double> duration;
 };
@@ -21,11 +20,8 @@ public:
     void resetStatusItemImages() override { ++resets; }
     TRCustomActivityCreationController* presentCustomActivityCreationViewController() override {
         ++windowsRequested;
-        if (!offersWindow) {
-            return nullptr;
-        }
         controller = FakeCustomActivityController();
-        return &controller;
+        return offersWindow ? &controller : nullptr;
     }
 
     bool offersWindow = true;

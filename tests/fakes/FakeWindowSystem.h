@@ -15,6 +15,8 @@ public:
     void setAvailable(bool available) { m_available = available; }
     void setFrontProcess(std::optional<qint32> processIdentifier) { m_front = processIdentifier; }
     void setWindows(std::vector<WindowInfo> windows) { m_windows = std::move(windows); }
+    // A source that names no process: this window is in front.
+    void setFrontWindowWithoutProcess(std::optional<quint64> window) { m_frontWindow = window; }
 
     bool isAvailable() const override { return m_available; }
     std::optional<qint32> frontProcessIdentifier() override {
@@ -24,9 +26,15 @@ public:
     std::vector<WindowInfo> windowList() override {
         return m_available ? m_windows : std::vector<WindowInfo>();
     }
+    FrontLook lookAtFront() override {
+        FrontLook look{frontProcessIdentifier(), windowList()};
+        if (m_available) look.frontWindowWithoutProcess = m_frontWindow;
+        return look;
+    }
 
 private:
     bool m_available = true;
     std::optional<qint32> m_front;
+    std::optional<quint64> m_frontWindow;
     std::vector<WindowInfo> m_windows;
 };

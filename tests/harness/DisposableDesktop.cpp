@@ -1,5 +1,6 @@
 #include "DisposableDesktop.h"
 
+#include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusVariant>
@@ -385,6 +386,24 @@ std::optional<quint64> DisposableDesktop::waitForWindowMatching(const QStringLis
 bool DisposableDesktop::activateWindow(quint64 window) const {
     return run(QStringLiteral("xdotool"),
                {QStringLiteral("windowactivate"), QStringLiteral("--sync"), QString::number(window)});
+}
+
+bool DisposableDesktop::pressKeys(const QString& keys) const {
+    return run(QStringLiteral("xdotool"), {QStringLiteral("key"), keys});
+}
+
+bool DisposableDesktop::movePointer(int x, int y) const {
+    return run(QStringLiteral("xdotool"),
+               {QStringLiteral("mousemove"), QString::number(x), QString::number(y)});
+}
+
+bool DisposableDesktop::waitWithEvents(const std::function<bool()>& condition, int timeoutMs) {
+    return waitUntil(
+        [&] {
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+            return condition();
+        },
+        timeoutMs, 5);
 }
 
 bool DisposableDesktop::waitUntil(const std::function<bool()>& condition, int timeoutMs, int stepMs) {

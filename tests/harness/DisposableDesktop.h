@@ -37,6 +37,16 @@
 #include <set>
 #include <vector>
 
+// How DisposableDesktop::startChromium starts it: accessibility forced on
+// unless told to ask the desktop at its start, in the language given
+// (LANGUAGE), with `preferences` as the profile's Preferences file.
+struct ChromiumOptions {
+    QString language;
+    bool forceAccessibility = true;
+    QByteArray preferences;
+    QStringList moreArguments;
+};
+
 class DisposableDesktop final {
 public:
     // nullptr, with the reason in `whyNot`, when a tool is missing or a part
@@ -62,9 +72,11 @@ public:
     // An xterm whose window is named `title` and that stays open.
     qint64 startXterm(const QString& title, const QStringList& moreArguments = {});
     static QStringList xtermArguments(const QString& title, const QStringList& moreArguments = {});
-    qint64 startChromium(const QString& url);
-    // Opens another tab in the running Chromium (same profile).
-    bool openChromiumTab(const QString& url);
+    // A Chromium on a fresh profile.
+    qint64 startChromium(const QString& url, const ChromiumOptions& options = {});
+    // Opens another tab (or, with "--incognito", a window) in the running
+    // Chromium (same profile).
+    bool openChromiumTab(const QString& url, const QStringList& moreArguments = {});
     // Opens the pages as tabs of a fresh profile.
     qint64 startFirefox(const QStringList& urls);
     qint64 startMousepad(const QString& file);
@@ -91,8 +103,14 @@ public:
     // _NET_WM_PID is not their pid here, or that share one process).
     std::optional<quint64> waitForWindowNamed(const QString& name, int timeoutMs) const;
     bool activateWindow(quint64 window) const;
+    // The user at the keyboard ("ctrl+o") or the pointer, through xdotool.
+    bool pressKeys(const QString& keys) const;
+    bool movePointer(int x, int y) const;
 
     static bool waitUntil(const std::function<bool()>& condition, int timeoutMs, int stepMs = 20);
+    // The same, handling this thread's Qt events (D-Bus signals, watchers)
+    // while it waits.
+    static bool waitWithEvents(const std::function<bool()>& condition, int timeoutMs = 5000);
     // The first of `tools` not found on PATH, or an empty string.
     static QString missingTool(const QStringList& tools);
 

@@ -30,27 +30,37 @@ qint64 DisposableDesktop::startXterm(const QString& title, const QStringList& mo
 // Flags that keep Chromium quiet and on this machine: a fresh profile, no
 // background traffic, and a dead proxy for everything but loopback (which
 // Chromium never sends through a proxy unless told "<-loopback>").
-qint64 DisposableDesktop::startChromium(const QString& url) {
+qint64 DisposableDesktop::startChromium(const QString& url, const ChromiumOptions& options) {
     m_chromiumProfile = m_state.path() + QStringLiteral("/chromium-%1").arg(++m_chromiumProfiles);
-    QDir().mkpath(m_chromiumProfile);
+    QDir().mkpath(m_chromiumProfile + QStringLiteral("/Default"));
+    if (!options.preferences.isEmpty()) {
+        QFile preferences(m_chromiumProfile + QStringLiteral("/Default/Preferences"));
+        if (!preferences.open(QIODevice::WriteOnly) || preferences.write(options.preferences) < 0)
+            return -1;
+    }
+    QStringList arguments =
+        QStringLiteral("--no-sandbox --disable-gpu --no-first-run --disable-background-networking "
+                       "--disable-component-update --disable-sync --proxy-server=127.0.0.1:9")
+            .split(QLatin1Char(' '));
+    arguments << QStringLiteral("--user-data-dir=") + m_chromiumProfile;
     // As with Firefox: do not depend on the desktop answering Chromium's
     // accessibility question in time on a loaded machine.
-    m_environment.insert(QStringLiteral("ACCESSIBILITY_ENABLED"), QStringLiteral("1"));
-    const qint64 pid = startProgram(
-        QStringLiteral("chromium"),
-        {QStringLiteral("--no-sandbox"), QStringLiteral("--disable-gpu"), QStringLiteral("--no-first-run"),
-         QStringLiteral("--disable-background-networking"), QStringLiteral("--disable-component-update"),
-         QStringLiteral("--disable-sync"), QStringLiteral("--user-data-dir=") + m_chromiumProfile,
-         QStringLiteral("--proxy-server=127.0.0.1:9"), QStringLiteral("--force-renderer-accessibility"), url});
+    if (options.forceAccessibility) {
+        m_environment.insert(QStringLiteral("ACCESSIBILITY_ENABLED"), QStringLiteral("1"));
+        arguments << QStringLiteral("--force-renderer-accessibility");
+    }
+    if (!options.language.isEmpty()) m_environment.insert(QStringLiteral("LANGUAGE"), options.language);
+    const qint64 pid = startProgram(QStringLiteral("chromium"), arguments + options.moreArguments + QStringList{url});
     m_environment.remove(QStringLiteral("ACCESSIBILITY_ENABLED"));
+    m_environment.remove(QStringLiteral("LANGUAGE"));
     return pid;
 }
 
-bool DisposableDesktop::openChromiumTab(const QString& url) {
+bool DisposableDesktop::openChromiumTab(const QString& url, const QStringList& moreArguments) {
     if (m_chromiumProfile.isEmpty()) return false;
     return run(QStringLiteral("chromium"),
-               {QStringLiteral("--no-sandbox"), QStringLiteral("--user-data-dir=") + m_chromiumProfile,
-                url},
+               QStringList{QStringLiteral("--no-sandbox"), QStringLiteral("--user-data-dir=") + m_chromiumProfile} +
+                   moreArguments + QStringList{url},
                nullptr, 15000);
 }
 

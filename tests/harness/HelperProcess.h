@@ -16,14 +16,33 @@ public:
         m_process.setProcessEnvironment(environment);
         m_process.start(program, arguments);
     }
-    // Both start-up questions answered for good in the settings under
-    // `configHome`, so a helper on a display goes straight to tracking.
-    static bool answerStartupQuestions(const QString& configHome) {
+    // The helper's settings file under `configHome`: both start-up questions
+    // answered for good (on a display they would wait for a user), then `more`.
+    static bool writeSettings(const QString& configHome, const QByteArray& more = {}) {
         const QString folder = configHome + QStringLiteral("/info.mallowby.Vorlix");
         QFile conf(folder + QStringLiteral("/VorlixHelper.conf"));
         return QDir().mkpath(folder) && conf.open(QIODevice::WriteOnly) &&
                conf.write("[General]\ndontAskToLaunchAtLogin=true\n"
-                          "dontNotifyAboutDisabledAccessibilityAPI=true\n") > 0;
+                          "dontNotifyAboutDisabledAccessibilityAPI=true\n" + more) > 0;
+    }
+    // A desktop's `environment` for the helper: never the machine's logind
+    // (a system bus that is not there), no logging rules from outside.
+    static QProcessEnvironment isolated(QProcessEnvironment environment) {
+        environment.insert(QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"),
+                           QStringLiteral("unix:path=") + environment.value(QStringLiteral("HOME")) +
+                               QStringLiteral("/no-bus"));
+        environment.remove(QStringLiteral("QT_LOGGING_RULES"));
+        return environment;
+    }
+    struct Result {
+        int code = -1;
+        QString out, err;
+    };
+    // A command of the helper (report, projects, inspect) run to its end.
+    static Result run(const QProcessEnvironment& environment, const QStringList& arguments) {
+        HelperProcess helper(environment, arguments);
+        const bool ended = helper.waitForExit(30000) && !helper.crashed();
+        return {ended ? helper.exitCode() : -1, helper.output(), helper.errors()};
     }
     qint64 processId() const { return m_process.processId(); }
     bool crashed() const { return m_process.exitStatus() != QProcess::NormalExit; }

@@ -85,6 +85,12 @@ QDBusMessage PrivateDBus::call(const QString& service, const QString& path, cons
     return connection().call(message, QDBus::Block, 5000);
 }
 
+bool PrivateDBus::mock(const QString& service, const QString& path, const QString& method,
+                       const QVariantList& arguments) {
+    return call(service, path, QStringLiteral("org.freedesktop.DBus.Mock"), method, arguments).type() ==
+           QDBusMessage::ReplyMessage;
+}
+
 void PrivateDBus::stop() {
     if (!m_connectionName.isEmpty()) QDBusConnection::disconnectFromBus(m_connectionName);
     m_connectionName.clear();
@@ -107,11 +113,9 @@ namespace {
 const QString kService = QStringLiteral("org.freedesktop.login1");
 const QString kManagerPath = QStringLiteral("/org/freedesktop/login1");
 const QString kManager = QStringLiteral("org.freedesktop.login1.Manager");
-const QString kMock = QStringLiteral("org.freedesktop.DBus.Mock");
-
 bool callMock(PrivateDBus& bus, const QString& path, const QString& method,
               const QVariantList& arguments) {
-    return bus.call(kService, path, kMock, method, arguments).type() == QDBusMessage::ReplyMessage;
+    return bus.mock(kService, path, method, arguments);
 }
 
 QString sessionPath(const QString& sessionId) {

@@ -38,6 +38,10 @@ public:
     // Calls a method and returns the reply (an error reply on failure).
     QDBusMessage call(const QString& service, const QString& path, const QString& interface,
                       const QString& method, const QVariantList& arguments = {});
+    // Calls `method` of a mock's org.freedesktop.DBus.Mock interface
+    // (AddMethod, EmitSignal, UpdateProperties...): true when it answered.
+    bool mock(const QString& service, const QString& path, const QString& method,
+              const QVariantList& arguments);
 
 private:
     Type m_type;

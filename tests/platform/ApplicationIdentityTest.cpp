@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -233,10 +232,8 @@ TEST(LinuxRunningApplicationsCacheTest, AnApplicationInstalledLaterIdentifiesIts
     proc.run(300, 1, QStringLiteral("/usr/bin/late-program"));
     LinuxRunningApplications applications(windows, proc.path());
     const auto becomes = [&](const QString& id) {  // GIO reports changes through the GLib main context
-        return DisposableDesktop::waitUntil([&] {
-            QCoreApplication::processEvents();
-            return applications.runningApplication(300).value_or(RunningApplication{}).bundleIdentifier == id;
-        }, 5000);
+        return DisposableDesktop::waitWithEvents(
+            [&] { return applications.runningApplication(300).value_or(RunningApplication{}).bundleIdentifier == id; });
     };
     EXPECT_TRUE(becomes(QString()));
     // XDG_DATA_HOME/applications does not exist before this either.
@@ -263,11 +260,10 @@ TEST(LoginEntryTest, NamesItsProgramForTheHelperAndForGio) {
         EXPECT_TRUE(loginItems.willItemStartAtLogin(program));
         // GIO looks for the program with "%%" as written, though it starts it with "%".
         if (!program.contains(QLatin1Char('%'))) {
-            EXPECT_TRUE(DisposableDesktop::waitUntil([&] {
-                QCoreApplication::processEvents();
+            EXPECT_TRUE(DisposableDesktop::waitWithEvents([&] {
                 const DesktopEntry* entry = index.entryForExecutable(program);
                 return entry && entry->id == QStringLiteral("info.mallowby.VorlixHelper");
-            }, 5000));
+            }));
         }
         loginItems.setStartItemAtLogin(program, false);
     }

@@ -7,18 +7,16 @@
 
 #include <gtest/gtest.h>
 
-#include <QCoreApplication>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QTemporaryDir>
 
+#include "harness/DisposableDesktop.h"
 #include "harness/PrivateDBus.h"
 #include "platform/linux/KWinWindowSystem.h"
 
 namespace {
 
 const QString kKWin = QStringLiteral("org.kde.KWin");
-const QString kMock = QStringLiteral("org.freedesktop.DBus.Mock");
 
 QString readAll(const QString& path) {
     QFile file(path);
@@ -40,17 +38,16 @@ TEST(KWinWindowSystemTest, LoadsItsScriptFollowsItsCallsAndUnloadsItAtExit) {
     const QString log = folder.filePath(QStringLiteral("calls"));
     const auto addMethod = [&](const QString& path, const char* interface, const char* name,
                                const char* in, const char* out, const QString& code) {
-        return bus.call(kKWin, path, kMock, QStringLiteral("AddMethod"),
+        return bus.mock(kKWin, path, QStringLiteral("AddMethod"),
                         {QLatin1String(interface), QLatin1String(name), QLatin1String(in),
                          QLatin1String(out), QStringLiteral("open('%1', 'a').write('%2 ' + (str(args[0]) if args else '') + '\\n')\n%3")
                                                  .arg(log, QLatin1String(name), code)});
     };
-    ASSERT_EQ(addMethod(scripting, "org.kde.kwin.Scripting", "loadScript", "ss", "i", QStringLiteral("ret = 3")).type(),
-              QDBusMessage::ReplyMessage);
-    addMethod(scripting, "org.kde.kwin.Scripting", "unloadScript", "s", "b", QStringLiteral("ret = True"));
-    bus.call(kKWin, scripting, kMock, QStringLiteral("AddObject"),
-             {script, QStringLiteral("org.kde.kwin.Script"), QVariantMap(), QVariant::fromValue(QVariantList())});
-    addMethod(script, "org.kde.kwin.Script", "run", "", "", QString());
+    ASSERT_TRUE(addMethod(scripting, "org.kde.kwin.Scripting", "loadScript", "ss", "i", QStringLiteral("ret = 3")));
+    ASSERT_TRUE(addMethod(scripting, "org.kde.kwin.Scripting", "unloadScript", "s", "b", QStringLiteral("ret = True")));
+    ASSERT_TRUE(bus.mock(kKWin, scripting, QStringLiteral("AddObject"),
+                         {script, QStringLiteral("org.kde.kwin.Script"), QVariantMap(), QVariant::fromValue(QVariantList())}));
+    ASSERT_TRUE(addMethod(script, "org.kde.kwin.Script", "run", "", "", QString()));
 
     QDBusConnection helperBus = QDBusConnection::connectToBus(bus.address(), QStringLiteral("helper"));
     QDBusConnection kwinBus = QDBusConnection::connectToBus(bus.address(), QStringLiteral("kwin"));
@@ -84,10 +81,7 @@ TEST(KWinWindowSystemTest, LoadsItsScriptFollowsItsCallsAndUnloadsItAtExit) {
                 return windows.frontProcessIdentifier().value_or(0) == to.pid &&
                        (to.pid == 0 ? list.empty() : list.at(0).name == QLatin1String(to.caption));
             };
-            QElapsedTimer timer;
-            timer.start();
-            while (!arrived() && timer.elapsed() < 5000) QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-            ASSERT_TRUE(arrived());
+            ASSERT_TRUE(DisposableDesktop::waitWithEvents(arrived));
             if (to.pid != 0) {
                 EXPECT_EQ(windows.windowHintsForProcess(to.pid)->className, QLatin1String(to.resourceClass));
             }

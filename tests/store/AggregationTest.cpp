@@ -1,5 +1,6 @@
 // Totals over recorded time, against sums computed here from the recorded
 // intervals, and the threshold that hides small totals.
+#include <map>
 #include <random>
 
 #include "StoreTestSupport.h"
@@ -48,6 +49,27 @@ protected:
             }
         }
         return sum;
+    }
+    static std::vector<qint64> keysOf(const std::vector<TRASPathComponent*>& nodes) {
+        std::vector<qint64> keys;
+        for (TRASPathComponent* node : nodes) keys.push_back(node->primaryKey());
+        return keys;
+    }
+    // One pass each way, then every node's total, children and value.
+    void expectOutlineAgrees(ActivityStoreOutline& outline, const TRASEventFilter& filter) {
+        store().filterEventsBetweenDate(filter);
+        store().filterEventsBetweenDate(filter, outline);
+        std::map<qint64, int> indexOfKey;
+        for (int i = 0; i < outline.size(); ++i) indexOfKey[outline.key(i)] = i;
+        ASSERT_EQ(indexOfKey.size(), store().allPathComponentsSortedByPathLevel().size());
+        for (TRASPathComponent* node : store().allPathComponentsSortedByPathLevel()) {
+            const int index = indexOfKey.at(node->primaryKey());
+            EXPECT_EQ(outline.total(index), node->totalDurationWithFilterValue());
+            std::vector<qint64> children;
+            for (int child : outline.children(index)) children.push_back(outline.key(child));
+            EXPECT_EQ(children, keysOf(node->children()));
+            EXPECT_EQ(outline.value(index), node->value());
+        }
     }
     std::vector<Interval> m_intervals;
     TRASPathComponent* m_leaves[3] = {};
@@ -113,6 +135,66 @@ TEST_F(AggregationTest, TotalsAndSumsMatchTheRecordedIntervals) {
     EXPECT_TRUE(store().rootPathComponentsWithFilter().empty());
     reopen();
     EXPECT_EQ(store().timeThreshold(), all);
+}
+
+// The report's outline sums without node objects: every node's total, its
+// children and their values must be those of the objects, range after range.
+TEST_F(AggregationTest, OutlineAgreesWithTheNodesForEachRange) {
+    recordIntervals();
+    EXPECT_FALSE(store().savedOutline(9)) << "unsaved changes would be missed";
+    store().save();
+    std::optional<ActivityStoreOutline> outline = store().savedOutline(9);
+    ASSERT_TRUE(outline);
+    const QDateTime none;
+    const Nodes c{m_leaves[1]};
+    const TRASEventFilter filters[] = {{},
+                                       {utc(2024, 3, 5, 13), none, {}, {}},
+                                       {utc(2024, 3, 5, 10, 30), utc(2024, 3, 5, 20, 30), {}, {}},
+                                       {utc(2024, 3, 6, 9), none, {}, {}},
+                                       {none, none, c, {}},
+                                       {utc(2024, 3, 5, 6), utc(2024, 3, 6, 6), {}, c},
+                                       {}};
+    for (const TRASEventFilter& filter : filters) {
+        SCOPED_TRACE(filter.start.toString(Qt::ISODate).toStdString() + " " +
+                     std::to_string(filter.include.has_value()) +
+                     std::to_string(filter.exclude.has_value()));
+        expectOutlineAgrees(*outline, filter);
+    }
+    std::vector<qint64> roots;
+    for (int root : outline->roots()) roots.push_back(outline->key(root));
+    EXPECT_EQ(roots, keysOf(store().rootPathComponentsWithFilter(-1)));
+}
+
+// Rows the other program or an older version may have written: a key far
+// beyond the others, and a level below zero.
+TEST_F(AggregationTest, OutlineAgreesWithTheNodesOnUnusualRows) {
+    recordIntervals();
+    store().save();
+    reopen();
+    {
+        SqliteDatabase db;
+        ASSERT_FALSE(db.open(databasePath()));
+        const qint64 hour = utc(2024, 3, 5, 13).toSecsSinceEpoch();
+        for (auto [key, value, level] : {std::tuple(50000000, "'/far'", "pathLevel + 1"),
+                                         std::tuple(50000001, "'/odd'", "-1")}) {
+            ASSERT_FALSE(db.exec(QStringLiteral("INSERT INTO PathComponent(id, value, pathLevel, "
+                                                "pathParent) SELECT %1, %2, %3, id FROM "
+                                                "PathComponent WHERE pathLevel = 1 LIMIT 1")
+                                     .arg(key)
+                                     .arg(QLatin1String(value), QLatin1String(level))));
+            ASSERT_FALSE(db.exec(QStringLiteral("INSERT INTO HourlyEvent(startDate, duration, "
+                                                "lastPathComponent) VALUES (%1, 600, %2)")
+                                     .arg(hour)
+                                     .arg(key)));
+        }
+    }
+    std::optional<ActivityStoreOutline> outline = store().savedOutline(9);
+    ASSERT_TRUE(outline);
+    for (const TRASEventFilter& filter :
+         {TRASEventFilter{}, TRASEventFilter{utc(2024, 3, 5, 13), utc(2024, 3, 5, 14), {}, {}}}) {
+        SCOPED_TRACE(filter.start.toString(Qt::ISODate).toStdString());
+        expectOutlineAgrees(*outline, filter);
+    }
 }
 
 // A narrow range after a wide one reaches few nodes, and the pass after it

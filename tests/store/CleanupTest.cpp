@@ -13,7 +13,7 @@ class CleanupTest : public StoreTest {
 protected:
     // app root -> /a -> /b, with one hour of 600 s on /b, saved.
     TRASPathComponent* recordDeepLeaf() {
-        TRASPathComponent* leaf = record(onPath(QStringLiteral("/a/b")), utc(2024, 3, 5, 10), 600);
+        TRASPathComponent* leaf = record(onPath(u"/a/b"_s), utc(2024, 3, 5, 10), 600);
         store().save();
         return leaf;
     }
@@ -21,26 +21,24 @@ protected:
 
 TEST_F(CleanupTest, EmptiedBranchVanishesOneLevelPerSaveDownToTheRoot) {
     TRASPathComponent* b = recordDeepLeaf();
-    record(onPath(QStringLiteral("/a/c")), utc(2024, 3, 5, 12), 60);
+    record(onPath(u"/a/c"_s), utc(2024, 3, 5, 12), 60);
     context().insert<TRASPathComponent>();  // a node without a place is never written
     store().deleteEventsBetweenDate({utc(2024, 3, 5, 12), QDateTime(), {}, {}});  // saves
     EXPECT_EQ(store().sumOfDurationsOfEventsBetweenDate({}), 600);
-    EXPECT_EQ(scalar("SELECT COUNT(*) FROM PathComponent"), 3) << "/a/c never reached the file";
+    EXPECT_EQ(count("PathComponent"), 3) << "/a/c never reached the file";
     store().deleteEventsBetweenDate({QDateTime(), QDateTime(), std::vector{b}, {}});
-    EXPECT_EQ(scalar("SELECT COUNT(*) FROM HourlyEvent"), 0);
-    EXPECT_EQ(scalar("SELECT COUNT(*) FROM PathComponent"), 2)
-        << "the leaf goes, its parent only at the next save";
+    EXPECT_EQ(count("HourlyEvent"), 0);
+    EXPECT_EQ(count("PathComponent"), 2) << "the leaf goes, its parent only at the next save";
     for (int save = 0; save < 3; ++save) {
         SCOPED_TRACE(save);
         store().save();
-        EXPECT_EQ(scalar("SELECT COUNT(*) FROM PathComponent"), 1) << "the root stays";
-        EXPECT_EQ(scalar("SELECT COUNT(*) FROM Application"), 1);
+        EXPECT_EQ(count("PathComponent"), 1) << "the root stays";
+        EXPECT_EQ(count("Application"), 1);
     }
     TRASApplication::applicationWithRunningApplication(context(), testApplication(), false)
         ->setPathRoot(nullptr);
     store().save();
-    EXPECT_EQ(scalar("SELECT COUNT(*) FROM Application"), 0)
-        << "an application without a root goes";
+    EXPECT_EQ(count("Application"), 0) << "an application without a root goes";
 }
 
 // A branch that a rule empties after its own rule ran in that save (a new
@@ -51,11 +49,11 @@ TEST_F(CleanupTest, EmptiedNodesNeverStayBehind) {
         std::function<void()> empty;
     } cases[] = {
         {"a zero-length interval on a new path",
-         [&] { record(onPath(QStringLiteral("/n/m")), utc(2024, 3, 5, 10), 0); }},
+         [&] { record(onPath(u"/n/m"_s), utc(2024, 3, 5, 10), 0); }},
         {"a range deletion that empties a node and its child",
          [&] {
-             record(onPath(QStringLiteral("/a")), utc(2024, 3, 5, 9), 60);
-             record(onPath(QStringLiteral("/a/b")), utc(2024, 3, 5, 10), 60);
+             record(onPath(u"/a"_s), utc(2024, 3, 5, 9), 60);
+             record(onPath(u"/a/b"_s), utc(2024, 3, 5, 10), 60);
              store().save();
              store().deleteEventsBetweenDate({});
          }},
@@ -65,7 +63,7 @@ TEST_F(CleanupTest, EmptiedNodesNeverStayBehind) {
         startAfresh();
         c.empty();
         for (int save = 0; save < 3; ++save) store().save();
-        EXPECT_EQ(scalar("SELECT COUNT(*) FROM PathComponent"), 1) << "only the root";
+        EXPECT_EQ(count("PathComponent"), 1) << "only the root";
     }
 }
 
@@ -88,11 +86,10 @@ TEST_F(CleanupTest, KeepsOrDropsHoursByTheirDuration) {
             ->setDurationValue(c.duration);
         store().save();
         store().save();
-        EXPECT_EQ(scalar("SELECT COUNT(*) FROM HourlyEvent"), c.hoursAfter)
-            << "and a second save changes nothing";
+        EXPECT_EQ(count("HourlyEvent"), c.hoursAfter) << "and a second save changes nothing";
         if (!c.hoursAfter) continue;
         reopen();
-        const double read = record(onPath(QStringLiteral("/a/b")), utc(2024, 3, 5, 10), 0)
+        const double read = record(onPath(u"/a/b"_s), utc(2024, 3, 5, 10), 0)
                                 ->hourlyEventWithDate(utc(2024, 3, 5, 10), false)
                                 ->durationValue();
         EXPECT_TRUE(read == c.duration || (std::isnan(read) && std::isnan(c.duration)));
@@ -105,22 +102,22 @@ TEST_F(CleanupTest, AReaderNeverBlocksASaveAndAFailedSaveLosesNothing) {
     recordDeepLeaf();
     SqliteDatabase other;
     ASSERT_FALSE(other.open(databasePath()));
-    ASSERT_FALSE(other.exec(QStringLiteral("BEGIN")));
-    EXPECT_EQ(other.scalarInt(QStringLiteral("SELECT TOTAL(duration) FROM HourlyEvent")), 600);
+    ASSERT_FALSE(other.exec(u"BEGIN"_s));
+    EXPECT_EQ(other.scalarInt(u"SELECT TOTAL(duration) FROM HourlyEvent"_s), 600);
     context().database().setBusyTimeout(0);
-    record(onPath(QStringLiteral("/a/b")), utc(2024, 3, 5, 10, 30), 60);
+    record(onPath(u"/a/b"_s), utc(2024, 3, 5, 10, 30), 60);
     store().save();
     EXPECT_TRUE(m_reporter->presented.empty());
-    EXPECT_EQ(other.scalarInt(QStringLiteral("SELECT TOTAL(duration) FROM HourlyEvent")), 600);
-    ASSERT_FALSE(other.exec(QStringLiteral("COMMIT; BEGIN IMMEDIATE")));
-    record(onPath(QStringLiteral("/a/c")), utc(2024, 3, 5, 11), 300);
+    EXPECT_EQ(other.scalarInt(u"SELECT TOTAL(duration) FROM HourlyEvent"_s), 600);
+    ASSERT_FALSE(other.exec(u"COMMIT; BEGIN IMMEDIATE"_s));
+    record(onPath(u"/a/c"_s), utc(2024, 3, 5, 11), 300);
     store().save();
     ASSERT_EQ(m_reporter->presented.size(), 1u);
     ASSERT_EQ(m_reporter->lines.size(), 1);
     EXPECT_TRUE(m_reporter->lines[0].startsWith(QStringLiteral(
         "TRActivityStore:-[TRActivityStore saveWithNotification:] unable to save: SQLite (5)")))
         << m_reporter->lines[0].toStdString();
-    other.exec(QStringLiteral("ROLLBACK"));
+    other.exec(u"ROLLBACK"_s);
     store().save();
     EXPECT_EQ(readBack(), (QStringList{"org.example.Editor|/a|/b @2024-03-05T10:00 660",
                                        "org.example.Editor|/a|/c @2024-03-05T11:00 300"}));

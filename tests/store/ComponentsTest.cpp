@@ -24,6 +24,7 @@ TEST(ActivityComponents, CutsTextsAsRecordingExpects) {
         {"doc:https://example.org/a?q=1#top", {"example.org", "/a", "?q=1"}},
         {"doc:https://www.example.org/a/b", {"example.org"}, 1},
         {"doc:https://www.www.example.org/", {"www.example.org"}},
+        {"doc:https://awww.example.org/", {"awww.example.org"}},
         // Addresses cut by hand and ones left to the URL parser agree.
         {"doc:https://host1.example.org/s/2/page?id=7&x=a,b:c+d",
          {"host1.example.org", "/s", "/2", "/page", "?id=7&x=a,b:c+d"},

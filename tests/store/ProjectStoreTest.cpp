@@ -7,24 +7,18 @@
 
 namespace {
 
-struct LookupCase {
-    const char* name;
-    // The stored application's id, executable name and title; "~" is none.
-    const char* storedId;
-    const char* storedExecutable;
-    const char* storedTitle;
-    const char* id;  // what is asked
-    const char* executable;
-    const char* title;
-    bool found;
-};
-
 QString arg(const char* text) {
     return QString::fromUtf8(text) == QLatin1String("~") ? QString() : QString::fromUtf8(text);
 }
 
 TEST_F(ProjectStoreTest, ApplicationLookupUsesOnlyTheFirstCriterionThatApplies) {
-    const LookupCase cases[] = {
+    const struct {
+        const char* name;
+        // The stored application's id, executable name and title, then what
+        // is asked; "~" is none.
+        const char *storedId, *storedExecutable, *storedTitle, *id, *executable, *title;
+        bool found;
+    } cases[] = {
         {"same id", "org.a", "a", "A", "org.a", "~", "~", true},
         {"another id, same executable", "org.a", "a", "A", "org.b", "/usr/bin/a", "A", false},
         {"empty id matches empty id, not executable", "", "a", "A", "", "/usr/bin/a", "~", true},
@@ -34,10 +28,9 @@ TEST_F(ProjectStoreTest, ApplicationLookupUsesOnlyTheFirstCriterionThatApplies) 
         {"no id, no executable: the title", "org.a", "a", "A", "~", "~", "A", true},
         {"nothing asked", "org.a", "a", "A", "", "", "", false},
     };
-    for (const LookupCase& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        m_projects.reset();
-        QDir(dataFolder()).removeRecursively();
+        startProjectsAfresh();
         auto* stored = TRPSApplication::applicationWithBundleIdentifier(
             context(), arg(c.storedId), arg(c.storedExecutable), arg(c.storedTitle), true);
         // Kept by a project, so the save keeps it; then read from the file.
@@ -50,32 +43,28 @@ TEST_F(ProjectStoreTest, ApplicationLookupUsesOnlyTheFirstCriterionThatApplies) 
     }
 }
 
-struct PrefixCase {
-    const char* name;
-    QStringList existing;
-    QVariant added;
-    QStringList expected;  // sorted
-};
-
 TEST_F(ProjectStoreTest, AddingPathsKeepsOnlyTheOutermostPrefixes) {
     const QString a = joined({"/a"}), ab = joined({"/a", "/b"}), ac = joined({"/a", "/c"}),
                   c = joined({"/c"}), abx = joined({"/ab"});
-    const PrefixCase cases[] = {
+    const struct {
+        const char* name;
+        QStringList existing;
+        QVariant added;
+        QStringList expected;  // sorted
+    } cases[] = {
         {"inside a member: nothing", {a}, ab, {a}},
         {"around members: they leave", {ab, ac, c}, a, {a, c}},
         {"a sibling: both", {ab}, ac, {ab, ac}},
         {"the same path: kept once", {a}, a, {a}},
-        {"components are joined", {c}, QStringList{QStringLiteral("/a"), QStringLiteral("/b")},
-         {ab, c}},
+        {"components are joined", {c}, QStringList{u"/a"_s, u"/b"_s}, {ab, c}},
         // The test without a delimiter after the new path is a plain prefix test.
         {"a longer name also leaves", {abx}, a, {a}},
         {"an empty string is skipped", {a}, QString(), {a}},
         {"a number is skipped", {a}, 7, {a}},
     };
-    for (const PrefixCase& pc : cases) {
+    for (const auto& pc : cases) {
         SCOPED_TRACE(pc.name);
-        m_projects.reset();
-        QDir(dataFolder()).removeRecursively();
+        startProjectsAfresh();
         TRPSProject* p = project("P");
         for (const QString& e : pc.existing) p->addPaths(projects(), {path(e)});
         ASSERT_TRUE(projects().save());
@@ -110,8 +99,8 @@ TEST_F(ProjectStoreTest, AnElementLeavesTheFileWithItsLastProject) {
     EXPECT_EQ(rows("Application"), 1);
     EXPECT_EQ(rows("Project_applications"), 1);
     projects().reset();
-    EXPECT_EQ(TRPSApplication::applicationWithBundleIdentifier(
-                  context(), QStringLiteral("org.shared"), QString(), QString(), false),
+    EXPECT_EQ(TRPSApplication::applicationWithBundleIdentifier(context(), u"org.shared"_s,
+                                                               QString(), QString(), false),
               nullptr);
 }
 
@@ -124,27 +113,21 @@ TEST_F(ProjectStoreTest, NewProjectsCycleThroughTheEightBaseColours) {
     ASSERT_TRUE(projects().save());
     projects().reset();
     EXPECT_EQ(TRPSProject::regularProjects(context())[3]->color(), colours[3]);
-    EXPECT_EQ(TRPSColor::baseColorWithIndex(13), TRPSColor::lightPurpleColor());
-    EXPECT_EQ(TRPSColor::baseColorWithIndex(-1), TRPSColor::blackColor());
 }
 
 TEST_F(ProjectStoreTest, ProjectOfAnUnknownTypeIsNeitherRegularNorSpecial) {
     project("Regular");
     ASSERT_TRUE(projects().save());
-    {
-        SqliteDatabase db;
-        db.open(dataFolder() + QStringLiteral("/ProjectStore.db"));
-        db.exec(QStringLiteral("INSERT INTO Project(name, type) VALUES('Odd', 5)"));
-    }
+    execOnProjectFile(u"INSERT INTO Project(name, type) VALUES('Odd', 5)"_s);
     projects().reset();
-    TRPSProject* odd = nullptr;
-    for (TRPSProject* p : TRPSProject::allProjects(context())) {
-        if (p->typeValue() == 5) odd = p;
-    }
-    ASSERT_NE(odd, nullptr);
+    const auto all = TRPSProject::allProjects(context());
+    const auto found =
+        std::find_if(all.begin(), all.end(), [](auto* p) { return p->typeValue() == 5; });
+    ASSERT_NE(found, all.end());
+    TRPSProject* odd = *found;
     EXPECT_FALSE(odd->isRegular());
     EXPECT_FALSE(odd->isEditable());
-    EXPECT_EQ(odd->localizedName(), QStringLiteral("Odd"));
+    EXPECT_EQ(odd->localizedName(), u"Odd"_s);
     EXPECT_EQ(TRPSProject::regularProjects(context()).size(), 1u);
     EXPECT_NE(TRPSProject::blacklistProject(context()), odd);
     EXPECT_NE(TRPSProject::unassignedProject(context()), odd);
@@ -156,12 +139,7 @@ TEST_F(ProjectStoreTest, ProjectOfAnUnknownTypeIsNeitherRegularNorSpecial) {
 }
 
 TEST_F(ProjectStoreTest, FileOfAnotherSchemaVersionIsRefusedNotMigrated) {
-    QDir().mkpath(dataFolder());
-    {
-        SqliteDatabase db;
-        db.open(dataFolder() + QStringLiteral("/ProjectStore.db"));
-        db.exec(QStringLiteral("CREATE TABLE Project(id INTEGER PRIMARY KEY); PRAGMA user_version = 2;"));
-    }
+    execOnProjectFile(u"CREATE TABLE Project(id INTEGER PRIMARY KEY); PRAGMA user_version = 2;"_s);
     EXPECT_EQ(projects().managedObjectContext(), nullptr);
     EXPECT_EQ(m_aborts, 1);
     ASSERT_EQ(m_reporter->presented.size(), 1u);
@@ -169,15 +147,16 @@ TEST_F(ProjectStoreTest, FileOfAnotherSchemaVersionIsRefusedNotMigrated) {
 }
 
 TEST_F(ProjectStoreTest, RecordedNodesKnowTheirProjectsByName) {
-    record("org.example.Editor", {QStringLiteral("/w"), QStringLiteral("/1")}, 60);
+    record("org.example.Editor", {u"/w"_s, u"/1"_s}, 60);
     TRPSProject* b = project("B");
     TRPSProject* a = project("A");
     a->addApplications(projects(), {app("org.example.Editor")});
     b->addApplications(projects(), {app("org.example.Editor")});
     b->addPaths(projects(), {path(joined({"/w", "/1"}))});
     a->setColor(TRPSColor::greenColor());
-    TRActivity activity = activityWith(
-        [](TRActivity& x) { x.setPathComponents(QStringList{QStringLiteral("/w"), QStringLiteral("/1")}); });
+    TRActivity activity = activityWith([](TRActivity& x) {
+        x.setPathComponents(QStringList{u"/w"_s, u"/1"_s});
+    });
     TRASPathComponent* node = store().lastPathComponentForActivity(activity);
     TRASPathComponent* root = node->pathParent()->pathParent();
     EXPECT_EQ(projects().associatedProjects(*root), (std::vector<TRPSProject*>{a, b}));
@@ -189,13 +168,15 @@ TEST_F(ProjectStoreTest, RecordedNodesKnowTheirProjectsByName) {
 TEST_F(ProjectStoreTest, SampleProjectsHoldOnlyInstalledApplications) {
     class Installed final : public TRInstalledApplications {
     public:
-        std::optional<RunningApplication> applicationWithIdentifier(const QString& id) const override {
-            if (id != QLatin1String("org.gnome.Nautilus") && id != QLatin1String("com.apple.finder"))
+        std::optional<RunningApplication> applicationWithIdentifier(
+            const QString& id) const override {
+            if (id != QLatin1String("org.gnome.Nautilus") &&
+                id != QLatin1String("com.apple.finder"))
                 return std::nullopt;
             RunningApplication app;
             app.bundleIdentifier = id;
-            app.executablePath = QStringLiteral("/usr/bin/nautilus");
-            app.localizedName = QStringLiteral("Files");
+            app.executablePath = u"/usr/bin/nautilus"_s;
+            app.localizedName = u"Files"_s;
             return app;
         }
     };
@@ -205,7 +186,7 @@ TEST_F(ProjectStoreTest, SampleProjectsHoldOnlyInstalledApplications) {
     store.createSampleProjects();
     const auto created = TRPSProject::regularProjects(*store.managedObjectContext());
     ASSERT_EQ(created.size(), 1u);
-    EXPECT_EQ(created[0]->name(), QStringLiteral("File Management"));
+    EXPECT_EQ(created[0]->name(), u"File Management"_s);
     EXPECT_EQ(created[0]->color(), TRPSColor::whiteColor());
     EXPECT_EQ(created[0]->applications().size(), 2u);
 
@@ -215,7 +196,7 @@ TEST_F(ProjectStoreTest, SampleProjectsHoldOnlyInstalledApplications) {
 }
 
 TEST_F(ProjectStoreTest, BlacklistTestSeesAnotherConnectionsSaveAtTheNextCall) {
-    const RunningApplication secret = testApplication(QStringLiteral("org.example.Secret"));
+    const RunningApplication secret = testApplication(u"org.example.Secret"_s);
     const RunningApplication editor = testApplication();
     const QString inside = joined({"/home", "/secret", "/a.txt"});
     EXPECT_FALSE(projects().isBlacklisted(&secret, inside));
@@ -241,7 +222,8 @@ TEST_F(ProjectStoreTest, BlacklistTestSeesAnotherConnectionsSaveAtTheNextCall) {
         {nullptr, inside, true},
         {nullptr, QString(), false},
     };
-    for (const Case& c : cases) EXPECT_EQ(projects().isBlacklisted(c.app, c.path), c.blacklisted) << c.path.toStdString();
+    for (const Case& c : cases)
+        EXPECT_EQ(projects().isBlacklisted(c.app, c.path), c.blacklisted) << c.path.toStdString();
 
     blacklist->removeApplications(other, blacklist->applications());
     ASSERT_TRUE(other.save());

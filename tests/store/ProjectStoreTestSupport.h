@@ -29,6 +29,11 @@ protected:
         return *m_projects;
     }
     TRObjectContext& context() { return *projects().managedObjectContext(); }
+    // For table rows: no project store open and no files on disk.
+    void startProjectsAfresh() {
+        m_projects.reset();
+        startAfresh();
+    }
 
     // `seconds` of an application (by id) under the components, from 10:00.
     void record(const char* id, const QStringList& components, int seconds) {
@@ -49,10 +54,17 @@ protected:
     TRPSPath* path(const QString& pathString) {
         return TRPSPath::pathForPathString(context(), pathString, true);
     }
+    // Another program's statements on the project file.
+    void execOnProjectFile(const QString& sql) {
+        QDir().mkpath(dataFolder());
+        SqliteDatabase db;
+        db.open(dataFolder() + u"/ProjectStore.db"_s);
+        db.exec(sql);
+    }
     qint64 rows(const char* table) {
         SqliteDatabase db;
-        db.open(dataFolder() + QStringLiteral("/ProjectStore.db"), SqliteDatabase::Mode::ReadOnly);
-        return db.scalarInt(QStringLiteral("SELECT COUNT(*) FROM %1").arg(QLatin1String(table)));
+        db.open(dataFolder() + u"/ProjectStore.db"_s, SqliteDatabase::Mode::ReadOnly);
+        return db.scalarInt(u"SELECT COUNT(*) FROM %1"_s.arg(QLatin1String(table)));
     }
 
     std::unique_ptr<TRProjectStore> m_projects;

@@ -7,8 +7,7 @@ namespace {
 
 // One line of the dump: `seconds` under `path` in the given hour of 2024-03-05.
 QString line(int hour, const char* path, int seconds) {
-    return QStringLiteral("org.example.Editor%1 @2024-03-05T%2:00 %3")
-        .arg(QLatin1String(path))
+    return u"org.example.Editor%1 @2024-03-05T%2:00 %3"_s.arg(QLatin1String(path))
         .arg(hour)
         .arg(seconds);
 }
@@ -16,9 +15,9 @@ QString line(int hour, const char* path, int seconds) {
 using RecordingTest = StoreTest;
 
 TEST_F(RecordingTest, FilesSecondsByHourUnderComponentsAsSettingsAndBlacklistSay) {
-    const TRActivity a = onPath(QStringLiteral("/a"));
-    const TRActivity web = onPath(QStringLiteral("https://www.example.com:8443/a/b/c/d/e/f?x=1"));
-    m_blacklist->prefix = QStringLiteral("/Users");
+    const TRActivity a = onPath(u"/a"_s);
+    const TRActivity web = onPath(u"https://www.example.com:8443/a/b/c/d/e/f?x=1"_s);
+    m_blacklist->prefix = u"/Users"_s;
     const struct {
         const char* name;
         TRActivity activity;
@@ -44,19 +43,15 @@ TEST_F(RecordingTest, FilesSecondsByHourUnderComponentsAsSettingsAndBlacklistSay
          {line(10, "|example.com:8443|/a|/b|/c|/d|/e|/f|?x=1", 60)},
          -1},
         {"web address with level 0 goes to the root", web, 60, {line(10, "", 60)}, 0},
-        {"blacklisted path is dropped", onPath(QStringLiteral("/Users/a")), 60, {}},
-        {"other paths pass the blacklist",
-         onPath(QStringLiteral("/home/a")),
-         60,
-         {line(10, "|/home|/a", 60)}},
+        {"blacklisted path is dropped", onPath(u"/Users/a"_s), 60, {}},
+        {"other paths pass the blacklist", onPath(u"/home/a"_s), 60, {line(10, "|/home|/a", 60)}},
         {"no texts go to the root", activityWith([](TRActivity&) {}), 60, {line(10, "", 60)}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         startAfresh();
         QFile::remove(settingsPath());
-        if (c.maxURLTrackingLevel)
-            setSetting(QStringLiteral("maxURLTrackingLevel"), *c.maxURLTrackingLevel);
+        if (c.maxURLTrackingLevel) setSetting(u"maxURLTrackingLevel"_s, *c.maxURLTrackingLevel);
         record(c.activity, utc(2024, 3, 5, 10, 20), c.seconds);
         store().save();
         EXPECT_EQ(readBack(), c.expected);
@@ -67,26 +62,26 @@ TEST_F(RecordingTest, FilesSecondsByHourUnderComponentsAsSettingsAndBlacklistSay
 // no application or no valid interval is dropped; what the user entered by
 // hand goes to its own application.
 TEST_F(StoreTest, AddsRepeatedIntervalsToTheSameHourAndNode) {
-    record(onPath(QStringLiteral("/x/y")), utc(2024, 3, 5, 10, 0), 600);
+    record(onPath(u"/x/y"_s), utc(2024, 3, 5, 10, 0), 600);
     store().save();
-    record(onPath(QStringLiteral("/x/y")), utc(2024, 3, 5, 10, 20), 300);
+    record(onPath(u"/x/y"_s), utc(2024, 3, 5, 10, 20), 300);
     store().save();
     reopen();
-    record(onPath(QStringLiteral("/x/y")), utc(2024, 3, 5, 10, 30), 60);
-    record(onPath(QStringLiteral("/x/Y")), utc(2024, 3, 5, 10, 40), 5);
+    record(onPath(u"/x/y"_s), utc(2024, 3, 5, 10, 30), 60);
+    record(onPath(u"/x/Y"_s), utc(2024, 3, 5, 10, 40), 5);
     store().storeActivity(TRActivity(), utc(2024, 3, 5, 10), utc(2024, 3, 5, 11));
-    store().storeActivity(onPath(QStringLiteral("/z")), utc(2024, 3, 5, 11), utc(2024, 3, 5, 10));
-    store().storeActivity(onPath(QStringLiteral("/z")), QDateTime(), utc(2024, 3, 5, 10));
+    store().storeActivity(onPath(u"/z"_s), utc(2024, 3, 5, 11), utc(2024, 3, 5, 10));
+    store().storeActivity(onPath(u"/z"_s), QDateTime(), utc(2024, 3, 5, 10));
     TRActivity custom;
     custom.setApplication(TRNullApplication());
-    custom.setDocumentPath(QStringLiteral("Meeting/Planning"));
+    custom.setDocumentPath(u"Meeting/Planning"_s);
     record(custom, utc(2024, 3, 5, 9), 1800);
     store().save();
     EXPECT_EQ(readBack(), (QStringList{"info.mallowby.Vorlix.custom-activities|Meeting|/Planning "
                                        "@2024-03-05T09:00 1800",
                                        line(10, "|/x|/Y", 5), line(10, "|/x|/y", 960)}));
     EXPECT_EQ(TRASApplication::customActivitiesApplication(context())->title(),
-              QStringLiteral("Custom Activities"));
+              u"Custom Activities"_s);
 }
 
 TEST_F(StoreTest, FindsApplicationsByIdThenExecutableThenTitle) {
@@ -96,7 +91,7 @@ TEST_F(StoreTest, FindsApplicationsByIdThenExecutableThenTitle) {
             context(), text(id), text(executable), text(title), create);
     };
     TRASApplication* tool = find(nullptr, "/opt/tool/bin/tool", "Tool", true);
-    EXPECT_EQ(tool->executableName(), QStringLiteral("tool")) << "created with the file name";
+    EXPECT_EQ(tool->executableName(), u"tool"_s) << "created with the file name";
     TRASApplication* emptyId = find("", nullptr, "Y", true);
     EXPECT_NE(emptyId, tool) << "an empty id does not match a missing one";
     TRASApplication* titled = find("org.example.T", nullptr, nullptr, true);
@@ -106,14 +101,14 @@ TEST_F(StoreTest, FindsApplicationsByIdThenExecutableThenTitle) {
     // A found application gets what it lacks (the executable as given), and
     // is found by it before that is saved.
     EXPECT_EQ(find("org.example.T", "/usr/bin/t", "T", false), titled);
-    EXPECT_EQ(titled->executableName(), QStringLiteral("/usr/bin/t"));
+    EXPECT_EQ(titled->executableName(), u"/usr/bin/t"_s);
     EXPECT_EQ(find(nullptr, nullptr, "T", false), titled);
     EXPECT_EQ(find(nullptr, nullptr, nullptr, true), nullptr);
     EXPECT_EQ(find("org.example.None", nullptr, nullptr, false), nullptr);
 }
 
 TEST_F(StoreTest, OddTitlesRoundTripToTheSameNode) {
-    auto with = [](char16_t c) { return QStringLiteral("a") + QChar(c) + QStringLiteral("b"); };
+    auto with = [](char16_t c) { return u"a"_s + QChar(c) + u"b"_s; };
     const QString megabyte(1 << 20, QLatin1Char('x'));
     const struct {
         const char* name;
@@ -122,7 +117,8 @@ TEST_F(StoreTest, OddTitlesRoundTripToTheSameNode) {
     } cases[] = {
         {"lone high surrogate", with(0xD800), with(0xFFFD)},
         {"lone low surrogate", with(0xDC00), with(0xFFFD)},
-        {"noncharacters U+FFFE and U+FFFF", with(0xFFFE) + QChar(0xFFFF), with(0xFFFE) + QChar(0xFFFF)},
+        {"noncharacters U+FFFE and U+FFFF", with(0xFFFE) + QChar(0xFFFF),
+         with(0xFFFE) + QChar(0xFFFF)},
         {"leading byte-order mark", QChar(0xFEFF) + with(0), QChar(0xFEFF) + with(0)},
         {"NUL character", with(0), with(0)},
         {"private-use delimiter character", with(0xF8FF), with(0xF8FF)},
@@ -145,11 +141,11 @@ TEST_F(StoreTest, OddTitlesRoundTripToTheSameNode) {
 
 TEST_F(StoreTest, TenYearIntervalCreatesOneEventPerHour) {
     const qint64 hours = 87600;
-    record(onPath(QStringLiteral("/long")), utc(2030, 1, 1, 0, 30), int(hours * 3600));
+    record(onPath(u"/long"_s), utc(2030, 1, 1, 0, 30), int(hours * 3600));
     store().save();
-    EXPECT_EQ(scalar("SELECT COUNT(*) FROM HourlyEvent"), hours + 1);
-    EXPECT_EQ(scalar("SELECT SUM(duration) FROM HourlyEvent"), hours * 3600);
-    EXPECT_EQ(scalar("SELECT MAX(duration) FROM HourlyEvent"), 3600);
+    EXPECT_EQ(count("HourlyEvent"), hours + 1);
+    EXPECT_EQ(scalar(u"SELECT SUM(duration) FROM HourlyEvent"_s), hours * 3600);
+    EXPECT_EQ(scalar(u"SELECT MAX(duration) FROM HourlyEvent"_s), 3600);
 }
 
 // The zone is followed while the helper runs: the user may move it (no
@@ -168,7 +164,7 @@ TEST_F(StoreTest, SpreadsSecondsOverTheHoursOfTheZoneInForceAtRecording) {
         SCOPED_TRACE(c.zone);
         startAfresh();
         setenv("TZ", c.zone, 1);
-        record(onPath(QStringLiteral("/x")), utc(2024, 3, 5, 10), 7200);
+        record(onPath(u"/x"_s), utc(2024, 3, 5, 10), 7200);
         store().save();
         QStringList expected;
         for (const QString& hour : c.hours) expected.append("org.example.Editor|/x " + hour);

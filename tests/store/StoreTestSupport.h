@@ -9,6 +9,7 @@
 #include <QSettings>
 #include <QTemporaryDir>
 
+#include "fakes/QtTestPrinters.h"
 #include "store/activity/TRASApplication.h"
 #include "store/activity/TRASHourlyEvent.h"
 #include "store/activity/TRASPathComponent.h"
@@ -17,13 +18,7 @@
 #include "store/activity/TRStoreReporter.h"
 #include "store/graph/SqliteDatabase.h"
 
-// Readable failure messages for Qt strings.
-inline void PrintTo(const QString& s, std::ostream* os) {
-    *os << '"' << s.toStdString() << '"';
-}
-inline void PrintTo(const QStringList& l, std::ostream* os) {
-    for (const QString& s : l) *os << "\n  \"" << s.toStdString() << "\"";
-}
+using namespace Qt::Literals::StringLiterals;
 
 class RecordingReporter final : public TRStoreReporter {
 public:
@@ -46,12 +41,12 @@ inline QDateTime utc(int y, int mo, int d, int h, int mi = 0, int s = 0) {
     return QDateTime(QDate(y, mo, d), QTime(h, mi, s), Qt::UTC);
 }
 
-inline RunningApplication testApplication(const QString& id = QStringLiteral("org.example.Editor")) {
+inline RunningApplication testApplication(const QString& id = u"org.example.Editor"_s) {
     RunningApplication app;
     app.processIdentifier = 42;
     app.bundleIdentifier = id;
-    app.executablePath = QStringLiteral("/usr/bin/editor");
-    app.localizedName = QStringLiteral("Editor");
+    app.executablePath = u"/usr/bin/editor"_s;
+    app.localizedName = u"Editor"_s;
     return app;
 }
 
@@ -68,9 +63,9 @@ inline TRActivity onPath(const QString& path) {
 
 class StoreTest : public ::testing::Test {
 protected:
-    QString dataFolder() const { return m_dir.filePath(QStringLiteral("info.mallowby.Vorlix")); }
-    QString databasePath() const { return dataFolder() + QStringLiteral("/ActivityStore.db"); }
-    QString settingsPath() const { return m_dir.filePath(QStringLiteral("VorlixHelper.conf")); }
+    QString dataFolder() const { return m_dir.filePath(u"info.mallowby.Vorlix"_s); }
+    QString databasePath() const { return dataFolder() + u"/ActivityStore.db"_s; }
+    QString settingsPath() const { return m_dir.filePath(u"VorlixHelper.conf"_s); }
     void setSetting(const QString& key, const QVariant& value) {
         QSettings(settingsPath(), QSettings::IniFormat).setValue(key, value);
         // Two writes within the file's time stamp resolution look unchanged.
@@ -105,10 +100,13 @@ protected:
     }
 
     // One number from the file, read through a connection of its own.
-    qint64 scalar(const char* sql) {
+    qint64 scalar(const QString& sql) {
         SqliteDatabase db;
         if (db.open(databasePath(), SqliteDatabase::Mode::ReadOnly)) return -1;
-        return db.scalarInt(QLatin1String(sql));
+        return db.scalarInt(sql);
+    }
+    qint64 count(const char* table) {
+        return scalar(u"SELECT COUNT(*) FROM "_s + QLatin1String(table));
     }
     // The file as a fresh connection reads it: one line per hourly event,
     // "app|/a|/b @yyyy-MM-ddTHH:mm seconds" (the root shows as its

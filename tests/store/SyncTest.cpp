@@ -6,8 +6,8 @@
 
 namespace {
 
-const QString kHelper = QStringLiteral("info.mallowby.VorlixHelper");
-const QString kMain = QStringLiteral("info.mallowby.Vorlix");
+const QString kHelper = u"info.mallowby.VorlixHelper"_s;
+const QString kMain = u"info.mallowby.Vorlix"_s;
 const QString kDidSave = QString::fromLatin1(kDidSaveActivityStoreNotification);
 const QString kChanges = QString::fromLatin1(kContextDidSaveDistributedNotification);
 
@@ -54,9 +54,8 @@ TEST_F(SyncTest, WhatASaveSends) {
         int inProcess = 0;
         QObject::connect(s.get(), &TRActivityStore::didSaveActivityStore, s.get(),
                          [&] { ++inProcess; });
-        const QString uri =
-            QStringLiteral("x-vorlix://%1/").arg(s->managedObjectContext()->storeUuid());
-        if (c.change) s->storeActivity(onPath(QStringLiteral("/x")), m_now, m_now.addSecs(5));
+        const QString uri = u"x-vorlix://%1/"_s.arg(s->managedObjectContext()->storeUuid());
+        if (c.change) s->storeActivity(onPath(u"/x"_s), m_now, m_now.addSecs(5));
         if (c.call == Terminate)
             s->prepareForTermination();
         else
@@ -68,15 +67,14 @@ TEST_F(SyncTest, WhatASaveSends) {
         ASSERT_EQ(changes.size(), c.change ? 1u : 0u);
         if (!c.change) continue;
         EXPECT_EQ(m_bus->posted.front().name, kChanges) << "the change notification comes first";
-        EXPECT_EQ(changes[0].object, c.id + QStringLiteral("|||") + dataFolder());
-        const QStringList inserted{
-            uri + QStringLiteral("Application/p1"), uri + QStringLiteral("HourlyEvent/p1"),
-            uri + QStringLiteral("PathComponent/p1"), uri + QStringLiteral("PathComponent/p2")};
+        EXPECT_EQ(changes[0].object, c.id + u"|||"_s + dataFolder());
+        const QStringList inserted{uri + u"Application/p1"_s, uri + u"HourlyEvent/p1"_s,
+                                   uri + u"PathComponent/p1"_s, uri + u"PathComponent/p2"_s};
         EXPECT_EQ(changes[0].userInfo,
                   (DistributedNotificationCenter::UserInfo{
-                      {QStringLiteral("inserted"), inserted.join(QLatin1Char('\n')).toUtf8()},
-                      {QStringLiteral("updated"), QByteArray()},
-                      {QStringLiteral("deleted"), QByteArray()}}));
+                      {u"inserted"_s, inserted.join(QLatin1Char('\n')).toUtf8()},
+                      {u"updated"_s, QByteArray()},
+                      {u"deleted"_s, QByteArray()}}));
     }
 }
 
@@ -87,31 +85,30 @@ TEST_F(SyncTest, MergesOnlyNotificationsMeantForThisStoreAndLogsUnknownUris) {
     QObject::connect(main.get(), &TRActivityStore::remoteChangesMerged, main.get(),
                      [&] { ++merged; });
     const QString folder = dataFolder();
-    const QString sep = QStringLiteral("|||");
+    const QString sep = u"|||"_s;
     const struct {
         const char* name;
         QString object;
         int merges;
     } cases[] = {
-        {"three parts", kHelper + sep + folder + sep + QStringLiteral("x"), 0},
+        {"three parts", kHelper + sep + folder + sep + u"x"_s, 0},
         {"one part", kHelper, 0},
         {"our own identifier", kMain + sep + folder, 0},
-        {"the lite variant's folder", kHelper + sep + folder + QStringLiteral("-lite"), 0},
+        {"the lite variant's folder", kHelper + sep + folder + u"-lite"_s, 0},
         {"a folder with a trailing slash", kHelper + sep + folder + QLatin1Char('/'), 0},
         {"the helper on our folder", kHelper + sep + folder, 1},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         merged = 0;
-        postChanges(c.object, {{QStringLiteral("inserted"), QByteArray()}});
+        postChanges(c.object, {{u"inserted"_s, QByteArray()}});
         EXPECT_EQ(merged, c.merges);
     }
-    const QString missing = QStringLiteral("x-vorlix://%1/HourlyEvent/p999")
-                                .arg(main->managedObjectContext()->storeUuid());
-    const QString other = QStringLiteral("x-vorlix://OTHER/HourlyEvent/p1");
+    const QString missing =
+        u"x-vorlix://%1/HourlyEvent/p999"_s.arg(main->managedObjectContext()->storeUuid());
+    const QString other = u"x-vorlix://OTHER/HourlyEvent/p1"_s;
     postChanges(kHelper + sep + folder,
-                {{QStringLiteral("inserted"), (missing + '\n' + other).toUtf8()},
-                 {QStringLiteral("deleted"), "not a uri"}});
+                {{u"inserted"_s, (missing + '\n' + other).toUtf8()}, {u"deleted"_s, "not a uri"}});
     EXPECT_EQ(m_reporter->lines,
               (QStringList{"managed object with URI '" + missing + "' not found!",
                            "managed object with URI '" + other + "' not found!",
@@ -129,28 +126,28 @@ TEST_F(SyncTest, OurUnsavedValuesWinPerPropertyAndTheRestComesFromTheFile) {
         *main->managedObjectContext(), testApplication(), false);
     ASSERT_NE(mainApp, nullptr);
     mainApp->setApplescriptTrackingDisabledValue(true);  // unsaved in the main application
-    helperApp->setTitle(QStringLiteral("Renamed"));
+    helperApp->setTitle(u"Renamed"_s);
     helperApp->setApplescriptTrackingDisabledValue(false);
     helperApp->setCachedIcon("icon");
     helper->save();
     drainEvents();
-    EXPECT_EQ(mainApp->title(), QStringLiteral("Renamed"));
+    EXPECT_EQ(mainApp->title(), u"Renamed"_s);
     EXPECT_EQ(mainApp->cachedIcon(), QByteArray("icon"));
     EXPECT_TRUE(mainApp->applescriptTrackingDisabledValue()) << "our unsaved change is kept";
     main->save();
     TRASApplication* fresh =
         TRASApplication::applicationWithRunningApplication(context(), testApplication(), false);
     EXPECT_TRUE(fresh->applescriptTrackingDisabledValue());
-    EXPECT_EQ(fresh->title(), QStringLiteral("Renamed"));
+    EXPECT_EQ(fresh->title(), u"Renamed"_s);
 }
 
 TEST_F(SyncTest, DeletionsArriveAndRebuildTheNodeList) {
     auto helper = makeStore(kHelper);
     auto main = makeStore(kMain);
-    helper->storeActivity(onPath(QStringLiteral("/a/b")), m_now, m_now.addSecs(600));
+    helper->storeActivity(onPath(u"/a/b"_s), m_now, m_now.addSecs(600));
     helper->save();
     drainEvents();
-    TRASPathComponent* b = main->lastPathComponentForActivity(onPath(QStringLiteral("/a/b")));
+    TRASPathComponent* b = main->lastPathComponentForActivity(onPath(u"/a/b"_s));
     ASSERT_EQ(b->hourlyEvents().size(), 1u);
     TRASPathComponent* a = b->pathParent();
     EXPECT_EQ(main->allPathComponentsSortedByPathLevel().size(), 3u);
@@ -164,15 +161,15 @@ TEST_F(SyncTest, DeletionsArriveAndRebuildTheNodeList) {
 
 TEST_F(SyncTest, ARangeDeletionThatCannotReadSavesNothing) {
     auto helper = makeStore(kHelper);
-    helper->storeActivity(onPath(QStringLiteral("/a")), m_now, m_now.addSecs(600));
+    helper->storeActivity(onPath(u"/a"_s), m_now, m_now.addSecs(600));
     helper->save();
     m_bus->posted.clear();
     SqliteDatabase other;
     ASSERT_FALSE(other.open(databasePath()));
-    ASSERT_FALSE(other.exec(QStringLiteral("ALTER TABLE HourlyEvent RENAME TO Renamed")));
+    ASSERT_FALSE(other.exec(u"ALTER TABLE HourlyEvent RENAME TO Renamed"_s));
     helper->deleteEventsBetweenDate(TRASEventFilter{});
     ASSERT_EQ(m_reporter->presented.size(), 1u);
-    EXPECT_EQ(m_reporter->presented[0].domain, QStringLiteral("SQLite"));
+    EXPECT_EQ(m_reporter->presented[0].domain, u"SQLite"_s);
     EXPECT_TRUE(m_bus->posted.empty()) << "no save is announced";
 }
 
@@ -184,23 +181,21 @@ TEST_F(SyncTest, ABranchDeletedElsewhereParentFirstLeavesNoPointerToIt) {
     auto helper = makeStore(kHelper);
     auto main = makeStore(kMain);
     ASSERT_NE(helper->managedObjectContext(), nullptr);
-    main->storeActivity(onPath(QStringLiteral("/a/b")), m_now, m_now.addSecs(600));
+    main->storeActivity(onPath(u"/a/b"_s), m_now, m_now.addSecs(600));
     main->save();
     drainEvents();
-    TRASPathComponent* b = main->lastPathComponentForActivity(onPath(QStringLiteral("/a/b")));
+    TRASPathComponent* b = main->lastPathComponentForActivity(onPath(u"/a/b"_s));
     TRObjectContext& file = *main->managedObjectContext();
     // Parent first, and the child named twice.
-    const QString parentFirst = file.uriFor(*b->pathParent()) + QLatin1Char('\n') + file.uriFor(*b) +
-                                QLatin1Char('\n') + file.uriFor(*b);
-    postChanges(kMain + QStringLiteral("|||") + helper->applicationSupportDirectory(),
-                {{QStringLiteral("inserted"), {}},
-                 {QStringLiteral("updated"), {}},
-                 {QStringLiteral("deleted"), parentFirst.toUtf8()}});
+    const QString parentFirst = file.uriFor(*b->pathParent()) + QLatin1Char('\n') +
+                                file.uriFor(*b) + QLatin1Char('\n') + file.uriFor(*b);
+    postChanges(kMain + u"|||"_s + helper->applicationSupportDirectory(),
+                {{u"inserted"_s, {}}, {u"updated"_s, {}}, {u"deleted"_s, parentFirst.toUtf8()}});
     // The rows are still in the file: the helper reads them again.
     EXPECT_EQ(helper->allPathComponentsSortedByPathLevel().size(), 3u);
-    TRASPathComponent* again = helper->lastPathComponentForActivity(onPath(QStringLiteral("/a/b")));
+    TRASPathComponent* again = helper->lastPathComponentForActivity(onPath(u"/a/b"_s));
     ASSERT_NE(again, nullptr);
-    EXPECT_EQ(again->pathParent()->value(), QStringLiteral("/a"));
+    EXPECT_EQ(again->pathParent()->value(), u"/a"_s);
 }
 
 }  // namespace

@@ -17,22 +17,12 @@ namespace {
 constexpr char kPage[] = "http://127.0.0.1:8080/a.html";
 constexpr char kTools[] = "devtools://devtools/bundled/devtools_app.html";
 
-ScriptValue str(const char* s) {
-    return ScriptValue{QString::fromUtf8(s)};
-}
-ScriptValue url(const char* s) {
-    return ScriptValue{QUrl(QString::fromUtf8(s))};
-}
-ScriptValue ref(const char* s) {
-    return FakeScriptedApplication::referenceTo(QString::fromUtf8(s));
-}
-
 enum class Fault { None, NotRunning, StopsAnswering };
 
 struct BrowserCase {
     const TRApplicationInfoExtractor& extractor;
     const char* name;
-    std::vector<std::pair<const char*, ScriptValue>> answers;
+    Answers answers;
     const char* wantDocumentPath = nullptr;  // nullptr: the details are removed
     Fault fault = Fault::None;
     const char* windowTitle = "page - Chromium";
@@ -51,6 +41,7 @@ TEST(TRBrowserInfoExtractorsTest, RemoveTheDetailsOnEveryFailureAndInPrivateWind
     const auto& firefox = TRFirefoxInfoExtractor::instance();
     const auto& safari = TRSafariInfoExtractor::instance();
     const auto& opera = TROperaInfoExtractor::instance();
+    const auto none = Fault::None;
     const BrowserCase cases[] = {
         {chrome, "normal window: the active tab", {kNormal, kTab}, kPage},
         {chrome, "incognito window", {kIncognito, kTab}},
@@ -63,26 +54,21 @@ TEST(TRBrowserInfoExtractorsTest, RemoveTheDetailsOnEveryFailureAndInPrivateWind
          "tools, the page after a label",
          {kNormal, kToolsTab},
          "http://x/a b",
-         Fault::None,
+         none,
          "DevTools - http://x/a b"},
         {chrome,
          "today's tools: the window showing the page",
          {kNormal, kToolsTab, {"cwin[3].acTa.URL ", str("https://127.0.0.1:8080/a.html")}},
          "https://127.0.0.1:8080/a.html",
-         Fault::None,
+         none,
          "DevTools - 127.0.0.1:8080/a.html"},
         {chrome,
          "tools whose page is nowhere: their own address",
          {kNormal, kToolsTab},
          kTools,
-         Fault::None,
+         none,
          "DevTools - 127.0.0.1:8080/a.html"},
-        {chrome,
-         "incognito tools",
-         {kIncognito, kToolsTab},
-         nullptr,
-         Fault::None,
-         "DevTools - http://x/"},
+        {chrome, "incognito tools", {kIncognito, kToolsTab}, nullptr, none, "DevTools - http://x/"},
         {firefox, "normal window", {kNormal, kTab}, kPage},
         {firefox, "private window", {kIncognito, kTab}},
         {firefox, "stops answering (timeout)", {kNormal, kTab}, nullptr, Fault::StopsAnswering},
@@ -97,24 +83,17 @@ TEST(TRBrowserInfoExtractorsTest, RemoveTheDetailsOnEveryFailureAndInPrivateWind
     };
     for (const BrowserCase& c : cases) {
         SCOPED_TRACE(c.extractor.name().toStdString() + ": " + c.name);
-        FakeScriptingTargets scripting;
-        auto browser = scripting.application(300);
-        for (const auto& [reference, value] : c.answers) {
-            browser->answer(QString::fromUtf8(reference), value);
-        }
-        browser->setRunning(c.fault != Fault::NotRunning);
-        browser->setUnscriptable(c.fault == Fault::StopsAnswering);
-        TRExtractionContext context;
-        context.scriptingTargets = &scripting;
-        TRActivity activity = makeActivity(makeApplication(300, QStringLiteral("chromium")));
-        activity.setWindowTitle(QString::fromUtf8(c.windowTitle));
-        activity.setDocumentPath(QStringLiteral("http://from.the.tree/"));
-        c.extractor.writeDetailsForActivity(activity, context);
+        ScriptedContext scripted(300, c.answers);
+        scripted.application->setRunning(c.fault != Fault::NotRunning);
+        scripted.application->setUnscriptable(c.fault == Fault::StopsAnswering);
+        TRActivity activity = makeActivity(makeApplication(300, u"chromium"_s), q(c.windowTitle));
+        activity.setDocumentPath(u"http://from.the.tree/"_s);
+        c.extractor.writeDetailsForActivity(activity, scripted.context);
         ASSERT_NE(activity.runningApplication(), nullptr) << "the time stays the browser's";
-        if (c.wantDocumentPath == nullptr) {
-            EXPECT_FALSE(activity.details().has_value()) << activity.documentPath().toStdString();
-        } else {
-            EXPECT_EQ(activity.documentPath(), QString::fromUtf8(c.wantDocumentPath));
+        EXPECT_EQ(activity.details().has_value(), c.wantDocumentPath != nullptr)
+            << activity.documentPath().toStdString();
+        if (c.wantDocumentPath) {
+            EXPECT_EQ(activity.documentPath(), q(c.wantDocumentPath));
         }
     }
 }
@@ -141,9 +120,7 @@ TEST(TRBrowserInfoExtractorsTest, AWordAfterTheBrowsersNameMarksAPrivateWindow) 
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.window);
-        const auto mode = TRBrowserWindowMode::modeOfWindow(QString::fromUtf8(c.window),
-                                                            QString::fromUtf8(c.browser));
-        EXPECT_EQ(mode.value_or(QStringLiteral("unreadable")),
-                  c.mode ? QString::fromUtf8(c.mode) : QStringLiteral("unreadable"));
+        EXPECT_EQ(TRBrowserWindowMode::modeOfWindow(q(c.window), q(c.browser)),
+                  c.mode ? std::optional(q(c.mode)) : std::nullopt);
     }
 }

@@ -1,7 +1,9 @@
+// The worker-side step that reads the front window's title and document from
+// the accessibility tree and decides what outranks the window list.
+
 #include <gtest/gtest.h>
 
 #include "ExtractionFixture.h"
-#include "tracking/TRInfoExtractor.h"
 #include "tracking/TRInfoExtractorAccessibility.h"
 
 namespace {
@@ -10,23 +12,16 @@ constexpr qint32 kPid = 42;
 
 using Element = std::shared_ptr<FakeAccessibilityElement>;
 
-QString q(const char* s) {
-    return s ? QString::fromUtf8(s) : QString();
-}
-
 Element window(const char* title, const char* document = nullptr) {
     return FakeAccessibilityElement::window(q(title), q(document));
 }
 
 Element applicationWith(const Element& mainWindow, const Element& focusedWindow) {
     auto application = FakeAccessibilityElement::create();
-    application->set(QStringLiteral("AXRole"),
-                     QString::fromLatin1(AccessibilityRole::kApplication));
-    if (mainWindow)
-        application->set(QStringLiteral("AXMainWindow"), AccessibilityElementRef(mainWindow));
-    if (focusedWindow) {
-        application->set(QStringLiteral("AXFocusedWindow"), AccessibilityElementRef(focusedWindow));
-    }
+    application->set(u"AXRole"_s, QString::fromLatin1(AccessibilityRole::kApplication));
+    if (mainWindow) application->set(u"AXMainWindow"_s, AccessibilityElementRef(mainWindow));
+    if (focusedWindow)
+        application->set(u"AXFocusedWindow"_s, AccessibilityElementRef(focusedWindow));
     return application;
 }
 
@@ -40,43 +35,43 @@ struct TreeCase {
 
 class TRInfoExtractorAccessibilityTest : public ExtractionTest {
 protected:
-    // The worker-side step for an activity whose window list gave `listTitle`.
-    TRActivity complete(const Element& application, const char* listTitle = nullptr) {
-        if (application) m_accessibility.add(kPid, application);
-        TRActivity activity =
-            makeActivity(makeApplication(kPid, QStringLiteral("org.example.Editor")));
+    // The worker-side step for an activity of `pid` whose window list gave `listTitle`.
+    TRActivity complete(const char* listTitle, qint32 pid = kPid) {
+        TRActivity activity = makeActivity(makeApplication(pid, u"org.example.Editor"_s));
         if (listTitle) activity.setWindowTitle(q(listTitle));
         extractor().completeActivityFromAccessibility(activity);
         return activity;
     }
     void expectCompleted(const TreeCase& c) {
         SCOPED_TRACE(c.name);
-        const TRActivity activity = complete(c.application, c.listTitle);
-        EXPECT_EQ(activity.windowTitle(), q(c.wantTitle));
-        EXPECT_EQ(activity.windowTitle().isNull(), c.wantTitle == nullptr);
-        EXPECT_EQ(activity.documentPath(), q(c.wantDocument));
-        EXPECT_EQ(activity.documentPath().isNull(), c.wantDocument == nullptr);
+        m_accessibility.add(kPid, c.application);
+        const TRActivity activity = complete(c.listTitle);
+        expectTitleAndDocument(activity, c.wantTitle, c.wantDocument);
+    }
+    static void expectTitleAndDocument(const TRActivity& activity, const char* title,
+                                       const char* document) {
+        EXPECT_EQ(activity.windowTitle(), q(title));
+        EXPECT_EQ(activity.windowTitle().isNull(), title == nullptr);
+        EXPECT_EQ(activity.documentPath(), q(document));
+        EXPECT_EQ(activity.documentPath().isNull(), document == nullptr);
     }
 };
 
 TEST_F(TRInfoExtractorAccessibilityTest, LetsTheMainWindowWinAndTheFocusedWindowComplete) {
     auto noTitle = FakeAccessibilityElement::create();
-    noTitle->set(QStringLiteral("AXDocument"), QStringLiteral("file:///main.txt"));
+    noTitle->set(u"AXDocument"_s, u"file:///main.txt"_s);
     auto failingTitle = window("Hung");
-    failingTitle->failCopyOf(QStringLiteral("AXTitle"));
+    failingTitle->failCopyOf(u"AXTitle"_s);
     auto wrongKinds = FakeAccessibilityElement::create();
-    wrongKinds->set(QStringLiteral("AXTitle"), 3.0);
-    wrongKinds->set(QStringLiteral("AXDocument"), true);
+    wrongKinds->set(u"AXTitle"_s, 3.0);
+    wrongKinds->set(u"AXDocument"_s, true);
     auto notAnElement = FakeAccessibilityElement::create();
-    notAnElement->set(QStringLiteral("AXMainWindow"), QStringLiteral("a string"));
-    notAnElement->set(QStringLiteral("AXFocusedWindow"),
-                      AccessibilityElementRef(window("Focused")));
+    notAnElement->set(u"AXMainWindow"_s, u"a string"_s);
+    notAnElement->set(u"AXFocusedWindow"_s, AccessibilityElementRef(window("Focused")));
     auto same = window("Both", "file:///both.txt");
     // A sheet stands for the window it is attached to.
-    auto document = window("Report.odt", "file:///home/u/Report.odt");
-    auto sheet = FakeAccessibilityElement::sheetOn(document);
-    auto orphan = FakeAccessibilityElement::sheetOn(nullptr);
-    orphan->remove(QStringLiteral("AXParent"));
+    auto sheet = FakeAccessibilityElement::sheetOn(window("Report.odt", "file:///home/u/R.odt"));
+    const auto focused = window("Focused");
 
     const TreeCase cases[] = {
         {"the main window's title and document",
@@ -85,13 +80,12 @@ TEST_F(TRInfoExtractorAccessibilityTest, LetsTheMainWindowWinAndTheFocusedWindow
         {"the focused window fills what the main window lacks",
          applicationWith(window("Main"), window("Focused", "file:///f.txt")), nullptr, "Main",
          "file:///f.txt"},
-        {"a main window without a title", applicationWith(noTitle, window("Focused")), nullptr,
-         "Focused", "file:///main.txt"},
-        {"only a focused window", applicationWith(nullptr, window("Focused")), nullptr, "Focused",
-         nullptr},
+        {"a main window without a title", applicationWith(noTitle, focused), nullptr, "Focused",
+         "file:///main.txt"},
+        {"only a focused window", applicationWith(nullptr, focused), nullptr, "Focused", nullptr},
         {"the same window twice", applicationWith(same, same), nullptr, "Both", "file:///both.txt"},
-        {"a title whose read fails counts as absent",
-         applicationWith(failingTitle, window("Focused")), nullptr, "Focused", nullptr},
+        {"a title whose read fails counts as absent", applicationWith(failingTitle, focused),
+         nullptr, "Focused", nullptr},
         {"values of the wrong kind count as absent",
          applicationWith(wrongKinds, window("Focused", "file:///f.txt")), nullptr, "Focused",
          "file:///f.txt"},
@@ -100,26 +94,20 @@ TEST_F(TRInfoExtractorAccessibilityTest, LetsTheMainWindowWinAndTheFocusedWindow
         {"an empty title from the main window stands", applicationWith(window(""), window("F")),
          nullptr, "", nullptr},
         {"a sheet on a document window", applicationWith(sheet, nullptr), nullptr, "Report.odt",
-         "file:///home/u/Report.odt"},
+         "file:///home/u/R.odt"},
         {"a sheet on a sheet", applicationWith(FakeAccessibilityElement::sheetOn(sheet), nullptr),
-         nullptr, "Report.odt", "file:///home/u/Report.odt"},
-        {"a sheet without a window is skipped", applicationWith(orphan, window("Focused")), nullptr,
-         "Focused", nullptr},
-    };
-    for (const TreeCase& c : cases) expectCompleted(c);
-}
-
-TEST_F(TRInfoExtractorAccessibilityTest, OutranksTheWindowListOnlyWithATitleOrDocument) {
-    auto emptyBoth = window("", "");
-    const TreeCase cases[] = {
+         nullptr, "Report.odt", "file:///home/u/R.odt"},
+        {"a sheet without a window is skipped",
+         applicationWith(FakeAccessibilityElement::sheetOn(nullptr), focused), nullptr, "Focused",
+         nullptr},
+        // What outranks the window list's title.
         {"a title from the tree replaces the window list's",
          applicationWith(window("Tree"), nullptr), "List", "Tree", nullptr},
         {"a document alone: the window list was only the fallback",
-         applicationWith(FakeAccessibilityElement::window(QString(), q("https://example.org/")),
-                         nullptr),
-         "List", nullptr, "https://example.org/"},
-        {"empty answers keep the window list's title", applicationWith(emptyBoth, nullptr), "List",
-         "List", ""},
+         applicationWith(window(nullptr, "https://example.org/"), nullptr), "List", nullptr,
+         "https://example.org/"},
+        {"empty answers keep the window list's title", applicationWith(window("", ""), nullptr),
+         "List", "List", ""},
         {"empty answers stay when the window list had nothing",
          applicationWith(window(""), nullptr), nullptr, "", nullptr},
         {"no windows in the tree keep the window list's title", applicationWith(nullptr, nullptr),
@@ -128,44 +116,37 @@ TEST_F(TRInfoExtractorAccessibilityTest, OutranksTheWindowListOnlyWithATitleOrDo
     };
     for (const TreeCase& c : cases) {
         SetUp();
-        m_accessibility.add(kPid, nullptr);
         expectCompleted(c);
     }
 }
 
-TEST_F(TRInfoExtractorAccessibilityTest, KeepsTheLastAnswerWhileABusyApplicationShowsTheSameWindow) {
-    struct Case {
+TEST_F(TRInfoExtractorAccessibilityTest,
+       KeepsTheLastAnswerWhileABusyApplicationShowsTheSameWindow) {
+    const struct {
         const char* name;
         const char* listTitleWhileBusy;
         bool accessibilityOn;
         qint32 pidWhileBusy;
-        const char* wantDocument;
         const char* wantTitle;
+        const char* wantDocument;
+    } cases[] = {
+        {"same window of the same process", "Page - Browser", true, kPid, "Page",
+         "https://a.test/"},
+        {"the window list shows another window", "Other - Browser", true, kPid, "Other - Browser",
+         nullptr},
+        {"another process", "Page - Browser", true, kPid + 1, "Page - Browser", nullptr},
+        {"accessibility switched off", "Page - Browser", false, kPid, "Page - Browser", nullptr},
     };
-    const Case cases[] = {
-        {"same window of the same process", "Page - Browser", true, kPid, "https://a.test/",
-         "Page"},
-        {"the window list shows another window", "Other - Browser", true, kPid, nullptr,
-         "Other - Browser"},
-        {"another process", "Page - Browser", true, kPid + 1, nullptr, "Page - Browser"},
-        {"accessibility switched off", "Page - Browser", false, kPid, nullptr, "Page - Browser"},
-    };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         m_accessibility.setEnabled(true);
-        const TRActivity answered =
-            complete(applicationWith(window("Page", "https://a.test/"), nullptr), "Page - Browser");
-        ASSERT_EQ(answered.documentPath(), QStringLiteral("https://a.test/"));
+        m_accessibility.add(kPid, applicationWith(window("Page", "https://a.test/"), nullptr));
+        ASSERT_EQ(complete("Page - Browser").documentPath(), u"https://a.test/"_s);
 
         m_accessibility.add(kPid, nullptr);  // busy: no application element this tick
         m_accessibility.setEnabled(c.accessibilityOn);
-        TRActivity busy =
-            makeActivity(makeApplication(c.pidWhileBusy, QStringLiteral("org.example.Editor")));
-        busy.setWindowTitle(q(c.listTitleWhileBusy));
-        extractor().completeActivityFromAccessibility(busy);
-        EXPECT_EQ(busy.documentPath(), q(c.wantDocument));
-        EXPECT_EQ(busy.documentPath().isNull(), c.wantDocument == nullptr);
-        EXPECT_EQ(busy.windowTitle(), q(c.wantTitle));
+        expectTitleAndDocument(complete(c.listTitleWhileBusy, c.pidWhileBusy), c.wantTitle,
+                               c.wantDocument);
     }
 }
 

@@ -22,16 +22,16 @@ TEST_F(TrackingTest, IntervalEndsWhenFrontActivityChanges) {
         bool ends;
     };
     const auto a = [](const QString& title) {
-        return FakeActivitySource::activityFor(101, QStringLiteral("xterm"), title);
+        return FakeActivitySource::activityFor(101, u"xterm"_s, title);
     };
     const Case cases[] = {
-        {"same process, same title", a(QStringLiteral("~")), a(QStringLiteral("~")), false},
-        {"same process, new window title", a(QStringLiteral("~")), a(QStringLiteral("/tmp")), true},
-        {"another launch of the same program", a(QStringLiteral("~")),
-         FakeActivitySource::activityFor(102, QStringLiteral("xterm"), QStringLiteral("~")), true},
-        {"an untracked application comes to the front", a(QStringLiteral("~")), std::nullopt, true},
+        {"same process, same title", a(u"~"_s), a(u"~"_s), false},
+        {"same process, new window title", a(u"~"_s), a(u"/tmp"_s), true},
+        {"another launch of the same program", a(u"~"_s),
+         FakeActivitySource::activityFor(102, u"xterm"_s, u"~"_s), true},
+        {"an untracked application comes to the front", a(u"~"_s), std::nullopt, true},
         {"untracked twice in a row", std::nullopt, std::nullopt, false},
-        {"tracked after untracked", std::nullopt, a(QStringLiteral("~")), false},
+        {"tracked after untracked", std::nullopt, a(u"~"_s), false},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -43,10 +43,10 @@ TEST_F(TrackingTest, IntervalEndsWhenFrontActivityChanges) {
         activeSeconds(4);
         source.setFront(c.next);
         activeSeconds(1);
-        ASSERT_EQ(recorder.stored().size(), c.ends ? 1u : 0u);
-        if (c.ends) {
-            expectInterval(0, 101, start, clock.now());
-        }
+        if (c.ends)
+            expectStored({{101, start, clock.now()}});
+        else
+            EXPECT_TRUE(recorder.stored().empty());
         if (c.next) {
             EXPECT_EQ(logger->previousActivityStartDate(),
                       c.ends || !c.first ? clock.now() : start);
@@ -55,26 +55,22 @@ TEST_F(TrackingTest, IntervalEndsWhenFrontActivityChanges) {
 }
 
 TEST_F(TrackingTest, NewDocumentUnderSameWindowTitleEndsInterval) {
-    source.setExtractedDetails(
-        detailsWith(QStringLiteral("/home/u/a.txt"), QStringLiteral("Editor")));
+    source.setExtractedDetails(detailsWith(u"/home/u/a.txt"_s, u"Editor"_s));
     startOn(appC());
     const QDateTime start = clock.now();
     activeSeconds(3);
     EXPECT_TRUE(recorder.stored().empty());
-    source.setExtractedDetails(
-        detailsWith(QStringLiteral("/home/u/b.txt"), QStringLiteral("Editor")));
+    source.setExtractedDetails(detailsWith(u"/home/u/b.txt"_s, u"Editor"_s));
     activeSeconds(1);
-    ASSERT_EQ(recorder.stored().size(), 1u);
-    expectInterval(0, 303, start, clock.now());
-    EXPECT_EQ(recorder.stored()[0].activity.documentPath(), QStringLiteral("/home/u/a.txt"));
+    expectStored({{303, start, clock.now()}});
+    EXPECT_EQ(recorder.stored()[0].activity.documentPath(), u"/home/u/a.txt"_s);
 }
 
 // Where the user switched scripted tracking off for an application, nothing
 // its extractor would find is recorded; other applications still get it.
 TEST_F(TrackingTest, ExtractorSkippedWhereUserSwitchedItOff) {
-    recorder.disableExtractionFor(QStringLiteral("chromium"));
-    source.setExtractedDetails(
-        detailsWith(QStringLiteral("/home/u/a.txt"), QStringLiteral("Editor")));
+    recorder.disableExtractionFor(u"chromium"_s);
+    source.setExtractedDetails(detailsWith(u"/home/u/a.txt"_s, u"Editor"_s));
     startOn(appB());
     activeSeconds(2);
     source.setFront(appA());
@@ -82,7 +78,7 @@ TEST_F(TrackingTest, ExtractorSkippedWhereUserSwitchedItOff) {
     logger->endTracking();
     ASSERT_EQ(recorder.stored().size(), 2u);
     EXPECT_TRUE(recorder.stored()[0].activity.documentPath().isNull());
-    EXPECT_EQ(recorder.stored()[1].activity.documentPath(), QStringLiteral("/home/u/a.txt"));
+    EXPECT_EQ(recorder.stored()[1].activity.documentPath(), u"/home/u/a.txt"_s);
 }
 
 TEST_F(TrackingTest, DetailsRemovedByExtractorStillCount) {
@@ -92,8 +88,7 @@ TEST_F(TrackingTest, DetailsRemovedByExtractorStillCount) {
     activeSeconds(3);
     source.setFront(appB());
     activeSeconds(1);
-    ASSERT_EQ(recorder.stored().size(), 1u);
-    expectInterval(0, 101, start, clock.now());
+    expectStored({{101, start, clock.now()}});
     EXPECT_FALSE(recorder.stored()[0].activity.details().has_value());
 }
 
@@ -102,7 +97,7 @@ TEST_F(TrackingTest, DetailsRemovedByExtractorStillCount) {
 // to the application switched to.
 TEST_F(TrackingTest, SwitchIsDatedWhenTickSawItNotWhenExtractorFinished) {
     for (const double extractorSeconds : {0.0, 0.4, 2.5, 9.0}) {
-        SCOPED_TRACE(QStringLiteral("extractor takes %1 s").arg(extractorSeconds).toStdString());
+        SCOPED_TRACE(u"extractor takes %1 s"_s.arg(extractorSeconds).toStdString());
         restart();
         startOn(appA());
         const QDateTime start = logger->previousActivityStartDate();
@@ -118,8 +113,6 @@ TEST_F(TrackingTest, SwitchIsDatedWhenTickSawItNotWhenExtractorFinished) {
         waitForDecision();
         activeSeconds(3);
         logger->endTracking();
-        ASSERT_EQ(recorder.stored().size(), 2u);
-        expectInterval(0, 101, start, seen);
-        expectInterval(1, 202, seen, clock.now());
+        expectStored({{101, start, seen}, {202, seen, clock.now()}});
     }
 }

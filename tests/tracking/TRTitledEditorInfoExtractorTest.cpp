@@ -13,16 +13,12 @@
 #include "tracking/TRTitledEditorInfoExtractor.h"
 
 namespace {
-
 constexpr qint32 kEditor = 400;
-
-QString q(const char* s) { return QString::fromUtf8(s); }
-
 }  // namespace
 
 TEST(TRTitledEditorInfoExtractorTest, EachTitleShapeGivesTheFileFirst) {
-    const QString cwd = QStringLiteral("/work/proj");
-    const QString home = QStringLiteral("/home/ann");
+    const QString cwd = u"/work/proj"_s;
+    const QString home = u"/home/ann"_s;
     const struct {
         const char* title;
         const char* want;  // the first candidate; null: no shape
@@ -40,14 +36,14 @@ TEST(TRTitledEditorInfoExtractorTest, EachTitleShapeGivesTheFileFirst) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.title);
         const QStringList got = TRTitledEditorInfoExtractor::candidateFiles(q(c.title), cwd, home);
-        EXPECT_EQ(got.value(0), c.want ? q(c.want) : QString());
+        EXPECT_EQ(got.value(0), q(c.want));
     }
 }
 
 TEST(TRTitledEditorInfoExtractorTest, WritesOnlyAFileThatExists) {
     QTemporaryDir dir;
-    ASSERT_TRUE(QDir(dir.path()).mkpath(QStringLiteral("src")));
-    QFile file(dir.path() + QStringLiteral("/src/main.c"));
+    ASSERT_TRUE(QDir(dir.path()).mkpath(u"src"_s));
+    QFile file(dir.path() + u"/src/main.c"_s);
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     file.close();
     FakeProcessSource processes;
@@ -56,15 +52,13 @@ TEST(TRTitledEditorInfoExtractorTest, WritesOnlyAFileThatExists) {
     context.processes = &processes;
 
     auto documentFor = [&](const QString& title) {
-        TRActivity activity = makeActivity(makeApplication(kEditor, QStringLiteral("mousepad")));
-        activity.setWindowTitle(title);
+        TRActivity activity = makeActivity(makeApplication(kEditor, u"mousepad"_s), title);
         TRTitledEditorInfoExtractor::instance().writeDetailsForActivity(activity, context);
         return activity.documentPath();
     };
-    EXPECT_EQ(documentFor(QStringLiteral("src/main.c - Mousepad")),
-              QUrl::fromLocalFile(file.fileName()).toString(QUrl::FullyEncoded));
-    EXPECT_EQ(documentFor(QStringLiteral("main.c (%1/src) - gedit").arg(dir.path())),
-              QUrl::fromLocalFile(file.fileName()).toString(QUrl::FullyEncoded));
-    EXPECT_TRUE(documentFor(QStringLiteral("src/gone.c - Mousepad")).isNull());
-    EXPECT_TRUE(documentFor(QStringLiteral("src - Mousepad")).isNull());
+    const QString found = QUrl::fromLocalFile(file.fileName()).toString(QUrl::FullyEncoded);
+    EXPECT_EQ(documentFor(u"src/main.c - Mousepad"_s), found);
+    EXPECT_EQ(documentFor(u"main.c (%1/src) - gedit"_s.arg(dir.path())), found);
+    EXPECT_TRUE(documentFor(u"src/gone.c - Mousepad"_s).isNull());
+    EXPECT_TRUE(documentFor(u"src - Mousepad"_s).isNull());
 }

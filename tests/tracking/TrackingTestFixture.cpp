@@ -15,7 +15,7 @@ void TrackingTest::SetUp() {
     dependencies.clock = &clock;
     dependencies.statusMenu = &menu;
     dependencies.powerAndSessionEvents = &events;
-    settings = std::make_unique<TRSettings>(settingsDir.filePath(QStringLiteral("VorlixHelper.conf")));
+    settings = std::make_unique<TRSettings>(settingsDir.filePath(u"VorlixHelper.conf"_s));
     dependencies.settings = settings.get();
     dependencies.runTimers = false;
     logger = std::make_unique<TRInfoLogger>(std::move(dependencies));
@@ -28,7 +28,7 @@ void TrackingTest::TearDown() {
 
 void TrackingTest::restart() {
     TearDown();
-    QFile::remove(settingsDir.filePath(QStringLiteral("VorlixHelper.conf")));
+    QFile::remove(settingsDir.filePath(u"VorlixHelper.conf"_s));
     recorder = FakeActivityRecorder();
     menu = FakeStatusMenu();
     source.reset();
@@ -36,7 +36,7 @@ void TrackingTest::restart() {
 }
 
 void TrackingTest::setSetting(const QString& key, const QVariant& value) {
-    QSettings file(settingsDir.filePath(QStringLiteral("VorlixHelper.conf")), QSettings::IniFormat);
+    QSettings file(settingsDir.filePath(u"VorlixHelper.conf"_s), QSettings::IniFormat);
     file.setValue(key, value);
     file.sync();
     // Two writes within the file's time stamp resolution look unchanged.
@@ -78,4 +78,11 @@ void TrackingTest::expectInterval(size_t index, qint32 pid, const QDateTime& sta
     EXPECT_EQ(interval.activity.processIdentifier(), pid);
     EXPECT_EQ(interval.start, start);
     EXPECT_EQ(interval.stop, stop);
+}
+
+void TrackingTest::expectStored(std::initializer_list<Interval> intervals) {
+    ASSERT_EQ(recorder.stored().size(), intervals.size());
+    size_t index = 0;
+    for (const Interval& interval : intervals)
+        expectInterval(index++, interval.pid, interval.start, interval.stop);
 }

@@ -18,6 +18,8 @@
 #include "fakes/SimulatedClock.h"
 #include "tracking/TRInfoLogger.h"
 
+using namespace Qt::Literals::StringLiterals;
+
 class TrackingTest : public ::testing::Test {
 protected:
     void SetUp() override;
@@ -43,10 +45,16 @@ protected:
     void startOn(const TRActivity& activity);
     // Checks one stored interval by process, start and stop.
     void expectInterval(size_t index, qint32 pid, const QDateTime& start, const QDateTime& stop);
+    struct Interval {
+        qint32 pid;
+        QDateTime start, stop;
+    };
+    // Checks that exactly these intervals were stored, in this order.
+    void expectStored(std::initializer_list<Interval> intervals);
 
-    static TRActivity appA() { return FakeActivitySource::activityFor(101, QStringLiteral("xterm")); }
-    static TRActivity appB() { return FakeActivitySource::activityFor(202, QStringLiteral("chromium")); }
-    static TRActivity appC() { return FakeActivitySource::activityFor(303, QStringLiteral("mousepad")); }
+    static TRActivity appA() { return FakeActivitySource::activityFor(101, u"xterm"_s); }
+    static TRActivity appB() { return FakeActivitySource::activityFor(202, u"chromium"_s); }
+    static TRActivity appC() { return FakeActivitySource::activityFor(303, u"mousepad"_s); }
 
     QTemporaryDir settingsDir;
     std::unique_ptr<TRSettings> settings;

@@ -30,6 +30,24 @@ TEST_F(StatusMenuTest, TodaysTotalIsReadWhenTheMenuOpens) {
     EXPECT_FALSE(today->isEnabled());
 }
 
+// On GNOME without our Shell extension the menu tells how to enable it, in
+// lines that cannot be chosen; elsewhere it says nothing of it.
+TEST_F(StatusMenuTest, SaysHowToEnableTheGnomeShellExtensionOnlyWhenItIsOff) {
+    for (const bool off : {true, false}) {
+        SCOPED_TRACE(off ? "extension off" : "another source");
+        QStringList advice;
+        for (const QAction* item : makeDelegate(off).statusMenu()->actions()) {
+            if (!item->text().contains(QStringLiteral("Shell extension")) &&
+                !item->text().contains(QLatin1String(kGnomeShellExtensionEnableCommand))) {
+                continue;
+            }
+            EXPECT_FALSE(item->isEnabled());
+            advice << item->text();
+        }
+        EXPECT_EQ(advice.size(), off ? 2 : 0) << advice.join(QLatin1Char('\n')).toStdString();
+    }
+}
+
 TEST_F(StatusMenuTest, LoginItemBelongsToTheHelperAtItsPath) {
     const QString here = QStringLiteral("/opt/vorlix/lib/vorlix-helper");
     const QString moved = QStringLiteral("/home/me/Apps/vorlix helper/vorlix-helper");

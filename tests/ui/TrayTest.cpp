@@ -6,25 +6,18 @@
 
 #include <gtest/gtest.h>
 
-#include <QCoreApplication>
 #include <QDBusArgument>
 #include <QDBusMessage>
 #include <QDBusVariant>
-#include <QDeadlineTimer>
-#include <QDir>
-#include <QFile>
-#include <QProcess>
 #include <QSettings>
-#include <QTemporaryDir>
-#include <QThread>
 #include <csignal>
 #include <functional>
+#include <memory>
 #include <string_view>
 
+#include "harness/DesktopTest.h"
+#include "harness/HelperProcess.h"
 #include "harness/PrivateDBus.h"
-#include <memory>
-
-#include "harness/DisposableDesktop.h"
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -67,106 +60,47 @@ void readLayout(const QDBusArgument& node, std::vector<MenuEntry>& entries) {
     for (const QDBusArgument& child : children) readLayout(child, entries);
 }
 
-bool waitFor(const std::function<bool()>& condition, int timeoutMs = 10000) {
-    for (QDeadlineTimer deadline(timeoutMs); !condition(); QThread::msleep(25)) {
-        if (deadline.hasExpired()) return false;
-    }
-    return true;
+bool waitFor(const std::function<bool()>& condition) {
+    return DisposableDesktop::waitUntil(condition, 10000, 25);
 }
 
 class TrayTest : public ::testing::Test {
 protected:
     void SetUp() override {
+        REQUIRE_DESKTOP();
         QString whyNot;
-        m_desktop = DisposableDesktop::start(&whyNot);
-        if (!m_desktop || !m_bus.start(&whyNot)) GTEST_SKIP() << whyNot.toStdString();
-        if (m_xembedPanel && !startTrayer()) GTEST_SKIP() << "trayer is not installed";
-        if (!m_xembedPanel && !m_bus.startMock(kWatcher,
-                                               {u"--template"_s, u"" VORLIX_TEST_HARNESS_DIR
-                                                                 "/status_notifier_watcher.py"_s},
-                                               &whyNot)) {
+        if (!m_bus.start(&whyNot)) GTEST_SKIP() << whyNot.toStdString();
+        if (m_xembedPanel) {
+            REQUIRE_TOOL("trayer");
+            g_desktop->startProgram(u"trayer"_s, {u"--edge"_s, u"bottom"_s, u"--height"_s, u"32"_s});
+            ASSERT_TRUE(waitFor([this] { return windowTree().contains(u"(\"panel\" \"trayer\")"_s); }));
+        } else if (!m_bus.startMock(kWatcher, {u"--template"_s, u"" VORLIX_TEST_HARNESS_DIR "/status_notifier_watcher.py"_s},
+                                    &whyNot)) {
             GTEST_SKIP() << whyNot.toStdString();
         }
-        QDir home(m_home.path());
-        ASSERT_TRUE(home.mkpath(u"config/info.mallowby.Vorlix"_s) && home.mkpath(u"runtime"_s));
-        QFile::setPermissions(home.filePath(u"runtime"_s), QFileDevice::ReadOwner |
-                                                               QFileDevice::WriteOwner |
-                                                               QFileDevice::ExeOwner);
         // Both start-up questions answered for good; away after 3 s.
-        QFile conf(settingsPath());
-        ASSERT_TRUE(conf.open(QIODevice::WriteOnly));
-        conf.write(
-            "[General]\ndontAskToLaunchAtLogin=true\ndontNotifyAboutDisabledAccessibilityAPI=true\n"
-            "idleTimeThresholdForSuspendingTracking=3\n");
-        conf.close();
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        for (const char* name :
-             {"WAYLAND_DISPLAY", "XDG_SESSION_ID", "XDG_CURRENT_DESKTOP", "QT_QPA_PLATFORMTHEME",
-              "QT_LOGGING_RULES", "AT_SPI_BUS_ADDRESS"}) {
-            environment.remove(QString::fromLatin1(name));
-        }
-        const std::pair<QString, QString> settings[] = {
-            {u"QT_QPA_PLATFORM"_s, u"xcb"_s},
-            {u"DISPLAY"_s, m_desktop->display()},
-            {u"DBUS_SESSION_BUS_ADDRESS"_s, m_bus.address()},
-            {u"DBUS_SYSTEM_BUS_ADDRESS"_s, "unix:path="_L1 + home.filePath(u"no-bus"_s)},
-            {u"HOME"_s, home.path()},
-            {u"XDG_RUNTIME_DIR"_s, home.filePath(u"runtime"_s)},
-            {u"XDG_CONFIG_HOME"_s, home.filePath(u"config"_s)},
-            {u"XDG_DATA_HOME"_s, home.filePath(u"data"_s)},
-            {u"XDG_CACHE_HOME"_s, home.filePath(u"cache"_s)}};
-        for (const auto& [name, value] : settings) environment.insert(name, value);
-        m_helper.setProcessEnvironment(environment);
-        m_helper.setProcessChannelMode(QProcess::MergedChannels);
-        m_helper.start(u"" VORLIX_HELPER_PATH ""_s, {});
-        ASSERT_TRUE(m_helper.waitForStarted(5000));
-        ASSERT_TRUE(waitFor([this] { return log().contains(u"status item shown"_s); }))
-            << log().toStdString();
+        ASSERT_TRUE(HelperProcess::writeSettings(config(), "idleTimeThresholdForSuspendingTracking=3\n"));
+        QProcessEnvironment environment = HelperProcess::isolated(g_desktop->environment());
+        environment.insert(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
+        environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, m_bus.address());
+        m_helper = std::make_unique<HelperProcess>(environment);
+        ASSERT_TRUE(m_helper->waitForOutput(u"status item shown"_s)) << m_helper->errors().toStdString();
         if (m_xembedPanel) return;
         ASSERT_TRUE(waitFor([this] { return !(m_item = itemService()).isEmpty(); }));
         m_menuPath = property(u"Menu"_s).value<QDBusObjectPath>().path();
     }
 
     void TearDown() override {
-        if (m_trayer.state() != QProcess::NotRunning) {
-            m_trayer.terminate();
-            m_trayer.waitForFinished(2000);
+        if (m_helper) {
+            EXPECT_TRUE(m_helper->stopsCleanlyOn(SIGTERM)) << m_helper->errors().toStdString();
         }
-        if (m_helper.state() == QProcess::NotRunning) return;
-        ::kill(static_cast<pid_t>(m_helper.processId()), SIGTERM);
-        EXPECT_TRUE(m_helper.waitForFinished(10000));
-        EXPECT_EQ(m_helper.exitCode(), 0) << log().toStdString();
     }
 
-    QString settingsPath() const {
-        return m_home.filePath(u"config/info.mallowby.Vorlix/VorlixHelper.conf"_s);
-    }
-    QString autostartEntry() const {
-        return m_home.filePath(u"config/autostart/info.mallowby.VorlixHelper.desktop"_s);
-    }
-    QString log() {
-        if (m_helper.state() == QProcess::Running) m_helper.waitForReadyRead(10);
-        return m_log += QString::fromUtf8(m_helper.readAll());
-    }
-    // Runs a program on the test display and returns what it printed.
-    QString runOnDisplay(QProcess& process, const QString& program, const QStringList& arguments) {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(u"DISPLAY"_s, m_desktop->display());
-        process.setProcessEnvironment(environment);
-        process.start(program, arguments);
-        if (&process == &m_trayer) return process.waitForStarted(5000) ? u"started"_s : QString();
-        process.waitForFinished(5000);
-        return QString::fromUtf8(process.readAllStandardOutput());
-    }
+    static QString config() { return g_desktop->environment().value(u"XDG_CONFIG_HOME"_s); }
     QString windowTree() {
-        QProcess xwininfo;
-        return runOnDisplay(xwininfo, u"xwininfo"_s, {u"-root"_s, u"-tree"_s});
-    }
-    bool startTrayer() {
-        return !runOnDisplay(m_trayer, u"trayer"_s,
-                             {u"--edge"_s, u"bottom"_s, u"--height"_s, u"32"_s})
-                    .isEmpty() &&
-               waitFor([this] { return windowTree().contains(u"(\"panel\" \"trayer\")"_s); });
+        QByteArray tree;
+        g_desktop->run(u"xwininfo"_s, {u"-root"_s, u"-tree"_s}, &tree);
+        return QString::fromUtf8(tree);
     }
     // The bus name of the item the helper registered with the watcher.
     QString itemService() {
@@ -216,10 +150,6 @@ protected:
         }
         return nullptr;
     }
-    void moveMouse() {
-        QProcess xdotool;
-        runOnDisplay(xdotool, u"xdotool"_s, {u"mousemove"_s, u"40"_s, u"50"_s});
-    }
     void click(const QString& label) {
         const std::vector<MenuEntry> entries = openMenu();
         const MenuEntry* entry = find(entries, label);
@@ -229,12 +159,9 @@ protected:
     }
 
     bool m_xembedPanel = false;
-    std::unique_ptr<DisposableDesktop> m_desktop;
-    QProcess m_trayer;
     PrivateDBus m_bus{PrivateDBus::Type::Session};
-    QTemporaryDir m_home;
-    QProcess m_helper;
-    QString m_log, m_item, m_menuPath;
+    std::unique_ptr<HelperProcess> m_helper;
+    QString m_item, m_menuPath;
 };
 
 TEST_F(TrayTest, MenuAndIconFollowTheStateAndClicksChangeIt) {
@@ -251,7 +178,7 @@ TEST_F(TrayTest, MenuAndIconFollowTheStateAndClicksChangeIt) {
     } steps[] = {
         // clang-format off
         {"no input since the start", [] {}, away, "Enable Private Mode", false, false},
-        {"the user moves the mouse", [this] { moveMouse(); }, tracking, "Enable Private Mode", false, false},
+        {"the user moves the mouse", [] { g_desktop->movePointer(40, 50); }, tracking, "Enable Private Mode", false, false},
         {"private mode on", [this] { click(u"Enable Private Mode"_s); }, privateMode, "Disable Private Mode", false, false},
         {"launch at login on", [this] { click(u"Launch at Login"_s); }, privateMode, "Disable Private Mode", true, false},
         {"ask after idle on", [this] { click(u"Ask What I Did While Away"_s); }, privateMode, "Disable Private Mode", true, true},
@@ -276,8 +203,11 @@ TEST_F(TrayTest, MenuAndIconFollowTheStateAndClicksChangeIt) {
         }
         EXPECT_EQ(find(entries, u"Launch at Login"_s)->checked, s.launchAtLogin);
         EXPECT_EQ(find(entries, u"Ask What I Did While Away"_s)->checked, s.askAfterIdle);
-        EXPECT_EQ(QFile::exists(autostartEntry()), s.launchAtLogin);
-        EXPECT_EQ(QSettings(settingsPath(), QSettings::IniFormat).value(u"askAfterIdle"_s).toBool(),
+        EXPECT_EQ(QFile::exists(config() + u"/autostart/info.mallowby.VorlixHelper.desktop"_s),
+                  s.launchAtLogin);
+        EXPECT_EQ(QSettings(config() + u"/info.mallowby.Vorlix/VorlixHelper.conf"_s, QSettings::IniFormat)
+                      .value(u"askAfterIdle"_s)
+                      .toBool(),
                   s.askAfterIdle);
     }
 }
@@ -313,7 +243,5 @@ TEST_F(XEmbedTrayTest, IconIsEmbeddedInThePanel) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    QCoreApplication application(argc, argv);
-    ::testing::InitGoogleTest(&argc, argv);
-    return RUN_ALL_TESTS();
+    return runOnDesktop(argc, argv, [] { return RUN_ALL_TESTS(); });
 }

@@ -99,8 +99,9 @@ protected:
         logger.reset();
     }
 
-    TRHelperAppDelegate& makeDelegate() {
+    TRHelperAppDelegate& makeDelegate(bool gnomeShellExtensionOff = false) {
         TRHelperAppDelegateDependencies face;
+        face.gnomeShellExtensionOff = gnomeShellExtensionOff;
         face.logger = logger.get();
         face.settings = settings.get();
         face.store = store.get();

@@ -50,6 +50,8 @@ QString DesktopSession::advice() const {
     if (desktopIs(desktop, "sway")) {
         return QStringLiteral("start the helper from sway itself (its SWAYSOCK must be set)");
     }
-    return QStringLiteral("use sway, or log in to an X11 session; this Wayland desktop does "
-                          "not show this helper the front window");
+    return QStringLiteral("use sway or another wlroots compositor that lists its windows to "
+                          "task bars (Hyprland, river, Wayfire, labwc), or log in to an X11 "
+                          "session; this Wayland desktop does not show this helper the front "
+                          "window");
 }

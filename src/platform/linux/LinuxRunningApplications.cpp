@@ -3,6 +3,14 @@
 LinuxRunningApplications::LinuxRunningApplications(WindowHintSource& windows, QString procRoot)
     : m_windows(windows), m_procRoot(std::move(procRoot)) {}
 
+void LinuxRunningApplications::dropCacheIfEntriesChanged() {
+    const quint64 generation = m_entries.generation();
+    if (generation == m_generation) return;
+    m_cache.clear();
+    m_byWindowClass.clear();
+    m_generation = generation;
+}
+
 const LinuxRunningApplications::CachedIdentity* LinuxRunningApplications::confirmedByFrontWindow(
     qint32 processIdentifier, std::optional<quint64> frontWindow) const {
     const auto cached = m_cache.constFind(processIdentifier);
@@ -15,11 +23,7 @@ const LinuxRunningApplications::CachedIdentity* LinuxRunningApplications::confir
 std::optional<RunningApplication> LinuxRunningApplications::runningApplication(
     qint32 processIdentifier) {
     if (processIdentifier <= 0) return std::nullopt;
-    const quint64 generation = m_entries.generation();
-    if (generation != m_generation) {
-        m_cache.clear();
-        m_generation = generation;
-    }
+    dropCacheIfEntriesChanged();
     // The same window in front as at the last confirmation: the same
     // process, alive, without reading /proc (once a tick otherwise).
     const std::optional<quint64> frontWindow = m_windows.lastFrontWindowOf(processIdentifier);
@@ -50,5 +54,20 @@ std::optional<RunningApplication> LinuxRunningApplications::runningApplication(
     if (hints || !identity.applicationId.isEmpty()) {
         m_cache.insert(processIdentifier, {process.startTime, frontWindow.value_or(0), application});
     }
+    return application;
+}
+
+std::optional<RunningApplication> LinuxRunningApplications::applicationOfWindow(quint64 windowId) {
+    const std::optional<WindowHints> hints = m_windows.windowHintsForWindow(windowId);
+    if (!hints) return std::nullopt;
+    dropCacheIfEntriesChanged();
+    const auto cached = m_byWindowClass.constFind(hints->className);
+    if (cached != m_byWindowClass.constEnd()) return *cached;
+    const ApplicationIdentity identity =
+        ApplicationIdentityRules::resolve(ProcessFacts{}, hints, m_entries);
+    RunningApplication application;
+    application.bundleIdentifier = identity.applicationId;
+    application.localizedName = identity.localizedName;
+    m_byWindowClass.insert(hints->className, application);
     return application;
 }

@@ -27,6 +27,9 @@ public:
                                       QString procRoot = QStringLiteral("/proc"));
 
     std::optional<RunningApplication> runningApplication(qint32 processIdentifier) override;
+    // By the window's hints alone (the same rules, with no process facts),
+    // cached per application id for as long as the desktop entries stay.
+    std::optional<RunningApplication> applicationOfWindow(quint64 windowId) override;
 
 private:
     struct CachedIdentity final {
@@ -34,6 +37,7 @@ private:
         quint64 frontWindow = 0;  // the window it was last confirmed through; 0: none
         RunningApplication application;
     };
+    void dropCacheIfEntriesChanged();
     const CachedIdentity* confirmedByFrontWindow(qint32 processIdentifier,
                                                  std::optional<quint64> frontWindow) const;
 
@@ -42,4 +46,5 @@ private:
     QString m_procRoot;
     quint64 m_generation = 0;
     QHash<qint32, CachedIdentity> m_cache;
+    QHash<QString, RunningApplication> m_byWindowClass;
 };

@@ -24,6 +24,12 @@ public:
     // Hints of a top-level window owned by the process (the active window
     // when it is the process's), or nullopt when it has none mapped.
     virtual std::optional<WindowHints> windowHintsForProcess(qint32 processIdentifier) = 0;
+    // Hints of one window, for a source that names no process (a compositor
+    // that tells only each window's application id); nullopt elsewhere.
+    virtual std::optional<WindowHints> windowHintsForWindow(quint64 windowId) {
+        (void)windowId;
+        return std::nullopt;
+    }
     // The window that the latest look at the front found active, when the
     // window system then counted it as this process's; no round trip. The
     // process was alive at that look, and a window stays its creator's, so

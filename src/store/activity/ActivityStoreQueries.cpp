@@ -168,6 +168,22 @@ int ActivityStoreQueries::filterEventsBetweenDate(const TRASEventFilter& filter)
     return totals.finish(nodes);
 }
 
+std::optional<ActivityStoreOutline> ActivityStoreQueries::savedOutline(int valueLevels) {
+    TRObjectContext* context = m_file.context();
+    if (!context || context->hasChanges()) return std::nullopt;
+    return ActivityStoreOutline::read(*context, valueLevels);
+}
+
+void ActivityStoreQueries::filterEventsBetweenDate(const TRASEventFilter& filter,
+                                                   ActivityStoreOutline& outline) {
+    TRObjectContext* context = m_file.context();
+    std::unique_ptr<SqliteStatement> owned;
+    SqliteStatement* stmt =
+        context ? rangeStatement(*context, "lastPathComponent, duration", 0, filter, &owned)
+                : nullptr;
+    outline.sumRows(stmt);
+}
+
 std::vector<TRASPathComponent*> ActivityStoreQueries::rootPathComponentsWithFilter(
     double threshold) {
     std::vector<TRASPathComponent*> roots;

@@ -25,6 +25,7 @@
 #include <vector>
 
 #include "core/TRError.h"
+#include "store/activity/ActivityStoreOutline.h"
 #include "store/activity/ActivityStoreTotals.h"
 
 class ActivityStoreFile;
@@ -63,6 +64,14 @@ public:
 
     // Sets every node's totalDurationWithFilter; returns how many changed.
     int filterEventsBetweenDate(const TRASEventFilter& filter);
+    // The saved tree as a flat outline, no node object read, every total
+    // zero, the values down to level valueLevels; nullopt while the context
+    // holds unsaved changes (the outline would miss them) or when the store
+    // cannot be read.
+    std::optional<ActivityStoreOutline> savedOutline(int valueLevels);
+    // The same totals as above, set in the outline only. REQUIRES: still
+    // no unsaved changes.
+    void filterEventsBetweenDate(const TRASEventFilter& filter, ActivityStoreOutline& outline);
     // Roots of an application whose total exceeds threshold.
     std::vector<TRASPathComponent*> rootPathComponentsWithFilter(double threshold);
     double sumOfDurationsOfEventsBetweenDate(const TRASEventFilter& filter);

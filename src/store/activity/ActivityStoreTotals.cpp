@@ -6,32 +6,54 @@
 
 ActivityStoreTotals::ActivityStoreTotals(const std::vector<TRASPathComponent*>& nodes) {
     const size_t count = nodes.size();
+    std::unordered_map<TRASPathComponent*, int> indexOfNode;
+    indexOfNode.reserve(count);
+    for (size_t i = 0; i < count; ++i) indexOfNode.emplace(nodes[i], int(i));
+    Shape shape;
+    shape.keys.resize(count);
+    shape.parents.resize(count, -1);
+    shape.levels.resize(count);
+    for (size_t i = 0; i < count; ++i) {
+        shape.keys[i] = nodes[i]->primaryKey();
+        if (shape.keys[i] <= 0) m_unsaved.emplace(nodes[i], int(i));
+        shape.levels[i] = nodes[i]->pathLevelValue();
+        auto parent = indexOfNode.find(nodes[i]->pathParent());
+        if (parent != indexOfNode.end()) shape.parents[i] = parent->second;
+    }
+    build(shape);
+    for (size_t i = 0; i < count; ++i) {
+        m_current[i] = nodes[i]->totalDurationWithFilterValue();
+        if (m_current[i] != 0.0) m_lastTouched.push_back(int(i));
+    }
+    m_lastReached = m_lastTouched.size();
+}
+
+ActivityStoreTotals::ActivityStoreTotals(const Shape& shape) {
+    build(shape);
+}
+
+void ActivityStoreTotals::build(const Shape& shape) {
+    const size_t count = shape.keys.size();
     qint64 maxKey = 0;
-    for (TRASPathComponent* node : nodes) maxKey = std::max(maxKey, node->primaryKey());
+    for (qint64 key : shape.keys) maxKey = std::max(maxKey, key);
     // Keys are handed out in order and never reused, so the array stays
     // near the node count; a file with far larger keys looks them up by map.
     const bool dense = maxKey <= qint64(4 * count + 65536);
     m_indexOfKey.assign(dense ? size_t(maxKey) + 1 : 0, -1);
-    std::unordered_map<TRASPathComponent*, int> indexOfNode;
-    indexOfNode.reserve(count);
     for (size_t i = 0; i < count; ++i) {
-        indexOfNode.emplace(nodes[i], int(i));
-        const qint64 key = nodes[i]->primaryKey();
-        if (key <= 0)
-            m_unsaved.emplace(nodes[i], int(i));
-        else if (dense)
+        const qint64 key = shape.keys[i];
+        if (key <= 0) continue;
+        if (dense)
             m_indexOfKey[size_t(key)] = int(i);
         else
             m_sparseKeys.emplace(key, int(i));
     }
-    m_parent.resize(count, -1);
+    m_parent = shape.parents;
     m_level.resize(count, 0);
     int maxLevel = 0;
     for (size_t i = 0; i < count; ++i) {
-        m_level[i] = std::max<int>(nodes[i]->pathLevelValue(), 0);
+        m_level[i] = std::max<int>(shape.levels[i], 0);
         maxLevel = std::max(maxLevel, m_level[i]);
-        auto parent = indexOfNode.find(nodes[i]->pathParent());
-        if (parent != indexOfNode.end()) m_parent[i] = parent->second;
     }
     // A parent not above its child (only in hand-made data) gets nothing
     // from it: the sums go up in level order.
@@ -41,12 +63,7 @@ ActivityStoreTotals::ActivityStoreTotals(const std::vector<TRASPathComponent*>& 
     m_sum.assign(count, 0.0);
     m_seen.assign(count, 0);
     m_byLevel.resize(size_t(maxLevel) + 1);
-    m_current.resize(count);
-    for (size_t i = 0; i < count; ++i) {
-        m_current[i] = nodes[i]->totalDurationWithFilterValue();
-        if (m_current[i] != 0.0) m_lastTouched.push_back(int(i));
-    }
-    m_lastReached = m_lastTouched.size();
+    m_current.assign(count, 0.0);
 }
 
 // Nodes that were new when the arrays were built get their keys at a save
@@ -129,7 +146,7 @@ int ActivityStoreTotals::finishDense(const std::vector<TRASPathComponent*>& node
         nonZero += total != 0.0;
         if (m_current[i] == total) continue;
         m_current[i] = total;
-        nodes[i]->setTotalDurationWithFilterValue(total);
+        if (!nodes.empty()) nodes[i]->setTotalDurationWithFilterValue(total);
         ++changed;
     }
     // The list of nodes with a total is needed only when the next pass
@@ -154,7 +171,7 @@ int ActivityStoreTotals::finish(const std::vector<TRASPathComponent*>& nodes) {
         double& current = m_current[size_t(index)];
         if (current == total) return;
         current = total;
-        nodes[size_t(index)]->setTotalDurationWithFilterValue(total);
+        if (!nodes.empty()) nodes[size_t(index)]->setTotalDurationWithFilterValue(total);
         ++changed;
     };
     for (int index : m_lastTouched) {

@@ -13,6 +13,8 @@
 // the whole arrays in order instead (no node objects are touched either way).
 //
 // Usage: begin(), add...() for every matching row and live event, finish().
+// Built from a shape instead (the saved tree as flat arrays, no node objects),
+// it keeps the totals in its arrays only: total(index) reads them.
 // Main thread only.
 
 #include <QtGlobal>
@@ -23,9 +25,19 @@ class TRASPathComponent;
 
 class ActivityStoreTotals final {
 public:
+    // The saved tree by index: each node's key, its parent's index (-1:
+    // none) and its level. REQUIRES: sorted by level.
+    struct Shape final {
+        std::vector<qint64> keys;
+        std::vector<int> parents;
+        std::vector<int> levels;
+    };
+
     // REQUIRES: nodes sorted by level; every node's parent is in the list
     // or absent. The nodes' current totals may be anything.
     explicit ActivityStoreTotals(const std::vector<TRASPathComponent*>& nodes);
+    // Every total starts at zero. REQUIRES: every key saved (> 0).
+    explicit ActivityStoreTotals(const Shape& shape);
 
     void begin();
     // A saved row's seconds for the node with that key (unknown keys, such
@@ -40,7 +52,10 @@ public:
     }
     void addForNode(TRASPathComponent* node, double seconds);
     // Sums upwards and sets every total that changed; returns how many did.
+    // Built from a shape, nodes is empty: the totals stay in the arrays.
     int finish(const std::vector<TRASPathComponent*>& nodes);
+    // The total of the node at index as the last pass left it.
+    double total(size_t index) const { return m_current[index]; }
 
 private:
     void add(int index, double seconds) {
@@ -54,6 +69,7 @@ private:
         }
         m_sum[size_t(index)] += seconds;
     }
+    void build(const Shape& shape);
     void adoptNewKeys();
     void addForSparseKey(qint64 key, double seconds);
     void sumUpwards();

@@ -120,6 +120,13 @@ public:
     quint64 pathComponentGeneration() const { return m_queries.pathComponentGeneration(); }
     // Sets every node's totalDurationWithFilter; returns how many changed.
     int filterEventsBetweenDate(const TRASEventFilter& filter);
+    // The same totals without node objects, for a reader that only reads.
+    std::optional<ActivityStoreOutline> savedOutline(int valueLevels) {
+        return m_queries.savedOutline(valueLevels);
+    }
+    void filterEventsBetweenDate(const TRASEventFilter& filter, ActivityStoreOutline& outline) {
+        m_queries.filterEventsBetweenDate(filter, outline);
+    }
     double sumOfDurationsOfEventsBetweenDate(const TRASEventFilter& filter) {
         return m_queries.sumOfDurationsOfEventsBetweenDate(filter);
     }

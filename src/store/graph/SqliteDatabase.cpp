@@ -4,6 +4,7 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -111,6 +112,10 @@ QString SqliteStatement::text(int column) const {
     const unsigned char* data = sqlite3_column_text(m_stmt, column);
     const int bytes = sqlite3_column_bytes(m_stmt, column);
     if (!data) return QString(QLatin1String(""));
+    // Most values are plain ASCII, which needs no decoder (a tenth of the
+    // cost when tens of thousands of nodes are read).
+    if (std::all_of(data, data + bytes, [](unsigned char c) { return c < 0x80; }))
+        return QString::fromLatin1(reinterpret_cast<const char*>(data), bytes);
     // QString::fromUtf8 would drop a leading U+FEFF as a byte-order mark.
     QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom);
     return decoder.decode(QByteArrayView(data, bytes));
