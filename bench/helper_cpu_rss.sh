@@ -6,7 +6,9 @@
 # bus, the accessibility bus and openbox, with an xterm in front (the helper
 # asks the window system, the idle counter and the accessibility bus every
 # tick, and records into its store); FRONT=chromium puts Chromium on a local
-# page in front instead, FRONT=none leaves the screen empty.
+# page in front instead (PAGE=busy: a page that renames, rewrites and moves
+# the focus all the time, for the cost of the accessibility events it
+# sends), FRONT=none leaves the screen empty.
 # The helper shows its icon to a stand-in panel (a StatusNotifierWatcher on
 # the private bus; TRAY=none leaves it without a tray).
 #
@@ -91,6 +93,15 @@ if [[ $front != none ]]; then
     # A local page in a throw-away profile, with its accessibility tree on
     # (the helper reads the page address from it every tick).
     printf '<title>bench page</title><p>steady</p>\n' >"$state/page.html"
+    if [[ ${PAGE:-steady} == busy ]]; then
+      # A page that keeps changing under the user's eyes: a button renamed
+      # and a line of text rewritten 20 times a second, the focus moved
+      # once a second (the kinds of change the helper listens for).
+      printf '%s\n' '<title>bench page</title><button id=b>0</button><p id=t>0</p><input id=i>' \
+        '<script>let n = 0; setInterval(() => { n++; b.setAttribute("aria-label", "n" + n);' \
+        't.textContent = n; if (n % 20 == 0) (n % 40 ? b : i).focus(); }, 50);</script>' \
+        >"$state/page.html"
+    fi
     front_args=(--no-sandbox --disable-gpu --no-first-run --disable-background-networking
       --disable-component-update --disable-sync --user-data-dir="$state/chromium"
       --proxy-server=127.0.0.1:9 --force-renderer-accessibility "file://$state/page.html")

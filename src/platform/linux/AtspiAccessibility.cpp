@@ -20,7 +20,9 @@ constexpr int kCallTimeoutMs = 250;
 constexpr qint64 kMissRetryMs = 2000;
 constexpr qint64 kSettleMs = 10000;
 constexpr qint64 kMissRecheckMs = 30000;
-constexpr int kMaxDrainIterations = 64;
+// Each iteration dispatches one message; the front application's change
+// events of a busy second come on top of the replies.
+constexpr int kMaxDrainIterations = 512;
 
 const QString kBusService = QStringLiteral("org.a11y.Bus");
 const QString kBusPath = QStringLiteral("/org/a11y/bus");
@@ -69,6 +71,7 @@ bool AtspiAccessibilityProvider::Session::ensureStarted() {
                                         AtspiCache(ATSPI_CACHE_DEFAULT & ~ATSPI_CACHE_CHILDREN));
     }
     watchApplicationList();
+    registerForChanges();
     return true;
 }
 
@@ -113,6 +116,13 @@ std::shared_ptr<AtspiApplicationState> AtspiAccessibilityProvider::Session::stat
     return entry;
 }
 
+void AtspiAccessibilityProvider::Session::forget(qint32 processIdentifier) {
+    const auto known = states.find(processIdentifier);
+    if (known == states.end()) return;
+    if (watched == known->second) unwatch();
+    states.erase(known);
+}
+
 // Looks through the registered applications once and remembers every pid
 // it saw; a pid without an application is looked for again only after a
 // change on the bus (a window in front that never joins, such as a
@@ -124,7 +134,9 @@ std::optional<AtspiAccessibilityProvider::Session::Asked> AtspiAccessibilityProv
     drain();
     AtspiAccessible* app = application(processIdentifier);
     if (app == nullptr) return std::nullopt;
-    return Asked{app, state(processIdentifier)};
+    std::shared_ptr<AtspiApplicationState> asked = state(processIdentifier);
+    watch(asked, app);
+    return Asked{app, std::move(asked)};
 }
 
 AtspiAccessible* AtspiAccessibilityProvider::Session::application(qint32 processIdentifier) {
@@ -136,7 +148,12 @@ AtspiAccessible* AtspiAccessibilityProvider::Session::application(qint32 process
         return nullptr;
     }
     for (auto it = applications.begin(); it != applications.end();) {
-        it = processExists(it->first) ? std::next(it) : applications.erase(it);
+        if (processExists(it->first)) {
+            ++it;
+            continue;
+        }
+        forget(it->first);
+        it = applications.erase(it);
     }
     std::erase_if(misses, [](const auto& miss) { return !processExists(miss.first); });
     // A change announced while the list is read makes this look's misses stale.
@@ -173,6 +190,8 @@ AtspiAccessibilityProvider::AtspiAccessibilityProvider(DialogOwnerSource* dialog
 AtspiAccessibilityProvider::~AtspiAccessibilityProvider() {
     d->assertThread();
     d->unwatchApplicationList();
+    d->unwatch();
+    d->deregisterFromChanges();
     d->applications.clear();
     // Give the thread back the default context it had: whoever pushed that
     // one (Qt's event dispatcher, when AT-SPI ran on the main thread) pops it
@@ -220,11 +239,16 @@ AccessibilityElementRef AtspiAccessibilityProvider::applicationElement(qint32 pr
     d->drain();
     AtspiAccessible* app = d->application(processIdentifier);
     if (app == nullptr) return nullptr;
-    // Applications report changes only to registered listeners, so what
-    // libatspi cached may be stale: each new application element (one a
-    // tick) starts a new tick, whose first question clears the cache.
+    // Applications report changes only to registered listeners: the one in
+    // front is watched, and what was found in it stays until it reports a
+    // change. One that cannot be watched starts afresh with each new
+    // application element (one a tick), whose first question clears the cache.
     const std::shared_ptr<AtspiApplicationState> state = d->state(processIdentifier);
-    state->tickFront = AtspiApplicationState::TickFront{};
+    d->watch(state, app);
+    if (!state->changes.watched) state->tickFront = AtspiApplicationState::TickFront{};
+    // Kept answers are given only while the process runs: each tick looks
+    // at the process table afresh before anything else.
+    state->stopCheckedAt.invalidate();
     return makeAtspiApplicationElement(*d, state, app);
 }
 
@@ -324,13 +348,21 @@ std::optional<QString> AtspiAccessibilityProvider::locationText(qint32 processId
     AtspiQuery query(*state);
     AccessiblePtr window = query.windowAt(app, windowIndex);
     if (!window) return std::nullopt;
+    if (windowIndex == 1) d->watchLocation(*state);
     auto& kept = state->locationField;
+    const quint64 seen = state->changes.location;
     if (windowIndex == 1 && kept && kept->window.get() == window.get()) {
+        // Nothing reported since it was read: its text stands.
+        if (state->changes.textWatched && kept->text && kept->seen == seen) return kept->text;
         // Found through a Collection request, the field is not among the
         // children the tick's cache clearing reaches.
         atspi_accessible_clear_cache(kept->field.get());
         if (query.hasState(kept->field.get(), ATSPI_STATE_SHOWING)) {
-            if (std::optional<QString> text = query.shownText(kept->field.get())) return text;
+            if (std::optional<QString> text = query.shownText(kept->field.get())) {
+                kept->text = text;
+                kept->seen = seen;
+                return text;
+            }
         }
         kept.reset();
     }
@@ -338,7 +370,7 @@ std::optional<QString> AtspiAccessibilityProvider::locationText(qint32 processId
     if (!field) return std::nullopt;
     std::optional<QString> text = query.shownText(field.get());
     if (windowIndex == 1 && text && query.responsive()) {
-        kept = AtspiApplicationState::LocationField{std::move(window), std::move(field)};
+        kept = AtspiApplicationState::LocationField{std::move(window), std::move(field), text, seen};
     }
     return text;
 }

@@ -46,9 +46,14 @@
 // until it runs again, and `isAnswering` tells the caller either way.
 // Meanwhile window 1 of `document` and `windowName` answers what it answered
 // last for the same window-manager title. The window in front
-// and what was read of it are kept for one tick (a new application element
-// starts the next), so the accessibility step and the extractor ask the
-// application each thing once. `isEnabled` and `enable` use the session
+// and what was read of it (its name, its document's address, a location
+// bar's text) are kept while the application in front reports no change
+// that could move them (AtspiChangeWatch.cpp: its window, name, document,
+// focus and, for file managers, text events, drained at each tick), and at
+// most a minute; an application that cannot be watched keeps them for one
+// tick (a new application element starts the next). So a steady tick asks
+// the application nothing, and the accessibility step and the extractor
+// never ask it the same thing twice. `isEnabled` and `enable` use the session
 // bus and may be called from any thread.
 
 #include <QString>

@@ -101,6 +101,9 @@ std::optional<MailSelectionSource::Selection> AtspiQuery::mailSelection(AtspiAcc
     if (shape == nullptr && selection.folder.isNull()) return std::nullopt;
     if (selection.count != 1) return selection;
 
+    // A row found through a Collection request keeps what libatspi cached of
+    // it, and the list reuses rows for other messages.
+    atspi_accessible_clear_cache(onlyRow.get());
     const std::optional<QString> rowName = name(onlyRow.get());
     auto& last = m_state.lastMailRow;
     if (rowName && last && last->rowName == *rowName) {

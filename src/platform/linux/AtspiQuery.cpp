@@ -230,6 +230,9 @@ AccessiblePtr AtspiQuery::firstTopLevel(AtspiAccessible* application, bool activ
 }
 
 AccessiblePtr AtspiQuery::activeTopLevel(AtspiAccessible* application) {
+    // The cache is as fresh as the window in front: cleared when that one
+    // has to be found again.
+    front(application);
     return firstTopLevel(application, true);
 }
 
@@ -243,6 +246,8 @@ AtspiApplicationState::TickFront& AtspiQuery::front(AtspiAccessible* application
     atspi_accessible_clear_cache(application);
     tick = AtspiApplicationState::TickFront{};
     tick.title = m_state.frontWindowTitle;
+    // Changes reported while it is being found make it stale at once.
+    tick.windowsSeen = m_state.changes.windows;
     tick.window = firstTopLevel(application, false);
     if (tick.window) {
         tick.name = m_lastName.first == tick.window.get() ? m_lastName.second
@@ -263,9 +268,10 @@ AtspiApplicationState::TickFront& AtspiQuery::front(AtspiAccessible* application
 AtspiQuery::DocumentFacts AtspiQuery::documentOf(AtspiAccessible* window) {
     AtspiApplicationState::TickFront& tick = m_state.tickFront;
     const bool isFront = window == tick.window.get() && m_state.tickFrontFresh();
-    if (isFront && tick.documentRead) {
+    if (isFront && m_state.tickDocumentFresh()) {
         return {retainAccessible(tick.document.get()), tick.documentAddress, tick.documentName};
     }
+    const quint64 contentSeen = m_state.changes.content;
     DocumentFacts facts;
     facts.document = findDocument(window);
     if (facts.document) {
@@ -274,8 +280,11 @@ AtspiQuery::DocumentFacts AtspiQuery::documentOf(AtspiAccessible* window) {
         if (!facts.address || facts.address->isEmpty()) facts.name = name(facts.document.get());
     }
     if (isFront && responsive()) {
-        tick.foundAt.start();  // the walk may have taken a while: fresh from now
+        // The walk may have taken a while: fresh from now, unless events
+        // say when it is stale.
+        if (!m_state.changes.watched) tick.foundAt.start();
         tick.documentRead = true;
+        tick.contentSeen = contentSeen;
         tick.document = retainAccessible(facts.document.get());
         tick.documentAddress = facts.address;
         tick.documentName = facts.name;
@@ -397,23 +406,4 @@ AccessiblePtr AtspiQuery::findDocument(AtspiAccessible* window) {
         }
     }
     return nullptr;
-}
-
-std::optional<AXRect> AtspiQuery::extents(AtspiAccessible* object) {
-    if (!responsive()) return std::nullopt;
-    GRef<AtspiComponent> component(atspi_accessible_get_component_iface(object));
-    if (!component) return std::nullopt;
-    QElapsedTimer timer;
-    timer.start();
-    GError* error = nullptr;
-    AtspiRect* rect = atspi_component_get_extents(component.get(), ATSPI_COORD_TYPE_SCREEN, &error);
-    const bool failed = error != nullptr || rect == nullptr;
-    noteCall(timer, error);
-    if (failed) {
-        g_free(rect);
-        return std::nullopt;
-    }
-    const AXRect result{double(rect->x), double(rect->y), double(rect->width), double(rect->height)};
-    g_free(rect);
-    return result;
 }

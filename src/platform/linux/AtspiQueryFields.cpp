@@ -1,6 +1,6 @@
 // Reading parts of a window beyond its name and document: matches of a
-// Collection rule, object attributes, shown text, and a file manager's
-// location bar.
+// Collection rule, object attributes, shown text, a file manager's
+// location bar, and the screen extents.
 
 #include "platform/linux/AtspiSession.h"
 
@@ -95,4 +95,23 @@ AccessiblePtr AtspiQuery::toolBarField(AtspiAccessible* window) {
         }
     }
     return nullptr;
+}
+
+std::optional<AXRect> AtspiQuery::extents(AtspiAccessible* object) {
+    if (!responsive()) return std::nullopt;
+    GRef<AtspiComponent> component(atspi_accessible_get_component_iface(object));
+    if (!component) return std::nullopt;
+    QElapsedTimer timer;
+    timer.start();
+    GError* error = nullptr;
+    AtspiRect* rect = atspi_component_get_extents(component.get(), ATSPI_COORD_TYPE_SCREEN, &error);
+    const bool failed = error != nullptr || rect == nullptr;
+    noteCall(timer, error);
+    if (failed) {
+        g_free(rect);
+        return std::nullopt;
+    }
+    const AXRect result{double(rect->x), double(rect->y), double(rect->width), double(rect->height)};
+    g_free(rect);
+    return result;
 }

@@ -69,8 +69,14 @@ struct AtspiApplicationState final {
         // document takes seconds on a loaded machine); a new tick starts
         // afresh anyway.
         static constexpr qint64 kLifetimeMs = 3000;
+        // While the application's changes are watched, what was found stays
+        // until an event says it moved, checked afresh after this long in
+        // case an event went missing.
+        static constexpr qint64 kWatchedLifetimeMs = 60000;
         QElapsedTimer foundAt;  // invalid: nothing found yet this tick
         QString title;          // the window manager's title it was found for
+        quint64 windowsSeen = 0;  // Changes::windows when it was found
+        quint64 contentSeen = 0;  // Changes::content when the document was read
         AccessiblePtr window;   // null: the application shows no window
         bool named = false;     // its name is the window manager's title
         std::optional<QString> name;
@@ -88,6 +94,9 @@ struct AtspiApplicationState final {
     struct LocationField final {
         AccessiblePtr window;
         AccessiblePtr field;
+        // Its text, while no change was reported since (Changes::location).
+        std::optional<QString> text;
+        quint64 seen = 0;
     };
     std::optional<LocationField> locationField;
     // The one selected message last read, by its row's accessible name
@@ -98,9 +107,27 @@ struct AtspiApplicationState final {
         MailSelectionSource::Message message;
     };
     std::optional<MailRow> lastMailRow;
+    // What the application reported since it was last read
+    // (AtspiChangeWatch.cpp). Each counter moves when an event makes the
+    // kept answers of its kind stale.
+    struct Changes final {
+        bool watched = false;       // its change events reach this process
+        bool asksLocation = false;  // it was asked for a location bar's text
+        bool textWatched = false;   // and its text changes reach this process
+        quint64 windows = 0;        // top-levels came, went, were activated or renamed
+        quint64 content = 0;        // the front window's document loaded, renamed, lost focus
+        quint64 location = 0;       // the location field's text changed
+    };
+    Changes changes;
+
     bool tickFrontFresh() const {
-        return tickFront.foundAt.isValid() && tickFront.foundAt.elapsed() < TickFront::kLifetimeMs &&
-               tickFront.title == frontWindowTitle;
+        if (!tickFront.foundAt.isValid() || tickFront.title != frontWindowTitle) return false;
+        if (!changes.watched) return tickFront.foundAt.elapsed() < TickFront::kLifetimeMs;
+        return tickFront.windowsSeen == changes.windows &&
+               tickFront.foundAt.elapsed() < TickFront::kWatchedLifetimeMs;
+    }
+    bool tickDocumentFresh() const {
+        return tickFront.documentRead && (!changes.watched || tickFront.contentSeen == changes.content);
     }
 
     bool responsive() const { return backoff.mayAsk(nowMs()); }
@@ -211,6 +238,12 @@ struct AtspiAccessibilityProvider::Session final {
     GMainContext* context = nullptr;
     std::unordered_map<qint32, AccessiblePtr> applications;
     std::unordered_map<qint32, std::shared_ptr<AtspiApplicationState>> states;
+    // The one application whose change events are watched: the one in front
+    // (AtspiChangeWatch.cpp).
+    std::shared_ptr<AtspiApplicationState> watched;
+    AccessiblePtr watchedApplication;
+    bool changeEvents = false;  // registered for the change events
+    bool textEvents = false;    // and for text changes
     // A pid looked for in vain, with the list's generation and the time then.
     struct Miss final {
         quint64 generation = 0;
@@ -235,6 +268,16 @@ struct AtspiAccessibilityProvider::Session final {
     void watchApplicationList();
     void unwatchApplicationList();
     std::shared_ptr<AtspiApplicationState> state(qint32 processIdentifier);
+    // Moves the change watch to this application (the one now in front).
+    void watch(const std::shared_ptr<AtspiApplicationState>& state, AtspiAccessible* app);
+    // The watched application is asked for its location bar: its text
+    // changes are watched too, until another application is in front.
+    void watchLocation(AtspiApplicationState& state);
+    void watchText(bool on);
+    void unwatch();
+    void registerForChanges();
+    void deregisterFromChanges();
+    void forget(qint32 processIdentifier);
     // Where every question about a process starts: its application (borrowed)
     // and state, with the session up and its events drained; none for no
     // process, no accessibility bus or no such application.
