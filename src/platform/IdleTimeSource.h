@@ -14,6 +14,12 @@ public:
     // Seconds without any input event in the user's session, >= 0.
     virtual double secondsSinceLastInput() = 0;
 
+    // Says that secondsSinceLastInput() will be asked within a moment: a
+    // source whose answer takes a round trip may send its question now and
+    // collect the answer then, so that the caller does not wait for it. An
+    // answer prepared too long before it is asked for is not used.
+    virtual void prepareSecondsSinceLastInput() {}
+
     // False when no way of measuring idle time was found on this desktop.
     virtual bool isAvailable() const = 0;
 };

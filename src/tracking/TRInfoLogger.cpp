@@ -127,6 +127,9 @@ void TRInfoLogger::trackingHandler() {
         return;
     }
     m_logTaskRunning = true;
+    // The decision step asks for the idle time once the worker is done; the
+    // question goes out now so its answer is waiting by then.
+    m_deps.idleTimeSource->prepareSecondsSinceLastInput();
     std::optional<TRActivity> activity = m_deps.activitySource->currentActivity();
     const QDateTime observed = m_deps.clock->now();
     const RunningApplication* application = activity ? activity->runningApplication() : nullptr;

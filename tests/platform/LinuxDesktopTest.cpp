@@ -3,6 +3,8 @@
 // of real applications are checked through the extraction, in
 // tests/extraction_desktop.)
 
+#include <functional>
+
 #include "harness/DesktopTest.h"
 #include "platform/linux/AtspiAccessibility.h"
 #include "platform/linux/XWaylandWindowSystem.h"
@@ -66,6 +68,66 @@ TEST(XcbWindowSystemTest, FrontFollowsSwitchesAndListRunsFrontToBackWithoutMinim
     EXPECT_EQ(windows().frontProcessIdentifier(), std::nullopt);
     g_desktop->stopProgram(front);
     g_desktop->stopProgram(back);
+}
+
+// A tick's look keeps its last answer until the X server announces a change.
+// Each step waits until a direct question to the server sees the change
+// (its event is then already queued for us) and takes a single look: a
+// missed event would show there, not be papered over by looking again.
+TEST(XcbWindowSystemTest, TickLookSeesTitleChangesAndSwitchesWithoutAskingEachTime) {
+    REQUIRE_DESKTOP();
+    const qint64 one = g_desktop->startXterm(QStringLiteral("vorlix one"));
+    const qint64 two = g_desktop->startXterm(QStringLiteral("vorlix two"));
+    const auto oneWindow = g_desktop->waitForWindowOfProcess(one, kWindowTimeoutMs);
+    const auto twoWindow = g_desktop->waitForWindowOfProcess(two, kWindowTimeoutMs);
+    ASSERT_TRUE(oneWindow && twoWindow);
+    auto rename = [](quint64 window, const char* title) {
+        return g_desktop->run(QStringLiteral("xprop"),
+                              {QStringLiteral("-id"), QString::number(window), QStringLiteral("-f"),
+                               QStringLiteral("WM_NAME"), QStringLiteral("8s"),
+                               QStringLiteral("-set"), QStringLiteral("WM_NAME"),
+                               QLatin1String(title)});
+    };
+    auto listName = [](qint64 pid) {
+        QString name;
+        listPosition(pid, &name);
+        return name;
+    };
+    auto nameIn = [](const WindowSystem::FrontLook& look, qint64 pid) {
+        for (const WindowInfo& info : look.windows) {
+            if (info.ownerProcessIdentifier == pid) return info.name;
+        }
+        return QString();
+    };
+    const struct {
+        const char* step;
+        std::function<bool()> act;
+        qint64 front;
+        qint64 renamed;
+        const char* title;
+    } steps[] = {
+        {"the first in front", [&] { return g_desktop->activateWindow(*oneWindow); }, one, one,
+         "vorlix one"},
+        {"the front window renames itself", [&] { return rename(*oneWindow, "vorlix renamed"); },
+         one, one, "vorlix renamed"},
+        {"a switch", [&] { return g_desktop->activateWindow(*twoWindow); }, two, two, "vorlix two"},
+        {"a window behind renames itself", [&] { return rename(*oneWindow, "vorlix behind"); }, two,
+         one, "vorlix behind"},
+        {"a switch back", [&] { return g_desktop->activateWindow(*oneWindow); }, one, one,
+         "vorlix behind"},
+    };
+    for (const auto& s : steps) {
+        SCOPED_TRACE(s.step);
+        ASSERT_TRUE(s.act());
+        ASSERT_TRUE(waitForFrontProcess(windows(), s.front));
+        ASSERT_TRUE(DisposableDesktop::waitUntil(
+            [&] { return listName(s.renamed) == QLatin1String(s.title); }, 5000));
+        const WindowSystem::FrontLook look = windows().lookAtFront();
+        EXPECT_EQ(look.frontProcessIdentifier, std::optional<qint32>(qint32(s.front)));
+        EXPECT_EQ(nameIn(look, s.renamed), QLatin1String(s.title));
+    }
+    g_desktop->stopProgram(one);
+    g_desktop->stopProgram(two);
 }
 
 // As the X11 fallback on a Wayland desktop: _NET_ACTIVE_WINDOW left naming

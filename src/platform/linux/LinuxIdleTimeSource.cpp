@@ -2,6 +2,7 @@
 
 #include <QDBusMessage>
 #include <QDBusReply>
+#include <QElapsedTimer>
 #include <cstdlib>
 #include <utility>
 
@@ -14,6 +15,8 @@
 namespace {
 
 constexpr int kDBusTimeoutMs = 250;
+// A question sent ahead is answered for this long; an older one is asked again.
+constexpr qint64 kPreparedAnswerMs = 250;
 
 struct DBusIdleCall {
     const char* service;
@@ -52,6 +55,14 @@ std::optional<double> idleSecondsFromReply(const QDBusMessage& reply,
 struct LinuxIdleTimeSource::XConnection {
     xcb_connection_t* connection = nullptr;
     xcb_window_t root = 0;
+    // The question sent ahead, while its answer has not been collected.
+    std::optional<xcb_screensaver_query_info_cookie_t> prepared;
+    QElapsedTimer preparedAt;
+
+    void dropPrepared() {
+        if (prepared) xcb_discard_reply(connection, prepared->sequence);
+        prepared.reset();
+    }
 
     ~XConnection() {
         if (connection) {
@@ -112,10 +123,22 @@ bool LinuxIdleTimeSource::probeDBus(Method method) {
     return queryDBus(method).has_value();
 }
 
+void LinuxIdleTimeSource::prepareSecondsSinceLastInput() {
+    if (m_method != Method::X11ScreenSaver) return;
+    m_x->dropPrepared();
+    m_x->prepared = xcb_screensaver_query_info(m_x->connection, m_x->root);
+    m_x->preparedAt.start();
+    xcb_flush(m_x->connection);
+}
+
 std::optional<double> LinuxIdleTimeSource::queryX11() {
+    if (m_x->prepared && m_x->preparedAt.elapsed() > kPreparedAnswerMs) m_x->dropPrepared();
+    const xcb_screensaver_query_info_cookie_t cookie =
+        m_x->prepared ? *m_x->prepared : xcb_screensaver_query_info(m_x->connection, m_x->root);
+    m_x->prepared.reset();
     xcb_generic_error_t* error = nullptr;
-    xcb_screensaver_query_info_reply_t* reply = xcb_screensaver_query_info_reply(
-        m_x->connection, xcb_screensaver_query_info(m_x->connection, m_x->root), &error);
+    xcb_screensaver_query_info_reply_t* reply =
+        xcb_screensaver_query_info_reply(m_x->connection, cookie, &error);
     free(error);
     if (!reply) {
         return std::nullopt;

@@ -7,7 +7,9 @@
 // .GetSessionIdleTime (both on the session bus, for desktops without the
 // X extension). What it found is logged once; with none of them it answers 0
 // and isAvailable() is false. Each query is one round trip, bounded by a
-// short timeout for the D-Bus ones. Main thread (the thread that created it).
+// short timeout for the D-Bus ones; the X question can be sent ahead
+// (prepareSecondsSinceLastInput) so its answer is waiting when it is asked
+// for. Main thread (the thread that created it).
 
 #include <QByteArray>
 #include <QDBusConnection>
@@ -31,6 +33,7 @@ public:
     LinuxIdleTimeSource& operator=(const LinuxIdleTimeSource&) = delete;
 
     double secondsSinceLastInput() override;
+    void prepareSecondsSinceLastInput() override;
     bool isAvailable() const override { return m_method != Method::None; }
     Method method() const { return m_method; }
 

@@ -7,6 +7,8 @@
 #include <cstring>
 #include <optional>
 
+#include "platform/linux/XcbLookWatch.h"
+
 // X headers last: they define macros that clash with Qt names.
 #include <xcb/res.h>
 #include <xcb/xcb.h>
@@ -139,6 +141,14 @@ struct XcbWindowSystem::Private final {
     // What frontProcessIdentifier found last (main thread only).
     xcb_window_t lastFrontWindow = XCB_NONE;
     qint32 lastFrontPid = 0;
+    // The last full look, good until the watch says otherwise.
+    std::optional<XcbLookWatch> watch;
+    struct KeptLook final {
+        FrontLook look;
+        xcb_window_t frontWindow = XCB_NONE;
+        qint32 frontPid = 0;
+    };
+    std::optional<KeptLook> keptLook;
 
     bool connect(const QByteArray& displayName);
     xcb_get_property_cookie_t get(xcb_window_t w, xcb_atom_t property, xcb_atom_t type,
@@ -188,6 +198,10 @@ bool XcbWindowSystem::Private::connect(const QByteArray& displayName) {
     }
     const xcb_query_extension_reply_t* res = xcb_get_extension_data(connection, &xcb_res_id);
     hasResourceExtension = res != nullptr && res->present;
+    watch.emplace(connection, root,
+                  XcbLookWatch::Atoms{{atoms[kActiveWindow], atoms[kClientListStacking]},
+                                      {atoms[kNetWmName], XCB_ATOM_WM_NAME, atoms[kWindowType],
+                                       atoms[kWmState], atoms[kWmPid]}});
     return true;
 }
 
@@ -256,8 +270,13 @@ XcbWindowSystem::~XcbWindowSystem() {
     if (d->connection != nullptr) xcb_disconnect(d->connection);
 }
 
+// Reading what the server has sent is what shows a connection that the
+// server closed; it also keeps the announced changes from piling up while
+// no tick looks (tracking off), since only this reads them then.
 bool XcbWindowSystem::isAvailable() const {
-    return d->connection != nullptr && xcb_connection_has_error(d->connection) == 0;
+    if (d->connection == nullptr) return false;
+    if (d->watch) d->watch->readEventsUnlessRecent();
+    return xcb_connection_has_error(d->connection) == 0;
 }
 
 QString XcbWindowSystem::sourceDescription() const {
@@ -318,13 +337,35 @@ std::vector<WindowInfo> XcbWindowSystem::windowList() {
     return d->listFromReplies(windows, d->askListProperties(windows));
 }
 
-// A tick's look: both root properties in one round trip, then the front
-// window's process and every listed window's properties in a second.
+// A tick's look: the last one while the X server has announced no change
+// that matters (no round trip), else a full one.
 WindowSystem::FrontLook XcbWindowSystem::lookAtFront() {
+    if (d->connection == nullptr) return {};
+    const bool stale = !d->keptLook || d->watch->lookIsStale();
+    if (xcb_connection_has_error(d->connection) != 0) {
+        d->keptLook.reset();
+        d->lastFrontWindow = XCB_NONE;
+        d->lastFrontPid = 0;
+        return {};
+    }
+    if (!stale) {
+        d->lastFrontWindow = d->keptLook->frontWindow;
+        d->lastFrontPid = d->keptLook->frontPid;
+        return d->keptLook->look;
+    }
+    FrontLook look = fullLookAtFront();
+    d->watch->lookTaken();
+    d->keptLook = Private::KeptLook{look, d->lastFrontWindow, d->lastFrontPid};
+    return look;
+}
+
+// Both root properties in one round trip, then the front window's process
+// and every listed window's properties in a second; the events of windows
+// listed for the first time are selected before their properties are read.
+WindowSystem::FrontLook XcbWindowSystem::fullLookAtFront() {
     FrontLook look;
     d->lastFrontWindow = XCB_NONE;
     d->lastFrontPid = 0;
-    if (!isAvailable()) return look;
     const auto& atoms = d->atoms;
     const auto activeCookie = d->get(d->root, atoms[kActiveWindow], XCB_ATOM_WINDOW, 1);
     const auto stackingCookie =
@@ -332,6 +373,9 @@ WindowSystem::FrontLook XcbWindowSystem::lookAtFront() {
     const xcb_window_t front = PropertyReply(d->connection, activeCookie).first32();
     std::vector<xcb_window_t> windows = PropertyReply(d->connection, stackingCookie).list32();
     std::reverse(windows.begin(), windows.end());
+    std::vector<xcb_window_t> watched = windows;
+    watched.push_back(front);
+    d->watch->watchWindows(watched);
     std::optional<xcb_res_query_client_ids_cookie_t> serverPidCookie;
     std::optional<xcb_get_property_cookie_t> pidCookie;
     if (front != XCB_NONE) {

@@ -12,8 +12,10 @@
 // back to front and reversed, keeping viewable windows that are neither
 // DESKTOP nor DOCK windows nor _NET_WM_STATE_HIDDEN (minimised windows stay
 // in the stacking list). Requests of one step are sent together and their
-// replies collected afterwards: a tick's look (lookAtFront: the front
-// process and the window list) costs two round trips.
+// replies collected afterwards: a full look (the front process and the
+// window list) costs two round trips, and a tick takes one only when the
+// server has announced a change that matters since the last
+// (XcbLookWatch); otherwise the last look stands, with no round trip.
 //
 // An active window of 0, which window managers write for an instant
 // between two focus changes, is reported as no front process (a gap), not
@@ -72,6 +74,8 @@ public:
                                              const QString& dialogName) override;
 
 private:
+    FrontLook fullLookAtFront();
+
     struct Private;
     std::unique_ptr<Private> d;
 };
