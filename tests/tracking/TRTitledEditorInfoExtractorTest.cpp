@@ -24,7 +24,6 @@ TEST(TRTitledEditorInfoExtractorTest, EachTitleShapeGivesTheFileFirst) {
         const char* want;  // the first candidate; null: no shape
     } cases[] = {
         {"notes.txt (~/docs) - gedit", "/home/ann/docs/notes.txt"},
-        {"*notes.txt (/srv/a) - gedit", "/srv/a/notes.txt"},
         {"/srv/a/notes.txt - Mousepad", "/srv/a/notes.txt"},
         {"*src/main.c - Mousepad", "/work/proj/src/main.c"},
         {"~/docs/notes.txt — Kate", "/home/ann/docs/notes.txt"},
