@@ -3,12 +3,12 @@
 #include <QSocketNotifier>
 #include <algorithm>
 #include <cstring>
-#include <poll.h>
 
 #include "platform/linux/ToplevelWindowModel.h"
 
 // Wayland headers last, after Qt's.
 #include <wayland-client.h>
+#include "platform/linux/WaylandEvents.h"
 #include "wlr-foreign-toplevel-client-protocol.h"
 
 namespace {
@@ -137,19 +137,10 @@ void Private::closed(ToplevelHandle* handle) {
     std::erase_if(handles, [handle](const auto& entry) { return entry.get() == handle; });
 }
 
-// Reads what the socket holds (without `wait`, only if something is there)
-// and runs the listeners.
+// Reads what the socket holds and runs the listeners.
 void Private::readEvents(bool wait) {
     if (!connected()) return;
-    while (wl_display_prepare_read(display) != 0) wl_display_dispatch_pending(display);
-    wl_display_flush(display);
-    pollfd fd{wl_display_get_fd(display), POLLIN, 0};
-    if (wait || ::poll(&fd, 1, 0) > 0) {
-        wl_display_read_events(display);
-    } else {
-        wl_display_cancel_read(display);
-    }
-    wl_display_dispatch_pending(display);
+    readWaylandEvents(display, wait);
     // A closed socket stays readable: stop listening once it is lost.
     if (!connected() && readable) readable->setEnabled(false);
 }

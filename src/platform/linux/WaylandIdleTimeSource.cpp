@@ -2,12 +2,12 @@
 
 #include <QSocketNotifier>
 #include <cstring>
-#include <poll.h>
 
 #include "platform/linux/LinuxPlatformLog.h"
 
 // Wayland headers last, after Qt's.
 #include <wayland-client.h>
+#include "platform/linux/WaylandEvents.h"
 #include "ext-idle-notify-v1-client-protocol.h"
 #include "kde-idle-client-protocol.h"
 
@@ -89,19 +89,10 @@ void WaylandIdleTimeSource::Private::watch() {
     wl_display_flush(display);
 }
 
-// Reads what the socket holds (without `wait`, only if something is there)
-// and runs the listeners.
+// Reads what the socket holds and runs the listeners.
 void WaylandIdleTimeSource::Private::readEvents(bool wait) {
     if (!connected()) return;
-    while (wl_display_prepare_read(display) != 0) wl_display_dispatch_pending(display);
-    wl_display_flush(display);
-    pollfd fd{wl_display_get_fd(display), POLLIN, 0};
-    if (wait || ::poll(&fd, 1, 0) > 0) {
-        wl_display_read_events(display);
-    } else {
-        wl_display_cancel_read(display);
-    }
-    wl_display_dispatch_pending(display);
+    readWaylandEvents(display, wait);
     // A closed socket stays readable: stop listening until the next query
     // notices the loss.
     if (!connected() && readable) readable->setEnabled(false);
