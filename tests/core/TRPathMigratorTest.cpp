@@ -34,11 +34,7 @@ TEST(TRPathMigratorTest, CopiesTheRightOlderFolderOnce) {
         {"old product folder", "/usr/bin/vorlix-helper", {"Vorlix"}, false, "Vorlix"},
         {"lite folder", "/usr/bin/vorlix-helper", {"info.mallowby.Vorlix-lite"}, false,
          "info.mallowby.Vorlix-lite"},
-        {"old product wins over lite", "/usr/bin/vorlix-helper",
-         {"info.mallowby.Vorlix-lite", "Vorlix"}, false, "Vorlix"},
         {"target present, even empty", "/usr/bin/vorlix-helper", {"Vorlix"}, true, nullptr},
-        {"lite edition never migrates", "/opt/Vorlix lite.app/bin/vorlix-helper", {"Vorlix"}, false,
-         nullptr},
         {"nothing to migrate", "/usr/bin/vorlix-helper", {}, false, nullptr},
     };
     for (const Row& row : rows) {

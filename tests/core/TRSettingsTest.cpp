@@ -24,19 +24,13 @@ TRSettingsSnapshot with(void (*change)(TRSettingsSnapshot&)) {
 TEST(TRSettingsTest, ReadsEachKeyWithItsTypeAndDefault) {
     const Row rows[] = {
         {"askAfterIdle", nullptr, {}},
-        {"askAfterIdle", "true", with([](TRSettingsSnapshot& s) { s.askAfterIdle = true; })},
         {"askAfterIdle", "1", with([](TRSettingsSnapshot& s) { s.askAfterIdle = true; })},
         {"askAfterIdle", "yes", {}},
         {"shouldSuspendTrackingUponIdle", "0",
          with([](TRSettingsSnapshot& s) { s.shouldSuspendTrackingUponIdle = false; })},
-        {"shouldSuspendTrackingUponIdle", "FALSE",
-         with([](TRSettingsSnapshot& s) { s.shouldSuspendTrackingUponIdle = false; })},
         {"idleTimeThresholdForSuspendingTracking", "12.5",
          with([](TRSettingsSnapshot& s) { s.idleTimeThresholdForSuspendingTracking = 12.5; })},
         {"idleTimeThresholdForSuspendingTracking", "inf", {}},
-        {"idleTimeThresholdForSuspendingTracking", "abc", {}},
-        {"activityStoreTimeThreshold", "60",
-         with([](TRSettingsSnapshot& s) { s.activityStoreTimeThreshold = 60; })},
         {"maxURLTrackingLevel", "2", with([](TRSettingsSnapshot& s) { s.maxURLTrackingLevel = 2; })},
         {"maxURLTrackingLevel", "1e20", {}},
     };

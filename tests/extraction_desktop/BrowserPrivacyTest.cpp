@@ -1,9 +1,8 @@
 // Real browsers' pages: with an incognito or private window in front the
 // time is the browser's and nothing about the page is kept, in English and
 // in German, while the normal window behind still gives its page; Firefox's
-// address follows its tabs; undocked developer tools stand for the page they
-// inspect; a browser started before accessibility was on keeps its time and
-// says so.
+// address follows its tabs; a browser started before accessibility was on
+// keeps its time and says so.
 
 #include <QThread>
 
@@ -108,27 +107,6 @@ TEST(BrowserPrivacy, FirefoxPrivateWindowKeepsOnlyTheBrowser) {
          QStringLiteral("--private-window"), page("one")},
         nullptr, 15000));
     expectPrivateWindowKeepsOnlyTheBrowser(pid, QStringLiteral("page one"));
-    g_desktop->stopProgram(pid);
-}
-
-TEST(BrowserPrivacy, UndockedDeveloperToolsStandForTheInspectedPage) {
-    REQUIRE_DESKTOP();
-    REQUIRE_TOOL("chromium");
-    ChromiumOptions undocked;
-    undocked.preferences = R"({"devtools":{"preferences":{"currentDockState":"\"undocked\""}}})";
-    undocked.moreArguments = QStringList{QStringLiteral("--auto-open-devtools-for-tabs")};
-    const qint64 pid = startChromiumInFront(page("one"), undocked);
-    ASSERT_GT(pid, 0);
-    const auto tools = g_desktop->waitForWindowNamed(QStringLiteral("DevTools"), kWindowTimeoutMs);
-    ASSERT_TRUE(tools && g_desktop->activateWindow(*tools));
-    Tick last;
-    EXPECT_TRUE(waitForTick(
-        [&](const Tick& t) {
-            return showsPage(t, pid, page("one")) &&
-                   t.completed->activity.windowTitle().startsWith(QLatin1String("DevTools"));
-        },
-        kPageTimeoutMs, &last))
-        << qPrintable(describe(last));
     g_desktop->stopProgram(pid);
 }
 

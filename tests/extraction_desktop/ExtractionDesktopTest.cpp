@@ -1,7 +1,7 @@
 // What the extraction makes of real applications on a real X desktop, with
 // the helper's own platform objects: terminals, programs without a desktop
-// entry, a browser, applications that stop answering, and what
-// `vorlix-helper inspect --once` prints.
+// entry, a browser and applications that stop answering. (What `inspect`
+// prints is read by the end-to-end and sway tests.)
 
 #include <QFile>
 #include <QFileInfo>
@@ -11,7 +11,6 @@
 #include <functional>
 
 #include "ExtractionDesktopSupport.h"
-#include "harness/HelperProcess.h"
 #include "platform/RunningApplications.h"
 
 namespace {
@@ -110,24 +109,6 @@ TEST(ExtractionOnDesktop, ChromiumPageAddressIsTheDocumentPathAndFollowsTabs) {
         EXPECT_EQ(applicationOf(last)->bundleIdentifier, QStringLiteral("chromium"));
         EXPECT_EQ(last.completed->extractor, QStringLiteral("TRChromeInfoExtractor"));
     }
-    g_desktop->stopProgram(pid);
-}
-
-TEST(ExtractionOnDesktop, InspectOncePrintsTheFrontApplicationAndExitsCleanly) {
-    REQUIRE_DESKTOP();
-    const qint64 pid = startInFront([] { return g_desktop->startXterm(QStringLiteral("inspected")); });
-    ASSERT_GT(pid, 0);
-    const HelperProcess::Result inspect =
-        HelperProcess::run(g_desktop->environment(), {QStringLiteral("inspect"), QStringLiteral("--once")});
-    EXPECT_EQ(inspect.code, 0) << qPrintable(inspect.err);
-    for (const QString& line :
-         {QStringLiteral("application: XTerm\n"), QStringLiteral("id: debian-xterm\n"),
-          QStringLiteral("pid: %1\n").arg(pid), QStringLiteral("window title: inspected\n"),
-          QStringLiteral("extractor: TRTerminalInfoExtractor\n")}) {
-        EXPECT_TRUE(inspect.out.contains(line)) << qPrintable(line) << " not in:\n" << qPrintable(inspect.out);
-    }
-    // Nothing complains on the way out (GLib reports misuse on stderr).
-    EXPECT_TRUE(inspect.err.isEmpty()) << qPrintable(inspect.err);
     g_desktop->stopProgram(pid);
 }
 

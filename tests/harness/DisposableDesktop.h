@@ -39,12 +39,10 @@
 
 // How DisposableDesktop::startChromium starts it: accessibility forced on
 // unless told to ask the desktop at its start, in the language given
-// (LANGUAGE), with `preferences` as the profile's Preferences file.
+// (LANGUAGE).
 struct ChromiumOptions {
     QString language;
     bool forceAccessibility = true;
-    QByteArray preferences;
-    QStringList moreArguments;
 };
 
 class DisposableDesktop final {

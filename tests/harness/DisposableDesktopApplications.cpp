@@ -33,11 +33,6 @@ qint64 DisposableDesktop::startXterm(const QString& title, const QStringList& mo
 qint64 DisposableDesktop::startChromium(const QString& url, const ChromiumOptions& options) {
     m_chromiumProfile = m_state.path() + QStringLiteral("/chromium-%1").arg(++m_chromiumProfiles);
     QDir().mkpath(m_chromiumProfile + QStringLiteral("/Default"));
-    if (!options.preferences.isEmpty()) {
-        QFile preferences(m_chromiumProfile + QStringLiteral("/Default/Preferences"));
-        if (!preferences.open(QIODevice::WriteOnly) || preferences.write(options.preferences) < 0)
-            return -1;
-    }
     QStringList arguments =
         QStringLiteral("--no-sandbox --disable-gpu --no-first-run --disable-background-networking "
                        "--disable-component-update --disable-sync --proxy-server=127.0.0.1:9")
@@ -50,7 +45,7 @@ qint64 DisposableDesktop::startChromium(const QString& url, const ChromiumOption
         arguments << QStringLiteral("--force-renderer-accessibility");
     }
     if (!options.language.isEmpty()) m_environment.insert(QStringLiteral("LANGUAGE"), options.language);
-    const qint64 pid = startProgram(QStringLiteral("chromium"), arguments + options.moreArguments + QStringList{url});
+    const qint64 pid = startProgram(QStringLiteral("chromium"), arguments + QStringList{url});
     m_environment.remove(QStringLiteral("ACCESSIBILITY_ENABLED"));
     m_environment.remove(QStringLiteral("LANGUAGE"));
     return pid;

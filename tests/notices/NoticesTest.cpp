@@ -166,12 +166,6 @@ TEST_F(NoticesTest, AFailedCheckShowsNothingAndStillWaitsForTheCheckPeriod) {
     }
 }
 
-TEST_F(NoticesTest, NothingIsDownloadedWhileTheAddressIsUnset) {
-    checker->checkForNotifications();
-    QCoreApplication::processEvents();
-    EXPECT_FALSE(settings->snapshot().iNotifyLastChecked);
-}
-
 // Read back from the file: the answers outlive the helper.
 TEST_F(NoticesTest, RemembersEachAnswer) {
     const struct {
@@ -202,19 +196,6 @@ TEST_F(NoticesTest, RemembersEachAnswer) {
         EXPECT_EQ(presenter.alerts.back().messageText, QString::fromLatin1(row.nextShown));
         presenter.answer(iNotifyButton::Other);
     }
-}
-
-TEST_F(NoticesTest, DebugBringsViewedNoticesBackOnceAllAreViewed) {
-    serve("abc.plist");
-    settings->setValue(TRSettingKey::iNotifyViewedNotifications,
-                       QStringList{u"a"_s, u"B"_s, u"c"_s});
-    check();
-    EXPECT_TRUE(presenter.alerts.empty());
-    checker->options().debug = true;
-    check();
-    ASSERT_EQ(presenter.alerts.size(), 1u);
-    EXPECT_EQ(presenter.alerts.front().messageText, u"Reports for the last five years"_s);
-    EXPECT_EQ(settings->snapshot().iNotifyViewedNotifications, QStringList());
 }
 
 }  // namespace

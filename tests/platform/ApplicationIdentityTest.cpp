@@ -39,7 +39,6 @@ const char* const kEntries[][2] = {
     {"second/org.x.EditorSettings", "Name=Settings\nExec=example-editor --prefs\nNoDisplay=true"},
     {"second/viewer", "Name=Viewer\nExec=\"@/Example Viewer/viewer\" --open %f"},
     {"second/script", "Name=Script\nExec=sh /usr/share/tool/tool.sh"},
-    {"second/website", "Name=A Web Site\nType=Link\nURL=https://example.org/"},
     {"second/kde4/konsole", "Name=Old Konsole\nExec=konsole"},
     {"second/uninstalled", "Name=Uninstalled\nExec=no-such-program-anywhere"},
 };
@@ -86,10 +85,8 @@ TEST(ProcessIdentityTest, ReadsIdsOutOfCgroups) {
         {"service with random part", "0::/app-gnome-org.gnome.Terminal@3f2a.service\n", "", "", "org.gnome.Terminal"},
         {"plain service", "0::/app.slice/app-org.kde.konsole.service\n", "", "", "org.kde.konsole"},
         {"snap", "0::/user.slice/app.slice/snap.firefox.firefox-1b2c.scope\n", "", "firefox", ""},
-        {"snap with dotted random", "0::/snap.code.code.4d1e7a.scope\n", "", "code", ""},
         {"cgroup v1 lines", "12:pids:/user.slice\n1:name=systemd:/app-gnome-gedit-55.scope\n", "", "", "gedit"},
         {"session scope is no application", "0::/user.slice/user-1000.slice/session-2.scope\n", "", "", ""},
-        {"empty", "", "", "", ""},
     };
     for (const auto& [name, cgroup, flatpak, snap, scope] : cases) {
         SCOPED_TRACE(name);
@@ -117,17 +114,12 @@ TEST(ApplicationIdentityTest, ResolvesInTheDocumentedOrder) {
          "Viewer"},
         {"the first data folder wins", "/x", "", hints("x", "X", "overridden"), "overridden", "User Overridden"},
         {"and its Hidden entry hides later ones", "/x", "", hints("x", "X", "hidden-by-user"), "hidden-by-user", "X"},
-        {"a link is no application", "/x", "", hints("x", "X", "website"), "website", "X"},
         {"nor is an entry whose program is missing", "/x", "", hints("x", "X", "uninstalled"), "uninstalled", "X"},
         {"sub-folders joined by '-'", "/x", "", hints("x", "X", "kde4-konsole"), "kde4-konsole", "Old Konsole"},
         {"StartupWMClass = class", "/x", "", hints("ed", "EditorWindow"), "org.x.Editor", "Editor"},
-        {"StartupWMClass = instance", "/x", "", hints("EditorWindow", "O"), "org.x.Editor", "Editor"},
-        {"StartupWMClass is exact", "/x", "", hints("editorwindow", ""), nullptr, "x"},
         {"id = class, any case", "/x", "", hints("x", "VIEWER"), "viewer", "Viewer"},
-        {"id = instance, any case", "/x", "", hints("terminal", "Other"), "Terminal", "Terminal"},
         {"Exec: beats a NoDisplay entry", "/usr/bin/example-editor", "", {}, "org.x.Editor", "Editor"},
         {"Exec: same quoted path", "@/Example Viewer/viewer", "", hints("v", "V"), "viewer", "Viewer"},
-        {"Exec: same file name", "/elsewhere/viewer", "", {}, "viewer", "Viewer"},
         {"Exec: after env assignments", "/usr/bin/example-terminal", "", {}, "Terminal", "Terminal"},
         {"Exec: escapes undone", "/usr/bin/notes-app", "", {}, "notes", "Notes and Ideas"},
         {"launcher scope last", "/x", "0::/app-gnome-org.x.Scoped-7.scope\n", hints("u", "U"), "org.x.Scoped", "U"},
@@ -249,9 +241,8 @@ TEST(LoginEntryTest, NamesItsProgramForTheHelperAndForGio) {
     const QString root = installedApplications();
     XdgAutostartLoginItems loginItems(root + QStringLiteral("/home/applications"));
     DesktopEntryIndex index;
-    const char* const names[] = {"vorlix-helper", "with space",  "quote\"d",    "back\\slash",
-                                 "cost$HOME",     "back`tick`",  "tab\there",    "line\nbreak",
-                                 "return\r",      "caf\u00e9",   "100%"};
+    const char* const names[] = {"with space", "quote\"d", "back\\slash", "cost$HOME",
+                                 "line\nbreak", "caf\u00e9", "100%"};
     for (const char* name : names) {
         SCOPED_TRACE(name);
         const QString program = root + QStringLiteral("/Programs/") + QString::fromUtf8(name);

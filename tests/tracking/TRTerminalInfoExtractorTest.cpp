@@ -45,11 +45,8 @@ TEST(TRTerminalInfoExtractorTest, SessionLineCaptures) {
 
 TEST(TRTerminalInfoExtractorTest, LocalHostIsANameOrItsFirstLabelInAnyCase) {
     const QStringList names{u"desk.example.org"_s, u"localhost"_s};
-    for (const auto& [host, local] : {std::pair{"desk", true},
-                                      {"DESK", true},
-                                      {"Desk.Example.org", true},
-                                      {"desk.example", false},
-                                      {"example", false}}) {
+    for (const auto& [host, local] :
+         {std::pair{"DESK", true}, {"Desk.Example.org", true}, {"desk.example", false}}) {
         SCOPED_TRACE(host);
         EXPECT_EQ(TRTerminalInfoExtractor::isLocalHost(q(host), names), local);
     }

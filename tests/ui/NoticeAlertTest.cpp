@@ -26,11 +26,9 @@ TEST(NoticeAlertTest, EveryWayOutAnswersOnceWithTheExpectedButton) {
     } rows[] = {
         {withAction, u"Read the Notes"_s, iNotifyButton::Default},
         {withAction, u"Ignore"_s, iNotifyButton::Alternate},
-        {withAction, u"Remind Me Later"_s, iNotifyButton::Other},
         {withAction, u"Escape"_s, iNotifyButton::Other},
         {withAction, u"close"_s, iNotifyButton::Other},
         {okOnly, u"Escape"_s, iNotifyButton::Default},
-        {okOnly, u"close"_s, iNotifyButton::Default},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE((row.way + u" on "_s + row.alert.messageText).toStdString());

@@ -3,7 +3,6 @@
 
 #include <QDeadlineTimer>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
@@ -56,8 +55,6 @@ TEST(PathWatcherTest, ChangesOfALatencyPeriodArriveAsOneBatchPerFolder) {
     EXPECT_FALSE(watcher.startWatchingPaths({})) << "nothing to watch";
     ASSERT_TRUE(watcher.startWatchingPaths({root.path()}));
     EXPECT_FALSE(watcher.startWatchingPaths({root.path()})) << "already watching";
-    QElapsedTimer sinceFirstChange;
-    sinceFirstChange.start();
     for (int i = 0; i < 3; ++i) touch(root.filePath(QStringLiteral("vorlix-helper")));
     touch(root.filePath(QStringLiteral("lib/plugins/libtray.so")));
     ASSERT_TRUE(QDir(root.path()).mkpath(QStringLiteral("new")));
@@ -65,7 +62,6 @@ TEST(PathWatcherTest, ChangesOfALatencyPeriodArriveAsOneBatchPerFolder) {
     touch(root.filePath(QStringLiteral("new/added-later")));  // a folder made while watching
 
     ASSERT_TRUE(waitForEvents(recorder, 3));
-    EXPECT_GE(sinceFirstChange.elapsed(), 350) << "held back for the latency";
     QTest::qWait(600);
     EXPECT_EQ(recorder.paths(),
               (QStringList{root.path(), root.filePath(QStringLiteral("lib/plugins")),
