@@ -204,23 +204,7 @@ AtspiAccessibilityProvider::~AtspiAccessibilityProvider() {
 }
 
 bool AtspiAccessibilityProvider::isEnabled() {
-    constexpr auto kRecheckAfter = std::chrono::seconds(5);
-    const auto now = std::chrono::steady_clock::now();
-    std::lock_guard lock(m_enabledMutex);
-    if (!m_enabled || now - m_enabledAskedAt >= kRecheckAfter) {
-        m_enabled = askWhetherEnabled();
-        m_enabledAskedAt = now;
-    }
-    return *m_enabled;
-}
-
-bool AtspiAccessibilityProvider::askWhetherEnabled() {
-    QDBusMessage get = QDBusMessage::createMethodCall(kBusService, kBusPath, kPropertiesInterface,
-                                                      QStringLiteral("Get"));
-    get << kStatusInterface << QStringLiteral("IsEnabled");
-    const QDBusMessage reply = QDBusConnection::sessionBus().call(get, QDBus::Block, kCallTimeoutMs);
-    if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty()) return false;
-    return reply.arguments().constFirst().value<QDBusVariant>().variant().toBool();
+    return m_enabled.value();
 }
 
 bool AtspiAccessibilityProvider::enable() {
@@ -228,8 +212,7 @@ bool AtspiAccessibilityProvider::enable() {
                                                       QStringLiteral("Set"));
     set << kStatusInterface << QStringLiteral("IsEnabled") << QVariant::fromValue(QDBusVariant(true));
     const QDBusMessage reply = QDBusConnection::sessionBus().call(set, QDBus::Block, kCallTimeoutMs);
-    std::lock_guard lock(m_enabledMutex);
-    m_enabled.reset();
+    m_enabled.forget();
     return reply.type() == QDBusMessage::ReplyMessage;
 }
 

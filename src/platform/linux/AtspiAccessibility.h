@@ -57,8 +57,6 @@
 // bus and may be called from any thread.
 
 #include <QString>
-#include <chrono>
-#include <mutex>
 #include <memory>
 #include <optional>
 
@@ -66,6 +64,7 @@
 #include "platform/MailSelectionSource.h"
 #include "platform/WindowDocumentSource.h"
 #include "platform/WindowLocationSource.h"
+#include "platform/linux/AtspiEnabledSwitch.h"
 #include "platform/linux/DialogOwners.h"
 
 class AtspiAccessibilityProvider final : public AccessibilityProvider,
@@ -106,12 +105,7 @@ public:
     struct Session;
 
 private:
-    bool askWhetherEnabled();
-
     std::unique_ptr<Session> d;
-    // The switch is read once every few seconds, not once a tick: asking
-    // costs a session-bus round trip.
-    std::mutex m_enabledMutex;
-    std::optional<bool> m_enabled;
-    std::chrono::steady_clock::time_point m_enabledAskedAt;
+    // Not asked once a tick: asking costs a session-bus round trip.
+    AtspiEnabledSwitch m_enabled;
 };
