@@ -73,6 +73,13 @@ QString fileUrlOfDirectory(const QString& directory) {
 
 std::optional<TRTerminalInfoExtractor::SessionLine> TRTerminalInfoExtractor::parseSessionLine(
     const QString& line) {
+    // The pattern needs a ':' and then a folder; most titles (a bare
+    // program name) have none, and are answered without the matcher.
+    const qsizetype colon = line.indexOf(QLatin1Char(':'));
+    if (colon < 0 || (line.indexOf(QLatin1Char('/'), colon) < 0 &&
+                      line.indexOf(QLatin1Char('~'), colon) < 0)) {
+        return std::nullopt;
+    }
     URegularExpression* expression = sessionExpression();
     if (expression == nullptr) return std::nullopt;
     UErrorCode status = U_ZERO_ERROR;

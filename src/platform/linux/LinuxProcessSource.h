@@ -1,9 +1,11 @@
 #pragma once
 // LinuxProcessSource: process facts from /proc.
 //
-// Thread: any; no state but the root folder.
+// Thread: any. The files of the last few processes asked about stay open
+// (ProcFileCache): the terminal in front is asked about every second.
 
 #include "platform/ProcessSource.h"
+#include "platform/linux/ProcFileCache.h"
 
 class LinuxProcessSource final : public ProcessSource {
 public:
@@ -22,4 +24,5 @@ private:
     QString path(qint32 processIdentifier, const char* entry) const;
 
     QString m_procRoot;
+    ProcFileCache m_files;
 };
