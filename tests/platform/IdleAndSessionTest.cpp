@@ -112,7 +112,8 @@ TEST(LinuxIdleTimeSourceTest, X11AnswersFollowInputWithoutAskingBetweenInputs) {
                  {"1.5 s more", nullptr, 1500, false, true}};
     QElapsedTimer sinceInput;
     const auto touch = [&](const char* input) {
-        const bool done = g_desktop->run(QStringLiteral("xdotool"), QString::fromLatin1(input).split(u' '));
+        const bool done =
+            g_desktop->run(QStringLiteral("xdotool"), QString::fromLatin1(input).split(u' '));
         sinceInput.start();
         return done;
     };

@@ -117,7 +117,8 @@ bool LinuxIdleTimeSource::XConnection::findIdleCounter() {
     // counter id, the resolution and the name's length; entries are padded
     // to 4 bytes.
     const auto* entry = reinterpret_cast<const uint8_t*>(counters + 1);
-    const uint8_t* end = reinterpret_cast<const uint8_t*>(counters) + 32 + 4 * size_t{counters->length};
+    const uint8_t* end =
+        reinterpret_cast<const uint8_t*>(counters) + 32 + 4 * size_t{counters->length};
     for (uint32_t i = 0; i < counters->counters_len && entry + 14 <= end; ++i) {
         uint16_t nameLength = 0;
         std::memcpy(&nameLength, entry + 12, sizeof nameLength);
@@ -152,7 +153,8 @@ void LinuxIdleTimeSource::XConnection::armAlarm(qint64 idleMs, const QElapsedTim
         values.events = 1;
         xcb_sync_create_alarm_aux(connection, alarm,
                                   XCB_SYNC_CA_COUNTER | XCB_SYNC_CA_VALUE_TYPE | XCB_SYNC_CA_VALUE |
-                                      XCB_SYNC_CA_TEST_TYPE | XCB_SYNC_CA_DELTA | XCB_SYNC_CA_EVENTS,
+                                      XCB_SYNC_CA_TEST_TYPE | XCB_SYNC_CA_DELTA |
+                                      XCB_SYNC_CA_EVENTS,
                                   &values);
     } else {
         xcb_sync_change_alarm_value_list_t values{};
@@ -173,7 +175,8 @@ bool LinuxIdleTimeSource::XConnection::inputAnnounced() {
     while (xcb_generic_event_t* event = xcb_poll_for_event(connection)) {
         const uint8_t type = event->response_type & 0x7f;
         if (type == 0 && idleCounter) {
-            qCWarning(lcPlatformLinux) << "the X idle alarm failed: asking for the idle time every tick";
+            qCWarning(lcPlatformLinux)
+                << "the X idle alarm failed: asking for the idle time every tick";
             idleCounter = 0;
         }
         announced = announced || type == 0 ||
@@ -189,7 +192,8 @@ std::optional<double> LinuxIdleTimeSource::XConnection::idleWithoutAsking() {
         knownIdleMs.reset();
     }
     if (!knownIdleMs) return std::nullopt;
-    return (static_cast<double>(*knownIdleMs) + static_cast<double>(knownSince.nsecsElapsed()) / 1e6) /
+    return (static_cast<double>(*knownIdleMs) +
+            static_cast<double>(knownSince.nsecsElapsed()) / 1e6) /
            1000.0;
 }
 
