@@ -84,6 +84,9 @@ struct LinuxIdleTimeSource::XConnection {
     // not rung since: the idle time is that answer plus the time since.
     std::optional<qint64> knownIdleMs;
     QElapsedTimer knownSince;
+    // When the events were last read: the decision step follows the start
+    // of its tick by a moment, and need not read them again.
+    QElapsedTimer eventsReadAt;
 
     void dropPrepared() {
         if (prepared) xcb_discard_reply(connection, prepared->sequence);
@@ -171,6 +174,7 @@ void LinuxIdleTimeSource::XConnection::armAlarm(qint64 idleMs, const QElapsedTim
 // Nothing else sends us events, and the only requests whose errors come
 // here are the alarm's.
 bool LinuxIdleTimeSource::XConnection::inputAnnounced() {
+    eventsReadAt.start();
     bool announced = false;
     while (xcb_generic_event_t* event = xcb_poll_for_event(connection)) {
         const uint8_t type = event->response_type & 0x7f;
@@ -188,7 +192,9 @@ bool LinuxIdleTimeSource::XConnection::inputAnnounced() {
 }
 
 std::optional<double> LinuxIdleTimeSource::XConnection::idleWithoutAsking() {
-    if (knownIdleMs && (knownSince.elapsed() >= kLongestUnaskedMs || inputAnnounced())) {
+    const bool readJustNow = eventsReadAt.isValid() && eventsReadAt.elapsed() < kPreparedAnswerMs;
+    if (knownIdleMs &&
+        (knownSince.elapsed() >= kLongestUnaskedMs || (!readJustNow && inputAnnounced()))) {
         knownIdleMs.reset();
     }
     if (!knownIdleMs) return std::nullopt;

@@ -7,6 +7,24 @@
 
 #include "platform/linux/ProcessFacts.h"
 
+namespace {
+
+// One tick asks about the terminal's processes more than once (liveness,
+// threads, foreground group, command line); a stat read this recently
+// answers them all.
+constexpr qint64 kSameTickMs = 100;
+
+// The process's name and start time: a process that still has both has not
+// started another program since, so its command line is as it was.
+QByteArray programIdentity(const QByteArray& stat) {
+    const qsizetype open = stat.indexOf('(');
+    const qsizetype close = stat.lastIndexOf(')');
+    if (open < 0 || close < open) return {};
+    return stat.mid(open, close - open + 1) + ' ' + ProcessIdentity::statField(stat, 22).toByteArray();
+}
+
+}  // namespace
+
 LinuxProcessSource::LinuxProcessSource(QString procRoot) : m_procRoot(std::move(procRoot)) {}
 
 QString LinuxProcessSource::path(qint32 processIdentifier, const char* entry) const {
@@ -16,7 +34,7 @@ QString LinuxProcessSource::path(qint32 processIdentifier, const char* entry) co
 
 bool LinuxProcessSource::isRunning(qint32 processIdentifier) {
     if (processIdentifier <= 0) return false;
-    const QByteArray stat = m_files.read(path(processIdentifier, "stat"));
+    const QByteArray stat = m_files.read(path(processIdentifier, "stat"), kSameTickMs);
     return !stat.isEmpty() && !ProcessIdentity::isZombieStat(stat);
 }
 
@@ -35,10 +53,26 @@ QString LinuxProcessSource::workingDirectory(qint32 processIdentifier) {
 QStringList LinuxProcessSource::arguments(qint32 processIdentifier) {
     QStringList words;
     if (processIdentifier <= 0) return words;
+    // The terminal's shell at its prompt: its stat was just read for the
+    // foreground group, and tells whether it still runs the same program.
+    const std::optional<QByteArray> stat = m_files.recent(path(processIdentifier, "stat"), kSameTickMs);
+    const QByteArray identity = stat ? programIdentity(*stat) : QByteArray();
+    {
+        std::lock_guard lock(m_argumentsMutex);
+        if (!identity.isEmpty() && m_lastArguments.processIdentifier == processIdentifier &&
+            m_lastArguments.identity == identity) {
+            return m_lastArguments.words;
+        }
+    }
     QByteArray text = m_files.read(path(processIdentifier, "cmdline"));
     if (text.endsWith('\0')) text.chop(1);
-    if (text.isEmpty()) return words;
-    for (const QByteArray& word : text.split('\0')) words.append(QString::fromLocal8Bit(word));
+    if (!text.isEmpty()) {
+        for (const QByteArray& word : text.split('\0')) words.append(QString::fromLocal8Bit(word));
+    }
+    if (!identity.isEmpty()) {
+        std::lock_guard lock(m_argumentsMutex);
+        m_lastArguments = LastArguments{processIdentifier, identity, words};
+    }
     return words;
 }
 
@@ -50,7 +84,8 @@ QList<qint32> LinuxProcessSource::children(qint32 processIdentifier) {
     // thread (field 20 of stat) needs no look at the list of its threads.
     const QString tasks = path(processIdentifier, "task");
     QList<QByteArray> taskNames;
-    if (ProcessIdentity::statField(m_files.read(path(processIdentifier, "stat")), 20).toInt() == 1) {
+    const QByteArray stat = m_files.read(path(processIdentifier, "stat"), kSameTickMs);
+    if (ProcessIdentity::statField(stat, 20).toInt() == 1) {
         taskNames.append(QByteArray::number(processIdentifier));
     } else {
         taskNames = ProcFiles::folderEntries(tasks);

@@ -7,6 +7,10 @@
 #include "platform/ProcessSource.h"
 #include "platform/linux/ProcFileCache.h"
 
+#include <QStringList>
+
+#include <mutex>
+
 class LinuxProcessSource final : public ProcessSource {
 public:
     // `procRoot` is "/proc" except in tests.
@@ -23,6 +27,15 @@ public:
 private:
     QString path(qint32 processIdentifier, const char* entry) const;
 
+    // The command line last read, with the program identity it was read for.
+    struct LastArguments {
+        qint32 processIdentifier = 0;
+        QByteArray identity;
+        QStringList words;
+    };
+
     QString m_procRoot;
     ProcFileCache m_files;
+    std::mutex m_argumentsMutex;
+    LastArguments m_lastArguments;
 };

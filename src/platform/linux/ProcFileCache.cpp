@@ -3,6 +3,7 @@
 #include <QFile>
 
 #include <fcntl.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -36,6 +37,12 @@ std::optional<QByteArray> readFromStart(int fd) {
     return text;
 }
 
+qint64 coarseMilliseconds() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+    return qint64(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
+}
+
 }  // namespace
 
 ProcFileCache::ProcFileCache(std::size_t capacity) : m_capacity(std::max<std::size_t>(capacity, 1)) {}
@@ -44,13 +51,18 @@ ProcFileCache::~ProcFileCache() {
     for (const Entry& entry : m_entries) ::close(entry.fd);
 }
 
+ProcFileCache::Entry* ProcFileCache::find(const QString& path) {
+    for (Entry& entry : m_entries) {
+        if (entry.path == path) return &entry;
+    }
+    return nullptr;
+}
+
 int ProcFileCache::openFor(const QString& path, bool folder, bool& reopened) {
     reopened = false;
-    for (Entry& entry : m_entries) {
-        if (entry.path == path) {
-            entry.lastUse = ++m_uses;
-            return entry.fd;
-        }
+    if (Entry* entry = find(path)) {
+        entry->lastUse = ++m_uses;
+        return entry->fd;
     }
     const int flags = folder ? (O_PATH | O_DIRECTORY | O_CLOEXEC) : (O_RDONLY | O_CLOEXEC);
     const int fd = ::open(QFile::encodeName(path).constData(), flags);
@@ -63,7 +75,7 @@ int ProcFileCache::openFor(const QString& path, bool folder, bool& reopened) {
         ::close(oldest->fd);
         m_entries.erase(oldest);
     }
-    m_entries.push_back(Entry{path, fd, ++m_uses});
+    m_entries.push_back(Entry{path, fd, ++m_uses, QByteArray(), -1});
     return fd;
 }
 
@@ -75,13 +87,33 @@ void ProcFileCache::forget(const QString& path) {
     m_entries.erase(found);
 }
 
-QByteArray ProcFileCache::read(const QString& path) {
+std::optional<QByteArray> ProcFileCache::recent(const QString& path, qint64 withinMs) {
     std::lock_guard lock(m_mutex);
+    const Entry* entry = find(path);
+    if (entry == nullptr || entry->readAtMs < 0) return std::nullopt;
+    if (coarseMilliseconds() - entry->readAtMs >= withinMs) return std::nullopt;
+    return entry->lastText;
+}
+
+QByteArray ProcFileCache::read(const QString& path, qint64 reuseWithinMs) {
+    std::lock_guard lock(m_mutex);
+    if (reuseWithinMs > 0) {
+        const Entry* entry = find(path);
+        if (entry != nullptr && entry->readAtMs >= 0 &&
+            coarseMilliseconds() - entry->readAtMs < reuseWithinMs) {
+            return entry->lastText;
+        }
+    }
     for (int attempt = 0; attempt < 2; ++attempt) {
         bool reopened = false;
         const int fd = openFor(path, false, reopened);
         if (fd < 0) return {};
-        if (std::optional<QByteArray> text = readFromStart(fd)) return *text;
+        if (std::optional<QByteArray> text = readFromStart(fd)) {
+            Entry* entry = find(path);
+            entry->lastText = *text;
+            entry->readAtMs = coarseMilliseconds();
+            return *text;
+        }
         if (!processHasEnded(errno)) return {};
         forget(path);
         if (reopened) return {};

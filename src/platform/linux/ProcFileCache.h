@@ -15,6 +15,7 @@
 #include <QString>
 
 #include <mutex>
+#include <optional>
 #include <vector>
 
 class ProcFileCache final {
@@ -25,7 +26,11 @@ public:
     ProcFileCache& operator=(const ProcFileCache&) = delete;
 
     // At most 64 KiB of the file at `path`; empty when it cannot be read.
-    QByteArray read(const QString& path);
+    // With `reuseWithinMs`, what was read from it less than that long ago
+    // stands (one tick asks about the same process more than once).
+    QByteArray read(const QString& path, qint64 reuseWithinMs = 0);
+    // What was read from `path` less than `withinMs` ago, if anything.
+    std::optional<QByteArray> recent(const QString& path, qint64 withinMs);
     // The target of the link `name` in the folder `folder` (a process's
     // "cwd"); empty when unreadable.
     QString linkTarget(const QString& folder, const char* name);
@@ -35,7 +40,11 @@ private:
         QString path;
         int fd = -1;
         quint64 lastUse = 0;
+        QByteArray lastText;
+        qint64 readAtMs = -1;
     };
+
+    Entry* find(const QString& path);
 
     // The open file for `path` (`folder`: a folder opened only to look up
     // names in it), or -1.
