@@ -148,7 +148,7 @@ void TRInfoLogger::trackingHandler() {
         // queue would be handed over by futexes inside Qt that it cannot
         // see, and every tick would be reported as a race.) Queued on this
         // object, the wake-up is dropped with it.
-        QMetaObject::invokeMethod(this, "deliverDecisions", Qt::QueuedConnection);
+        QMetaObject::invokeMethod(this, &TRInfoLogger::deliverDecisions, Qt::QueuedConnection);
     });
 }
 

@@ -1,7 +1,6 @@
 #include "tracking/TRTerminalInfoExtractor.h"
 
 #include <QDir>
-#include <QFileInfo>
 
 #include <unicode/uregex.h>
 
@@ -151,9 +150,8 @@ bool TRTerminalInfoExtractor::writeFrontSession(TRActivity& activity, ProcessSou
     if (front <= 0) front = sessions.front();
 
     const QStringList arguments = processes.arguments(front);
-    const QString program = QFileInfo(arguments.isEmpty() ? processes.executablePath(front)
-                                                          : arguments.front())
-                                .fileName();
+    const QString command = arguments.isEmpty() ? processes.executablePath(front) : arguments.front();
+    const QString program = command.mid(command.lastIndexOf(QLatin1Char('/')) + 1);
     if (program == QLatin1String("ssh")) {
         const QString destination = sshDestination(arguments);
         if (destination.isEmpty()) return false;
