@@ -2,6 +2,8 @@
 
 #include <pthread.h>
 
+#include <cerrno>
+
 TRSerialQueue::TRSerialQueue(const QString& label)
     : m_thread([this, name = label.toUtf8().left(15)] { run(name); }) {}
 
@@ -10,7 +12,7 @@ TRSerialQueue::~TRSerialQueue() {
         std::lock_guard lock(m_mutex);
         m_stopping = true;
     }
-    m_queued.release();
+    sem_post(&m_queued.value);
     m_thread.join();
 }
 
@@ -20,7 +22,7 @@ void TRSerialQueue::async(std::function<void()> task) {
         m_tasks.push_back(std::move(task));
         ++m_submitted;
     }
-    m_queued.release();
+    sem_post(&m_queued.value);
 }
 
 void TRSerialQueue::sync() {
@@ -34,7 +36,8 @@ void TRSerialQueue::sync() {
 void TRSerialQueue::run(const QByteArray& threadName) {
     pthread_setname_np(pthread_self(), threadName.constData());
     for (;;) {
-        m_queued.acquire();
+        while (sem_wait(&m_queued.value) != 0 && errno == EINTR) {
+        }
         std::function<void()> task;
         {
             std::lock_guard lock(m_mutex);

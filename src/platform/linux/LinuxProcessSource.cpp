@@ -9,9 +9,9 @@
 
 namespace {
 
-// One tick asks about the terminal's processes more than once (liveness,
-// threads, foreground group, command line); a stat read this recently
-// answers them all.
+// One tick asks about the terminal's processes more than once: a stat read
+// this recently (for liveness or the foreground group) also tells the number
+// of threads and whether the command line is still the one read before.
 constexpr qint64 kSameTickMs = 100;
 
 // The process's name and start time: a process that still has both has not
@@ -34,7 +34,7 @@ QString LinuxProcessSource::path(qint32 processIdentifier, const char* entry) co
 
 bool LinuxProcessSource::isRunning(qint32 processIdentifier) {
     if (processIdentifier <= 0) return false;
-    const QByteArray stat = m_files.read(path(processIdentifier, "stat"), kSameTickMs);
+    const QByteArray stat = m_files.read(path(processIdentifier, "stat"));
     return !stat.isEmpty() && !ProcessIdentity::isZombieStat(stat);
 }
 
