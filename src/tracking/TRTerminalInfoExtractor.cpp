@@ -6,6 +6,7 @@
 
 #include <cstring>
 #include <memory>
+#include <utility>
 
 #include "core/StringAdditions.h"
 #include "platform/LocalHostNames.h"
@@ -79,6 +80,16 @@ std::optional<TRTerminalInfoExtractor::SessionLine> TRTerminalInfoExtractor::par
                       line.indexOf(QLatin1Char('~'), colon) < 0)) {
         return std::nullopt;
     }
+    // The same title tick after tick: the last line's answer stands.
+    thread_local std::optional<std::pair<QString, std::optional<SessionLine>>> last;
+    if (last && last->first == line) return last->second;
+    std::optional<SessionLine> parsed = matchSessionLine(line);
+    last.emplace(line, parsed);
+    return parsed;
+}
+
+std::optional<TRTerminalInfoExtractor::SessionLine> TRTerminalInfoExtractor::matchSessionLine(
+    const QString& line) {
     URegularExpression* expression = sessionExpression();
     if (expression == nullptr) return std::nullopt;
     UErrorCode status = U_ZERO_ERROR;
