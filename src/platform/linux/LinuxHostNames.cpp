@@ -4,6 +4,7 @@
 #include <QSysInfo>
 
 #include <sys/stat.h>
+#include <time.h>
 
 namespace {
 
@@ -42,10 +43,18 @@ LinuxHostNames::FileStamp LinuxHostNames::stampOf(const QString& path) {
                                                         st.st_mtim.tv_nsec};
 }
 
-// A terminal's title is checked against these names every tick: the files
-// are read again only when they have changed, the kernel's name is asked
-// each time (one call).
+// A terminal's title is checked against these names every tick: they are
+// looked at again at most every few seconds, and the files are read again
+// only when they have changed.
 QStringList LinuxHostNames::currentHostNames() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+    const qint64 nowMs = qint64(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
+    {
+        std::lock_guard lock(m_mutex);
+        if (!m_names.isEmpty() && nowMs - m_checkedAtMs < kRecheckMs) return m_names;
+        m_checkedAtMs = nowMs;
+    }
     const QString kernelName = QSysInfo::machineHostName();
     const QString hostnamePath = m_etcRoot + QStringLiteral("/hostname");
     const QString hostsPath = m_etcRoot + QStringLiteral("/hosts");

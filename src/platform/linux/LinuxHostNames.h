@@ -4,8 +4,8 @@
 // to 127.0.1.1 in /etc/hosts (where Debian puts the machine's own names,
 // often with a domain).
 //
-// Thread: any. The names last read are kept while neither the kernel's name
-// nor the two files have changed.
+// Thread: any. The names last read are kept for a few seconds, and then
+// while neither the kernel's name nor the two files have changed.
 
 #include <QString>
 #include <QStringList>
@@ -33,8 +33,12 @@ private:
     };
     static FileStamp stampOf(const QString& path);
 
+    // A renamed computer is seen within this long.
+    static constexpr qint64 kRecheckMs = 3000;
+
     QString m_etcRoot;
     std::mutex m_mutex;
+    qint64 m_checkedAtMs = 0;
     QStringList m_names;
     QString m_kernelName;
     FileStamp m_hostnameStamp;
