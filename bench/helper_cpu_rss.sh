@@ -8,7 +8,8 @@
 # tick, and records into its store); FRONT=chromium puts Chromium on a local
 # page in front instead (PAGE=busy: a page that renames, rewrites and moves
 # the focus all the time, for the cost of the accessibility events it
-# sends), FRONT=none leaves the screen empty.
+# sends), FRONT=none leaves the screen empty. TITLE=shell gives the xterm a
+# shell whose prompt writes its folder into the window title.
 # The helper shows its icon to a stand-in panel (a StatusNotifierWatcher on
 # the private bus; TRAY=none leaves it without a tray).
 #
@@ -89,6 +90,10 @@ if [[ $front != none ]]; then
   pids+=($!)
   sleep 1
   front_args=()
+  # TITLE=shell: the xterm's shell reads Debian's default start file, whose
+  # prompt puts "user@host: folder" into the window title (the folder then
+  # comes from the title, not from /proc).
+  [[ $front == xterm && ${TITLE:-} == shell ]] && front_args=(-e bash --rcfile /etc/skel/.bashrc -i)
   if [[ $front == chromium ]]; then
     # A local page in a throw-away profile, with its accessibility tree on
     # (the helper reads the page address from it every tick).

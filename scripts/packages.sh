@@ -4,7 +4,7 @@ BUILD_PACKAGES=(
   g++ cmake ninja-build pkg-config
   qt6-base-dev qt6-tools-dev qt6-tools-dev-tools qt6-l10n-tools libgl-dev
   libsqlite3-dev libicu-dev libatspi2.0-dev libglib2.0-dev
-  libxcb1-dev libxcb-ewmh-dev libxcb-res0-dev libxcb-icccm4-dev libxcb-screensaver0-dev
+  libxcb1-dev libxcb-ewmh-dev libxcb-res0-dev libxcb-icccm4-dev libxcb-screensaver0-dev libxcb-sync-dev
   libx11-dev libxss-dev libplist-dev
   libwayland-dev wayland-protocols plasma-wayland-protocols
 )

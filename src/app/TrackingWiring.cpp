@@ -50,13 +50,34 @@ public:
         TRActivityStore::sharedInstance().storeActivity(activity, start, stop);
     }
     void save() override { TRActivityStore::sharedInstance().save(); }
+    // Asked every tick for the application in front. Only the main
+    // application sets the flag, so the answer for the same application
+    // stands until its save has been merged in (or the store saved).
     bool applescriptTrackingDisabled(const RunningApplication& application) override {
-        TRObjectContext* context = TRActivityStore::sharedInstance().managedObjectContext();
+        TRActivityStore& store = TRActivityStore::sharedInstance();
+        if (!m_forgetOnChange) {
+            m_forgetOnChange = std::make_unique<QObject>();
+            const auto forget = [this] { m_last.reset(); };
+            QObject::connect(&store, &TRActivityStore::remoteChangesMerged, m_forgetOnChange.get(),
+                             forget);
+            QObject::connect(&store, &TRActivityStore::didSaveActivityStore,
+                             m_forgetOnChange.get(), forget);
+        }
+        const QStringList key{application.bundleIdentifier, application.executablePath,
+                              application.localizedName};
+        if (m_last && m_last->first == key) return m_last->second;
+        TRObjectContext* context = store.managedObjectContext();
         if (!context) return false;
         const TRASApplication* stored = TRASApplication::applicationWithRunningApplication(
             *context, TRApplicationSlot(application), false);
-        return stored != nullptr && stored->applescriptTrackingDisabledValue();
+        const bool disabled = stored != nullptr && stored->applescriptTrackingDisabledValue();
+        m_last.emplace(key, disabled);
+        return disabled;
     }
+
+private:
+    std::unique_ptr<QObject> m_forgetOnChange;
+    std::optional<std::pair<QStringList, bool>> m_last;
 };
 
 }  // namespace

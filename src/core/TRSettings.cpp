@@ -1,6 +1,8 @@
 #include "core/TRSettings.h"
 
+#include <sys/inotify.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <QFile>
 #include <QFileInfo>
@@ -127,9 +129,58 @@ QVariant storedForm(const KeyRow& key, const TRSettingsSnapshot& from) {
 
 }  // namespace
 
+// Whether anything in the settings file's folder may have changed since the
+// last ask, from the kernel's change notices on the folder. The loop asks
+// for the settings every tick; reading a notice queue that has nothing to say
+// costs far less than looking the file up by its path. Without a watch (no
+// such folder yet) every ask answers yes, and the file is looked at.
+class TRSettings::FolderChanges final {
+public:
+    explicit FolderChanges(const QString& filePath)
+        : m_folder(QFile::encodeName(QFileInfo(filePath).absolutePath())),
+          m_fd(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {}
+    ~FolderChanges() {
+        if (m_fd >= 0) ::close(m_fd);
+    }
+    FolderChanges(const FolderChanges&) = delete;
+    FolderChanges& operator=(const FolderChanges&) = delete;
+
+    bool changedSinceLastAsk() {
+        if (m_fd < 0) return true;
+        if (m_watch < 0) {
+            // Watching first, then looking: nothing slips in between.
+            m_watch = ::inotify_add_watch(m_fd, m_folder.constData(), kEvents);
+            return true;
+        }
+        bool changed = false;
+        alignas(inotify_event) char buffer[4096];
+        for (;;) {
+            const ssize_t got = ::read(m_fd, buffer, sizeof buffer);
+            if (got <= 0) break;
+            changed = true;
+            for (ssize_t at = 0; at < got;) {
+                const auto* event = reinterpret_cast<const inotify_event*>(buffer + at);
+                if (event->mask & (IN_IGNORED | IN_Q_OVERFLOW)) m_watch = -1;
+                at += ssize_t(sizeof(inotify_event) + event->len);
+            }
+        }
+        return changed;
+    }
+
+private:
+    static constexpr uint32_t kEvents = IN_CREATE | IN_DELETE | IN_MODIFY | IN_CLOSE_WRITE |
+                                        IN_MOVED_TO | IN_MOVED_FROM | IN_ATTRIB | IN_DELETE_SELF |
+                                        IN_MOVE_SELF | IN_ONLYDIR;
+    QByteArray m_folder;
+    int m_fd;
+    int m_watch = -1;
+};
+
 TRSettings::TRSettings() : TRSettings(TRLocations::settingsFilePath()) {}
 
-TRSettings::TRSettings(const QString& filePath) : m_filePath(filePath) {}
+TRSettings::TRSettings(const QString& filePath)
+    : m_filePath(filePath),
+      m_folderChanges(filePath.isEmpty() ? nullptr : std::make_unique<FolderChanges>(filePath)) {}
 
 TRSettings::~TRSettings() = default;
 
@@ -150,17 +201,17 @@ void TRSettings::readIfChanged() {
         if (!m_read) read();
         return;
     }
-    // One stat() and no local-time conversion: this runs before each
-    // recording of a web page.
+    // This runs every tick and before each recording of a web page: the
+    // file is looked at only after a change in its folder, and then with one
+    // stat() and no local-time conversion.
+    if (m_read && !m_folderChanges->changedSinceLastAsk()) return;
     struct stat st {};
     const bool exists = ::stat(QFile::encodeName(m_filePath).constData(), &st) == 0;
-    const QDateTime modified =
-        exists ? QDateTime::fromMSecsSinceEpoch(
-                     qint64(st.st_mtim.tv_sec) * 1000 + st.st_mtim.tv_nsec / 1000000, Qt::UTC)
-               : QDateTime();
+    const qint64 modifiedNs =
+        exists ? qint64(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec : -1;
     const qint64 size = exists ? qint64(st.st_size) : -1;
-    if (m_read && modified == m_readModified && size == m_readSize) return;
-    m_readModified = modified;
+    if (m_read && modifiedNs == m_readModifiedNs && size == m_readSize) return;
+    m_readModifiedNs = modifiedNs;
     m_readSize = size;
     read();
 }
@@ -213,9 +264,9 @@ void TRSettings::removeValue(TRSettingKey key) {
 // does not count as another writer's change.
 void TRSettings::noteOwnWrite() {
     m_file->sync();
-    if (!m_filePath.isEmpty()) {
-        const QFileInfo info(m_filePath);
-        m_readModified = info.lastModified();
-        m_readSize = info.size();
-    }
+    if (m_filePath.isEmpty()) return;
+    struct stat st {};
+    if (::stat(QFile::encodeName(m_filePath).constData(), &st) != 0) return;
+    m_readModifiedNs = qint64(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec;
+    m_readSize = qint64(st.st_size);
 }

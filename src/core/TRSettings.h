@@ -86,10 +86,13 @@ private:
     void read();
     void noteOwnWrite();
 
+    class FolderChanges;
+
     QString m_filePath;
     std::unique_ptr<QSettings> m_file;
+    std::unique_ptr<FolderChanges> m_folderChanges;
     TRSettingsSnapshot m_snapshot;
-    QDateTime m_readModified;
+    qint64 m_readModifiedNs = -1;
     qint64 m_readSize = -1;
     bool m_read = false;
 };

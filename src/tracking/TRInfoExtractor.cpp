@@ -19,6 +19,12 @@
 
 namespace {
 
+// Asked every tick; the process keeps its number for its whole life.
+qint64 ownProcessIdentifier() {
+    static const qint64 own = QCoreApplication::applicationPid();
+    return own;
+}
+
 // A browser joins the accessibility tree within a second or two of its
 // start; one that has run longer without joining never will.
 constexpr double kSecondsToJoinTheTree = 10.0;
@@ -64,7 +70,7 @@ TRInfoExtractor::TRInfoExtractor(const TRExtractionContext& context,
     : m_context(context), m_registry(registry) {}
 
 bool TRInfoExtractor::isExcludedApplication(const RunningApplication& application) {
-    if (application.processIdentifier == QCoreApplication::applicationPid()) return true;
+    if (application.processIdentifier == ownProcessIdentifier()) return true;
     const QString& id = application.bundleIdentifier;
     const QString executable = application.executablePath.isEmpty()
                                    ? QString()
@@ -103,7 +109,7 @@ std::optional<TRActivity> TRInfoExtractor::currentActivity() {
         return activityOfWindowWithoutProcess(*look.frontWindowWithoutProcess, look.windows);
     }
     if (!front) return activity;
-    if (*front == QCoreApplication::applicationPid()) return std::nullopt;
+    if (*front == ownProcessIdentifier()) return std::nullopt;
     if (m_context.runningApplications != nullptr) {
         if (auto application = m_context.runningApplications->runningApplication(*front)) {
             if (isExcludedApplication(*application)) return std::nullopt;

@@ -26,6 +26,7 @@
 
 #include <QDateTime>
 #include <QObject>
+#include <semaphore.h>
 #include <QTimer>
 #include <deque>
 #include <functional>
@@ -126,6 +127,9 @@ private Q_SLOTS:
     void deliverDecisions();
 
 private:
+    // Longest wait of the main thread for a tick's worker step.
+    static constexpr long kQuickDecisionWaitNs = 3000000;
+    void awaitQuickDecision();
     using Settings = TRSettingsSnapshot;
 
     const Settings& readSettings() const;
@@ -175,4 +179,15 @@ private:
         QDateTime observed;
     };
     std::deque<PendingDecision> m_pendingDecisions;
+    // While the main thread waits a moment for the worker (see
+    // trackingHandler), the worker hands the decision over through the
+    // semaphore instead of the event queue.
+    bool m_mainThreadWaits = false;
+    struct DecisionReady {
+        DecisionReady() { sem_init(&value, 0, 0); }
+        ~DecisionReady() { sem_destroy(&value); }
+        DecisionReady(const DecisionReady&) = delete;
+        DecisionReady& operator=(const DecisionReady&) = delete;
+        sem_t value;
+    } m_decisionReady;
 };

@@ -2,6 +2,8 @@
 
 #include <pthread.h>
 
+#include <cerrno>
+
 TRSerialQueue::TRSerialQueue(const QString& label)
     : m_thread([this, name = label.toUtf8().left(15)] { run(name); }) {}
 
@@ -10,7 +12,7 @@ TRSerialQueue::~TRSerialQueue() {
         std::lock_guard lock(m_mutex);
         m_stopping = true;
     }
-    m_changed.notify_all();
+    sem_post(&m_queued.value);
     m_thread.join();
 }
 
@@ -20,30 +22,40 @@ void TRSerialQueue::async(std::function<void()> task) {
         m_tasks.push_back(std::move(task));
         ++m_submitted;
     }
-    m_changed.notify_all();
+    sem_post(&m_queued.value);
 }
 
 void TRSerialQueue::sync() {
     std::unique_lock lock(m_mutex);
     const std::uint64_t target = m_submitted;
-    m_changed.wait(lock, [this, target] { return m_finished >= target; });
+    ++m_syncWaiters;
+    m_finishedChanged.wait(lock, [this, target] { return m_finished >= target; });
+    --m_syncWaiters;
 }
 
 void TRSerialQueue::run(const QByteArray& threadName) {
     pthread_setname_np(pthread_self(), threadName.constData());
-    std::unique_lock lock(m_mutex);
     for (;;) {
-        m_changed.wait(lock, [this] { return m_stopping || !m_tasks.empty(); });
-        if (m_tasks.empty()) {
-            return;  // stopping, and every task has run
+        while (sem_wait(&m_queued.value) != 0 && errno == EINTR) {
         }
-        std::function<void()> task = std::move(m_tasks.front());
-        m_tasks.pop_front();
-        lock.unlock();
+        std::function<void()> task;
+        {
+            std::lock_guard lock(m_mutex);
+            if (m_tasks.empty()) {
+                if (m_stopping) return;  // every task has run
+                continue;
+            }
+            task = std::move(m_tasks.front());
+            m_tasks.pop_front();
+        }
         task();
         task = nullptr;
-        lock.lock();
-        ++m_finished;
-        m_changed.notify_all();
+        bool waiters = false;
+        {
+            std::lock_guard lock(m_mutex);
+            ++m_finished;
+            waiters = m_syncWaiters > 0;
+        }
+        if (waiters) m_finishedChanged.notify_all();
     }
 }

@@ -1,12 +1,12 @@
 #include "tracking/TRTerminalInfoExtractor.h"
 
 #include <QDir>
-#include <QFileInfo>
 
 #include <unicode/uregex.h>
 
 #include <cstring>
 #include <memory>
+#include <utility>
 
 #include "core/StringAdditions.h"
 #include "platform/LocalHostNames.h"
@@ -72,6 +72,23 @@ QString fileUrlOfDirectory(const QString& directory) {
 }  // namespace
 
 std::optional<TRTerminalInfoExtractor::SessionLine> TRTerminalInfoExtractor::parseSessionLine(
+    const QString& line) {
+    // The pattern needs a ':' and then a folder; most titles (a bare
+    // program name) have none, and are answered without the matcher.
+    const qsizetype colon = line.indexOf(QLatin1Char(':'));
+    if (colon < 0 || (line.indexOf(QLatin1Char('/'), colon) < 0 &&
+                      line.indexOf(QLatin1Char('~'), colon) < 0)) {
+        return std::nullopt;
+    }
+    // The same title tick after tick: the last line's answer stands.
+    thread_local std::optional<std::pair<QString, std::optional<SessionLine>>> last;
+    if (last && last->first == line) return last->second;
+    std::optional<SessionLine> parsed = matchSessionLine(line);
+    last.emplace(line, parsed);
+    return parsed;
+}
+
+std::optional<TRTerminalInfoExtractor::SessionLine> TRTerminalInfoExtractor::matchSessionLine(
     const QString& line) {
     URegularExpression* expression = sessionExpression();
     if (expression == nullptr) return std::nullopt;
@@ -144,9 +161,8 @@ bool TRTerminalInfoExtractor::writeFrontSession(TRActivity& activity, ProcessSou
     if (front <= 0) front = sessions.front();
 
     const QStringList arguments = processes.arguments(front);
-    const QString program = QFileInfo(arguments.isEmpty() ? processes.executablePath(front)
-                                                          : arguments.front())
-                                .fileName();
+    const QString command = arguments.isEmpty() ? processes.executablePath(front) : arguments.front();
+    const QString program = command.mid(command.lastIndexOf(QLatin1Char('/')) + 1);
     if (program == QLatin1String("ssh")) {
         const QString destination = sshDestination(arguments);
         if (destination.isEmpty()) return false;

@@ -59,6 +59,7 @@ public:
     static QString sshDestination(const QStringList& arguments);
 
 private:
+    static std::optional<SessionLine> matchSessionLine(const QString& line);
     // The front session from the process table, when it can be told apart.
     static bool writeFrontSession(TRActivity& activity, ProcessSource& processes);
 };

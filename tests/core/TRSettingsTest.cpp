@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QFile>
 #include <QSettings>
 #include <QTemporaryDir>
 
@@ -73,6 +74,22 @@ TEST(TRSettingsTest, SeesAnotherWritersChangeAndWritesItsOwnThrough) {
     EXPECT_EQ(reader.value(QStringLiteral("activityStoreTimeThreshold")).toDouble(), 90.0);
     EXPECT_EQ(reader.value(QStringLiteral("askAfterIdle")).toString(), QStringLiteral("false"));
     EXPECT_EQ(settings.snapshot().idleTimeThresholdForSuspendingTracking, 30.0);
+
+    // Later edits, by replacing the file or writing into it, are seen too:
+    // the helper looks at the file only after a change in its folder.
+    {
+        QSettings other(path, QSettings::IniFormat);
+        other.setValue(QStringLiteral("idleTimeThresholdForSuspendingTracking"), 45);
+    }
+    EXPECT_EQ(settings.snapshot().idleTimeThresholdForSuspendingTracking, 45.0);
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+    QByteArray text = file.readAll();
+    text.replace("=45", "=120");
+    file.seek(0);
+    file.write(text);
+    file.close();
+    EXPECT_EQ(settings.snapshot().idleTimeThresholdForSuspendingTracking, 120.0);
 }
 
 }  // namespace

@@ -5,8 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <QDBusObjectPath>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QTemporaryDir>
+#include <QThread>
 
 #include <unistd.h>
 
@@ -14,6 +16,7 @@
 #include "fakes/FakeActivitySource.h"
 #include "fakes/FakeIdleTimeSource.h"
 #include "fakes/QtTestPrinters.h"
+#include "harness/DesktopTest.h"
 #include "harness/DisposableDesktop.h"
 #include "harness/PrivateDBus.h"
 #include "platform/linux/LinuxIdleTimeSource.h"
@@ -84,6 +87,54 @@ TEST(LinuxIdleTimeSourceTest, FallsBackToSessionBusServicesWithoutX) {
         // The service goes away: the user counts as active rather than idle.
         bus.stop();
         EXPECT_EQ(source.secondsSinceLastInput(), 0.0);
+    }
+}
+
+// On X the server is asked only after its alarm announced an input; in
+// between, the answer is the last one plus the time since, and the server
+// hears nothing. The steps run in order, as the loop's ticks would.
+TEST(LinuxIdleTimeSourceTest, X11AnswersFollowInputWithoutAskingBetweenInputs) {
+    REQUIRE_DESKTOP();
+    REQUIRE_TOOL("xdotool");
+    LinuxIdleTimeSource source(g_desktop->display().toUtf8());
+    ASSERT_EQ(source.method(), LinuxIdleTimeSource::Method::X11ScreenSaver);
+    const struct {
+        const char* what;
+        const char* input;  // xdotool's arguments; then quietMs without input, and the tick
+        int quietMs;
+        bool keyWhileAnswering, asksNothing;  // a key between the question and its answer
+    } steps[] = {{"a key press", "key shift", 300, false, false},
+                 {"1.5 s without input", nullptr, 1500, false, true},
+                 {"a pointer move", "mousemove 120 300", 300, false, false},
+                 {"a key right after the alarm was set again", "key shift", 300, false, false},
+                 {"a key while the answer is on its way", "key shift", 100, true, false},
+                 {"1.5 s without input after it", nullptr, 1500, false, false},
+                 {"1.5 s more", nullptr, 1500, false, true}};
+    QElapsedTimer sinceInput;
+    const auto touch = [&](const char* input) {
+        const bool done =
+            g_desktop->run(QStringLiteral("xdotool"), QString::fromLatin1(input).split(u' '));
+        sinceInput.start();
+        return done;
+    };
+    for (const auto& s : steps) {
+        SCOPED_TRACE(s.what);
+        ASSERT_TRUE(!s.input || touch(s.input));
+        QThread::msleep(s.quietMs);
+        const quint64 sent = source.bytesSentToX();
+        source.prepareSecondsSinceLastInput();
+        if (s.keyWhileAnswering) {
+            QThread::msleep(60);
+            ASSERT_TRUE(touch("key shift"));
+            QThread::msleep(120);
+        }
+        const double idle = source.secondsSinceLastInput();
+        if (!s.keyWhileAnswering) {
+            EXPECT_NEAR(idle, sinceInput.nsecsElapsed() / 1e9, 0.15);
+        }
+        if (s.asksNothing) {
+            EXPECT_EQ(source.bytesSentToX(), sent);
+        }
     }
 }
 

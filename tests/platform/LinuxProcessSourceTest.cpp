@@ -6,7 +6,12 @@
 
 #include <QDir>
 #include <QFile>
+#include <QProcess>
 #include <QTemporaryDir>
+#include <QThread>
+
+#include <functional>
+#include <utility>
 
 #include "platform/linux/LinuxProcessSource.h"
 
@@ -32,6 +37,43 @@ TEST(LinuxProcessSourceTest, ReadsLivenessAndTheForegroundGroupFromStat) {
     EXPECT_EQ(processes.foregroundProcess(10), 2345);
     EXPECT_EQ(processes.foregroundProcess(11), 0) << "no terminal";
     EXPECT_EQ(processes.foregroundProcess(12), 0);
+}
+
+// A terminal's shell, asked about every tick: its folder and program follow
+// it through `cd` and `exec`, and once it has ended nothing is answered for
+// it (the files the source keeps open must not answer for the past).
+TEST(LinuxProcessSourceTest, FollowsALiveProcessAndForgetsAnEndedOne) {
+    QTemporaryDir start;
+    QProcess shell;
+    shell.setWorkingDirectory(start.path());
+    shell.start(QStringLiteral("/bin/sh"),
+                {QStringLiteral("-c"), QStringLiteral("read a; cd /; read b; exec sleep 30")});
+    ASSERT_TRUE(shell.waitForStarted());
+    const qint32 pid = qint32(shell.processId());
+    LinuxProcessSource processes;
+    const auto ask = [&] {
+        processes.foregroundProcess(pid);  // reads stat first, as the terminal's step does
+        return std::pair{processes.workingDirectory(pid), processes.arguments(pid).value(0)};
+    };
+    const auto waitFor = [&](const std::function<bool()>& done) {
+        for (int i = 0; i < 200 && !done(); ++i) QThread::msleep(10);
+        return done();
+    };
+    EXPECT_TRUE(processes.isRunning(pid));
+    EXPECT_EQ(ask(), std::pair(QDir(start.path()).canonicalPath(), QStringLiteral("/bin/sh")));
+    shell.write("\n");
+    shell.waitForBytesWritten();
+    EXPECT_TRUE(waitFor([&] { return ask().first == QStringLiteral("/"); }));
+    EXPECT_EQ(ask().second, QStringLiteral("/bin/sh"));
+    shell.write("\n");
+    shell.waitForBytesWritten();
+    EXPECT_TRUE(waitFor([&] { return ask().second == QStringLiteral("sleep"); }))
+        << "the program it runs now";
+    shell.kill();
+    ASSERT_TRUE(shell.waitForFinished());
+    EXPECT_FALSE(processes.isRunning(pid));
+    EXPECT_EQ(ask(), std::pair(QString(), QString()));
+    EXPECT_TRUE(processes.children(pid).isEmpty());
 }
 
 }  // namespace

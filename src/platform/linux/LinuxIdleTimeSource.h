@@ -9,7 +9,12 @@
 // and isAvailable() is false. Each query is one round trip, bounded by a
 // short timeout for the D-Bus ones; the X question can be sent ahead
 // (prepareSecondsSinceLastInput) so its answer is waiting when it is asked
-// for. Main thread (the thread that created it).
+// for. On X the server is asked only after an input: each answer sets an
+// alarm on the SYNC extension's IDLETIME counter that rings at the next
+// input, and until it rings the idle time is the last answer plus the time
+// since, by the monotonic clock (asked again at least every 30 s; every
+// tick when the server has no such counter or the alarm fails). Main thread
+// (the thread that created it).
 
 #include <QByteArray>
 #include <QDBusConnection>
@@ -36,6 +41,9 @@ public:
     void prepareSecondsSinceLastInput() override;
     bool isAvailable() const override { return m_method != Method::None; }
     Method method() const { return m_method; }
+    // What this source has written to the X server so far: its cost to the
+    // server, for tests and diagnostics.
+    quint64 bytesSentToX() const;
 
 private:
     struct XConnection;

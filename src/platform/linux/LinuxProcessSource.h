@@ -1,9 +1,15 @@
 #pragma once
 // LinuxProcessSource: process facts from /proc.
 //
-// Thread: any; no state but the root folder.
+// Thread: any. The files of the last few processes asked about stay open
+// (ProcFileCache): the terminal in front is asked about every second.
 
 #include "platform/ProcessSource.h"
+#include "platform/linux/ProcFileCache.h"
+
+#include <QStringList>
+
+#include <mutex>
 
 class LinuxProcessSource final : public ProcessSource {
 public:
@@ -21,5 +27,15 @@ public:
 private:
     QString path(qint32 processIdentifier, const char* entry) const;
 
+    // The command line last read, with the program identity it was read for.
+    struct LastArguments {
+        qint32 processIdentifier = 0;
+        QByteArray identity;
+        QStringList words;
+    };
+
     QString m_procRoot;
+    ProcFileCache m_files;
+    std::mutex m_argumentsMutex;
+    LastArguments m_lastArguments;
 };

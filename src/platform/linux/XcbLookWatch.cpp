@@ -43,7 +43,7 @@ bool XcbLookWatch::eventMakesStale(const xcb_generic_event_t& event) const {
 }
 
 void XcbLookWatch::readEventsUnlessRecent() {
-    if (!m_sinceRead.isValid() || m_sinceRead.hasExpired(1000)) readEvents();
+    if (!m_sinceRead.isValid() || m_sinceRead.hasExpired(1500)) readEvents();
 }
 
 void XcbLookWatch::readEvents() {

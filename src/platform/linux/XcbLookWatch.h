@@ -51,7 +51,8 @@ public:
     // look stale: called while no tick looks (tracking off), so they do not
     // pile up in the X server's buffer for this connection.
     void readEvents();
-    // The same, unless they were read less than a second ago.
+    // The same, unless they were read less than 1.5 s ago: a tick reads
+    // them anyway, so the display check between two ticks need not.
     void readEventsUnlessRecent();
 
     // Selects the events of the windows not watched yet; call before their
