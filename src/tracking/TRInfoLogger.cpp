@@ -2,8 +2,6 @@
 
 #include <QAtomicPointer>
 #include <algorithm>
-#include <cerrno>
-#include <ctime>
 #include <cmath>
 
 #include "platform/IdleTimeSource.h"
@@ -153,13 +151,14 @@ void TRInfoLogger::trackingHandler() {
         }
         // The data crosses on our own mutex, which ThreadSanitizer follows;
         // the wake-up carries nothing. (A functor posted through Qt's event
-        // queue would be handed over by futexes inside Qt that it cannot
-        // see, and every tick would be reported as a race.) Queued on this
-        // object, the wake-up is dropped with it.
+        // queue, a pointer to a member function included, would be handed
+        // over by futexes inside Qt that it cannot see, and every tick would
+        // be reported as a race.) Queued on this object, the wake-up is
+        // dropped with it.
         if (mainThreadWaits) {
-            sem_post(&m_decisionReady.value);
+            m_decisionReady.post();
         } else {
-            QMetaObject::invokeMethod(this, &TRInfoLogger::deliverDecisions, Qt::QueuedConnection);
+            QMetaObject::invokeMethod(this, "deliverDecisions", Qt::QueuedConnection);
         }
     });
     awaitQuickDecision();
@@ -172,27 +171,16 @@ void TRInfoLogger::trackingHandler() {
 // decision comes through the event queue as before, and the menu stays
 // responsive meanwhile.
 void TRInfoLogger::awaitQuickDecision() {
-    timespec until{};
-    clock_gettime(CLOCK_REALTIME, &until);
-    until.tv_nsec += kQuickDecisionWaitNs;
-    if (until.tv_nsec >= 1000000000) {
-        until.tv_nsec -= 1000000000;
-        ++until.tv_sec;
-    }
-    int waited = 0;
-    while ((waited = sem_timedwait(&m_decisionReady.value, &until)) != 0 && errno == EINTR) {
-    }
-    bool handedOver = waited == 0;
-    if (!handedOver) {
-        std::lock_guard lock(m_decisionsMutex);
-        // Still set: the worker has not finished, and will queue the
-        // decision. Cleared: it has just finished and posts the semaphore.
-        handedOver = !std::exchange(m_mainThreadWaits, false);
-    }
-    if (!handedOver) return;
-    if (waited != 0) {
-        while (sem_wait(&m_decisionReady.value) != 0 && errno == EINTR) {
+    if (!m_decisionReady.waitFor(kQuickDecisionWaitNs)) {
+        bool workerPosts = false;
+        {
+            std::lock_guard lock(m_decisionsMutex);
+            // Still set: the worker has not finished, and will queue the
+            // decision. Cleared: it has just finished and posts the semaphore.
+            workerPosts = !std::exchange(m_mainThreadWaits, false);
         }
+        if (!workerPosts) return;
+        m_decisionReady.wait();
     }
     deliverDecisions();
 }

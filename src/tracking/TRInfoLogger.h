@@ -26,7 +26,6 @@
 
 #include <QDateTime>
 #include <QObject>
-#include <semaphore.h>
 #include <QTimer>
 #include <deque>
 #include <functional>
@@ -36,6 +35,7 @@
 
 #include "platform/PowerAndSessionEvents.h"
 #include "core/TRActivity.h"
+#include "tracking/PosixSemaphore.h"
 #include "core/TRSettings.h"
 
 class IdleTimeSource;
@@ -183,11 +183,5 @@ private:
     // trackingHandler), the worker hands the decision over through the
     // semaphore instead of the event queue.
     bool m_mainThreadWaits = false;
-    struct DecisionReady {
-        DecisionReady() { sem_init(&value, 0, 0); }
-        ~DecisionReady() { sem_destroy(&value); }
-        DecisionReady(const DecisionReady&) = delete;
-        DecisionReady& operator=(const DecisionReady&) = delete;
-        sem_t value;
-    } m_decisionReady;
+    PosixSemaphore m_decisionReady;
 };

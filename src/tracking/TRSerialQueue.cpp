@@ -2,7 +2,6 @@
 
 #include <pthread.h>
 
-#include <cerrno>
 
 TRSerialQueue::TRSerialQueue(const QString& label)
     : m_thread([this, name = label.toUtf8().left(15)] { run(name); }) {}
@@ -12,7 +11,7 @@ TRSerialQueue::~TRSerialQueue() {
         std::lock_guard lock(m_mutex);
         m_stopping = true;
     }
-    sem_post(&m_queued.value);
+    m_queued.post();
     m_thread.join();
 }
 
@@ -22,7 +21,7 @@ void TRSerialQueue::async(std::function<void()> task) {
         m_tasks.push_back(std::move(task));
         ++m_submitted;
     }
-    sem_post(&m_queued.value);
+    m_queued.post();
 }
 
 void TRSerialQueue::sync() {
@@ -36,8 +35,7 @@ void TRSerialQueue::sync() {
 void TRSerialQueue::run(const QByteArray& threadName) {
     pthread_setname_np(pthread_self(), threadName.constData());
     for (;;) {
-        while (sem_wait(&m_queued.value) != 0 && errno == EINTR) {
-        }
+        m_queued.wait();
         std::function<void()> task;
         {
             std::lock_guard lock(m_mutex);

@@ -11,21 +11,17 @@
 //
 // Built on std::thread and std::mutex rather than a Qt event loop so that
 // ThreadSanitizer sees every hand-over between the threads. The worker
-// sleeps on a POSIX semaphore, not on a condition variable: a thread woken
-// from a condition variable takes the mutex back marked as contended, and so
-// pays one more system call to release it, and the standard library's
-// semaphore yields the processor a few times before it sleeps; each tick
-// would pay for either.
+// sleeps on a PosixSemaphore.
 
 #include <QString>
-#include <semaphore.h>
-
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <functional>
 #include <mutex>
 #include <thread>
+
+#include "tracking/PosixSemaphore.h"
 
 class TRSerialQueue final {
 public:
@@ -40,16 +36,8 @@ public:
 private:
     void run(const QByteArray& threadName);
 
-    struct Semaphore {
-        Semaphore() { sem_init(&value, 0, 0); }
-        ~Semaphore() { sem_destroy(&value); }
-        Semaphore(const Semaphore&) = delete;
-        Semaphore& operator=(const Semaphore&) = delete;
-        sem_t value;
-    };
-
     std::mutex m_mutex;
-    Semaphore m_queued;  // one post per task, one to stop
+    PosixSemaphore m_queued;  // one post per task, one to stop
     std::condition_variable m_finishedChanged;
     std::deque<std::function<void()>> m_tasks;
     std::uint64_t m_submitted = 0;
