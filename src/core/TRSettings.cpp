@@ -8,6 +8,7 @@
 #include <QFileInfo>
 #include <QSettings>
 #include <cmath>
+#include <optional>
 
 #include "core/TRLocations.h"
 
@@ -127,6 +128,20 @@ QVariant storedForm(const KeyRow& key, const TRSettingsSnapshot& from) {
     return {};
 }
 
+// The file's modification time (ns) and size, from one stat(); nullopt when
+// it does not exist.
+struct FileStamp {
+    qint64 modifiedNs;
+    qint64 size;
+};
+
+std::optional<FileStamp> fileStamp(const QString& path) {
+    struct stat st {};
+    if (::stat(QFile::encodeName(path).constData(), &st) != 0) return std::nullopt;
+    return FileStamp{qint64(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec,
+                     qint64(st.st_size)};
+}
+
 }  // namespace
 
 // Whether anything in the settings file's folder may have changed since the
@@ -205,11 +220,7 @@ void TRSettings::readIfChanged() {
     // file is looked at only after a change in its folder, and then with one
     // stat() and no local-time conversion.
     if (m_read && !m_folderChanges->changedSinceLastAsk()) return;
-    struct stat st {};
-    const bool exists = ::stat(QFile::encodeName(m_filePath).constData(), &st) == 0;
-    const qint64 modifiedNs =
-        exists ? qint64(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec : -1;
-    const qint64 size = exists ? qint64(st.st_size) : -1;
+    const auto [modifiedNs, size] = fileStamp(m_filePath).value_or(FileStamp{-1, -1});
     if (m_read && modifiedNs == m_readModifiedNs && size == m_readSize) return;
     m_readModifiedNs = modifiedNs;
     m_readSize = size;
@@ -265,8 +276,8 @@ void TRSettings::removeValue(TRSettingKey key) {
 void TRSettings::noteOwnWrite() {
     m_file->sync();
     if (m_filePath.isEmpty()) return;
-    struct stat st {};
-    if (::stat(QFile::encodeName(m_filePath).constData(), &st) != 0) return;
-    m_readModifiedNs = qint64(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec;
-    m_readSize = qint64(st.st_size);
+    if (const std::optional<FileStamp> stamp = fileStamp(m_filePath)) {
+        m_readModifiedNs = stamp->modifiedNs;
+        m_readSize = stamp->size;
+    }
 }

@@ -87,22 +87,22 @@ void ProcFileCache::forget(const QString& path) {
     m_entries.erase(found);
 }
 
-std::optional<QByteArray> ProcFileCache::recent(const QString& path, qint64 withinMs) {
-    std::lock_guard lock(m_mutex);
+std::optional<QByteArray> ProcFileCache::readWithin(const QString& path, qint64 withinMs) {
     const Entry* entry = find(path);
     if (entry == nullptr || entry->readAtMs < 0) return std::nullopt;
     if (coarseMilliseconds() - entry->readAtMs >= withinMs) return std::nullopt;
     return entry->lastText;
 }
 
+std::optional<QByteArray> ProcFileCache::recent(const QString& path, qint64 withinMs) {
+    std::lock_guard lock(m_mutex);
+    return readWithin(path, withinMs);
+}
+
 QByteArray ProcFileCache::read(const QString& path, qint64 reuseWithinMs) {
     std::lock_guard lock(m_mutex);
     if (reuseWithinMs > 0) {
-        const Entry* entry = find(path);
-        if (entry != nullptr && entry->readAtMs >= 0 &&
-            coarseMilliseconds() - entry->readAtMs < reuseWithinMs) {
-            return entry->lastText;
-        }
+        if (std::optional<QByteArray> text = readWithin(path, reuseWithinMs)) return *text;
     }
     for (int attempt = 0; attempt < 2; ++attempt) {
         bool reopened = false;

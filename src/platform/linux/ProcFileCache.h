@@ -45,6 +45,8 @@ private:
     };
 
     Entry* find(const QString& path);
+    // What was read from `path` less than `withinMs` ago (lock held).
+    std::optional<QByteArray> readWithin(const QString& path, qint64 withinMs);
 
     // The open file for `path` (`folder`: a folder opened only to look up
     // names in it), or -1.
